@@ -1,0 +1,108 @@
+#include "support/automation.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "support/boundary.h"
+#include "support/handles.h"
+
+namespace {
+
+std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
+                                 std::initializer_list<_variant_t> arguments) {
+  if (object == nullptr)
+    return {};
+  DISPID member = DISPID_UNKNOWN;
+  auto* writable_name = const_cast<wchar_t*>(name);
+  if (FAILED(object->GetIDsOfNames(IID_NULL, &writable_name, 1, LOCALE_USER_DEFAULT, &member)))
+    return {};
+
+  std::vector<_variant_t> reversed(std::rbegin(arguments), std::rend(arguments));
+  DISPID property_put = DISPID_PROPERTYPUT;
+  DISPPARAMS parameters{reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
+  if ((kind & DISPATCH_PROPERTYPUT) != 0) {
+    parameters.rgdispidNamedArgs = &property_put;
+    parameters.cNamedArgs = 1;
+  }
+  _variant_t result;
+  EXCEPINFO exception{};
+  UINT argument_at_fault = 0;
+  const HRESULT outcome = object->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &result,
+                                         &exception, &argument_at_fault);
+  SysFreeString(exception.bstrSource);
+  SysFreeString(exception.bstrDescription);
+  SysFreeString(exception.bstrHelpFile);
+  if (FAILED(outcome))
+    return {};
+  return result;
+}
+
+}  // namespace
+
+AutomationObject create_Object(const wchar_t* progid) noexcept {
+  CLSID clsid{};
+  AutomationObject object;
+  if (SUCCEEDED(CLSIDFromProgID(progid, &clsid)))
+    CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
+  return object;
+}
+
+bool register_Server(const std::wstring& path) noexcept {
+  const unique_hmodule server(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  if (!server)
+    return false;
+  const auto entry = GetProcAddress(server.get(), "DllRegisterServer");
+  return entry != nullptr &&
+         SUCCEEDED(reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(entry))());
+}
+
+AutomationObject create_OrRegister(const wchar_t* progid,
+                                   std::initializer_list<std::wstring> servers) noexcept {
+  if (auto object = create_Object(progid))
+    return object;
+  std::ranges::for_each(servers, register_Server);
+  return create_Object(progid);
+}
+
+std::optional<_variant_t> call_Member(IDispatch* object, const wchar_t* name,
+                                      std::initializer_list<_variant_t> arguments) noexcept {
+  // A caller by name cannot know whether the component made the member a method or a property.
+  return run_Guarded(std::optional<_variant_t>(),
+                     [&] { return invoke(object, name, DISPATCH_METHOD | DISPATCH_PROPERTYGET, arguments); });
+}
+
+bool put_Property(IDispatch* object, const wchar_t* name, const _variant_t& value) noexcept {
+  return run_Guarded(false, [&] { return invoke(object, name, DISPATCH_PROPERTYPUT, {value}).has_value(); });
+}
+
+std::optional<long> read_Number(IDispatch* object, const wchar_t* name) noexcept {
+  return run_Guarded(std::optional<long>(), [&]() -> std::optional<long> {
+    const auto answer = call_Member(object, name);
+    if (!answer)
+      return {};
+    _variant_t number;
+    number.ChangeType(VT_I4, &*answer);
+    return number.lVal;
+  });
+}
+
+bool is_Alive(IDispatch* object) noexcept {
+  return read_Number(object, L"info").value_or(0) > 0;
+}
+
+std::wstring as_Text(const _variant_t& value) noexcept {
+  return run_Guarded(std::wstring(), [&] {
+    _variant_t text;
+    text.ChangeType(VT_BSTR, &value);
+    return std::wstring(text.bstrVal, SysStringLen(text.bstrVal));
+  });
+}
+
+_variant_t text_Argument(std::wstring_view text) {
+  _variant_t argument;
+  argument.vt = VT_BSTR;
+  argument.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+  if (argument.bstrVal == nullptr)
+    throw std::bad_alloc();
+  return argument;
+}

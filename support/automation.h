@@ -1,0 +1,68 @@
+// Late-bound automation: objects made from a ProgID, their members called by name. Nothing here throws or
+// reports; a call that fails in any way (no object, no such member, a wrong answer) yields nothing.
+#pragma once
+
+#include <windows.h>
+
+#include <oleauto.h>
+
+#include <comutil.h>
+#include <wrl/client.h>
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+using AutomationObject = Microsoft::WRL::ComPtr<IDispatch>;
+
+// An object that a module keeps for its own life. The end of the module does not release it, since by then
+// the component's DLL may be gone; it is let go by name (see component_lifetime.h).
+class KeptObject {
+ public:
+  // Takes over the object in place of the one kept before.
+  void keep(AutomationObject object) {
+    release();
+    m_object = object.Detach();
+  }
+  void release() {
+    if (auto* object = std::exchange(m_object, nullptr))
+      object->Release();
+  }
+  // The object, or null when none is kept.
+  IDispatch* get() const { return m_object; }
+
+ private:
+  IDispatch* m_object = nullptr;
+};
+
+// A new object of the class registered under the ProgID; null when there is none or it cannot be made.
+AutomationObject create_Object(const wchar_t* progid) noexcept;
+
+// Runs the registration entry point of a COM server DLL, given by its full path. False when the file cannot
+// be loaded, has no such entry or the entry fails.
+bool register_Server(const std::wstring& path) noexcept;
+
+// `create_Object`; when that fails, each of the DLLs is registered and the object is tried once more.
+AutomationObject create_OrRegister(const wchar_t* progid,
+                                   std::initializer_list<std::wstring> servers) noexcept;
+
+// Calls a method, or reads a property, with the arguments in their written order. Nothing when it failed.
+std::optional<_variant_t> call_Member(IDispatch* object, const wchar_t* name,
+                                      std::initializer_list<_variant_t> arguments = {}) noexcept;
+
+// Sets a property. False when it failed.
+bool put_Property(IDispatch* object, const wchar_t* name, const _variant_t& value) noexcept;
+
+// The member as a 32-bit number; nothing when it failed or is no number.
+std::optional<long> read_Number(IDispatch* object, const wchar_t* name) noexcept;
+
+// The sign of life of a suite component: its member `info` answers with a number above 0.
+bool is_Alive(IDispatch* object) noexcept;
+
+// The value as text; the empty text for one that has none, arrays and objects for example.
+std::wstring as_Text(const _variant_t& value) noexcept;
+
+// A text as an automation argument.
+_variant_t text_Argument(std::wstring_view text);

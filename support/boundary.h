@@ -1,0 +1,38 @@
+// The one place where C++ exceptions end: every entry by which the platform reaches us runs its body in here.
+#pragma once
+
+#include <utility>
+
+// Runs the body and returns what it returns, or `failure_result` when it throws (memory ran out, or one of
+// the platform's COM helpers raised an error).
+template <typename Result, typename Body>
+Result run_Guarded(Result failure_result, Body&& body) noexcept {
+  try {
+    return std::forward<Body>(body)();
+  } catch (...) {
+    return failure_result;
+  }
+}
+
+// The same for a step without a result: what it could not finish is skipped, and the next step follows.
+template <typename Body>
+void run_Guarded(Body&& body) noexcept {
+  try {
+    std::forward<Body>(body)();
+  } catch (...) {
+    return;
+  }
+}
+
+// Calls its routine when the scope ends.
+template <typename Routine>
+class ScopeExit {
+ public:
+  explicit ScopeExit(Routine routine) : m_routine(std::move(routine)) {}
+  ~ScopeExit() { m_routine(); }
+  ScopeExit(const ScopeExit&) = delete;
+  ScopeExit& operator=(const ScopeExit&) = delete;
+
+ private:
+  Routine m_routine;
+};

@@ -1,0 +1,47 @@
+#include "support/component_lifetime.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "support/registry.h"
+#include "support/text.h"
+
+namespace {
+
+struct Release {
+  KeptUntil End;
+  void (*Routine)();
+
+  bool operator==(const Release&) const = default;
+};
+
+struct {
+  std::vector<Release> Releases;
+  std::optional<bool> SkipAutoUnload;
+} state;  // lives as long as the module
+
+void release_Until(KeptUntil end) {
+  for (const auto& release : state.Releases)
+    if (release.End <= end)
+      release.Routine();
+}
+
+}  // namespace
+
+void release_Later(KeptUntil end, void (*release)()) {
+  const Release entry{end, release};
+  if (std::ranges::find(state.Releases, entry) == state.Releases.end())
+    state.Releases.push_back(entry);
+}
+
+void clean_up_Process() {
+  if (!state.SkipAutoUnload)
+    state.SkipAutoUnload = trim(regread_Text(LR"(HKLM\Software\Norvak\SkipAutoUnload)")) == L"1";
+  if (!*state.SkipAutoUnload)
+    release_Until(KeptUntil::ObjectEnds);
+}
+
+void release_Components() {
+  release_Until(KeptUntil::ModuleUnloads);
+}

@@ -1,0 +1,267 @@
+#include "support/diagnostic_log.h"
+
+#include <windows.h>
+
+#include <lmcons.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "support/automation.h"
+#include "support/boundary.h"
+#include "support/component_lifetime.h"
+#include "support/handles.h"
+#include "support/registry.h"
+#include "support/suite_folders.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr std::wstring_view project_name = L"NorvakContextMenu";
+constexpr std::wstring_view default_log_file = L"pdf.log";
+constexpr std::size_t traced_letters = 50;
+
+enum class Component { Untried, Ready, Off };
+
+struct {
+  bool SettingsLoaded = false;
+  bool AlwaysDebug = false;
+  bool DebugPathLoaded = false;
+  std::wstring DebugPath;
+  bool AtWork = false;  // a message that the log's own work brings about is dropped
+  Component ComponentState = Component::Untried;
+  KeptObject Logger;
+  std::optional<std::wstring> Folder;
+  std::wstring LastMessage;
+  std::optional<bool> Traces;
+} state;  // lives as long as the process
+
+enum class Test { Equals, Contains };
+
+struct FileRule {
+  Test Kind;
+  std::wstring_view ExecutableName;
+  std::wstring_view ProjectName;
+  std::wstring_view File;
+};
+
+constexpr std::array file_rules{
+    FileRule{Test::Equals, L"norvakcredentials", L"norvakcredentials", L"SmartLogin.log"},
+    FileRule{Test::Equals, L"credentialprovider", L"credentialprovider", L"CardMonitor.log"},
+    FileRule{Test::Equals, L"setcredentials", L"setcredentials", L"SmartLogin.log"},
+    FileRule{Test::Equals, L"usbcredentials", L"usbcredentials", L"SmartLogin.log"},
+    FileRule{Test::Contains, L"pkcs11", L"pkcs11", L"SmartLogin.log"},
+    FileRule{Test::Contains, L"certinstaller", L"certinstaller", L"csp.log"},
+    // A project named after the creator is no creator process: only its executable writes to this file.
+    FileRule{Test::Contains, L"creator", L"certinstaller", L"pdf.log"},
+    FileRule{Test::Contains, L"signator", L"signator", L"pdf.log"},
+    FileRule{Test::Contains, L"saver", L"saver", L"pdf.log"},
+    FileRule{Test::Contains, L"serviceclient", L"serviceclient", L"serviceclient.log"},
+    FileRule{Test::Contains, L"credentialprovider", L"credentialprovider", L"CardMonitor.log"},
+};
+
+std::wstring read_Setting(std::wstring_view path) {
+  return as_Text(regread_api(path));
+}
+
+std::wstring executable_Name() {
+  std::array<wchar_t, 32768> path{};
+  const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  return std::wstring(after_Last({path.data(), length}, L'\\'));
+}
+
+std::wstring user_Name() {
+  std::array<wchar_t, UNLEN + 1> name{};
+  auto size = static_cast<DWORD>(name.size());
+  return GetUserNameW(name.data(), &size) ? name.data() : L"";
+}
+
+// A value that names a program file is a leftover of older releases; it is no folder to write into.
+void load_DebugPath() {
+  state.DebugPathLoaded = true;
+  auto folder = regread_Text(LR"(HKLM\Software\Norvak\debugpath)");
+  if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
+    return;
+  state.DebugPath = with_Backslash(folder);
+  std::wstring path = LR"(HKLM\Software\Norvak\debugpath)";
+  if (state.DebugPath != folder)
+    regwrite_sz(path, state.DebugPath);
+}
+
+void load_Settings() {
+  if (!state.SettingsLoaded) {
+    state.SettingsLoaded = true;
+    state.AlwaysDebug = read_Setting(LR"(HKLM\Software\Norvak\AlwaysDebug)") == L"1";
+  }
+  if (!state.DebugPathLoaded && !is_Quiet())
+    load_DebugPath();
+}
+
+bool is_Noise(std::wstring_view message) {
+  static constexpr std::array<std::wstring_view, 3> whole{L"set_ ready", L"set_", L"info ready"};
+  static constexpr std::array<std::wstring_view, 4> parts{L"unloading", L"is_servermode",
+                                                          L"is not system (lsass) process",
+                                                          L"readerlist length (in characters) is:"};
+  const auto text = to_Lower(trim(message));
+  return std::ranges::find(whole, text) != whole.end() ||
+         std::ranges::any_of(parts, [&](auto part) { return contains(text, part); });
+}
+
+struct Identity {
+  std::wstring User = user_Name();
+  std::wstring Program = executable_Name();
+  std::wstring Process = std::to_wstring(GetCurrentProcessId());
+  std::wstring LogFile{choose_LogFile(Program, project_name)};
+};
+
+const Identity& own_Identity() {
+  static const Identity identity;
+  return identity;
+}
+
+std::wstring compose_Header() {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  std::array<wchar_t, 9> time{};  // day, hour, minute and second, two digits each
+  swprintf(time.data(), time.size(), L"%02u%02u%02u%02u", now.wDay, now.wHour, now.wMinute, now.wSecond);
+
+  std::wstring header;
+  const Identity& own = own_Identity();
+  for (const std::wstring_view field : {std::wstring_view(time.data()), std::wstring_view(own.User),
+                                        std::wstring_view(own.Program), std::wstring_view(own.Process)}) {
+    if (!field.empty())
+      header.append(field).append(L":");
+  }
+  return header.append(L" ");
+}
+
+void release_Logger() {
+  state.Logger.release();
+  if (state.ComponentState == Component::Ready)
+    state.ComponentState = Component::Untried;
+}
+
+bool ensure_Logger() {
+  if (state.ComponentState == Component::Untried) {
+    state.Logger.keep(create_OrRegister(
+        L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"}));
+    state.ComponentState = state.Logger.get() != nullptr ? Component::Ready : Component::Off;
+    release_Later(KeptUntil::ModuleUnloads, release_Logger);
+  }
+  return state.ComponentState == Component::Ready;
+}
+
+std::wstring find_Folder() {
+  if (!state.DebugPath.empty())
+    return state.DebugPath;
+  auto folder = with_Backslash(read_Setting(LR"(HKLM\SOFTWARE\Norvak\AlternativeWritePath)"));
+  if (folder.empty())
+    folder = read_Setting(LR"(HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR)");
+  if (folder.empty())
+    folder = regread_Text(LR"(HKLM\SOFTWARE\Norvak\pdf\path)");
+  return folder;
+}
+
+void write_Line(std::wstring_view message) {
+  if (!ensure_Logger())
+    return;
+  if (!state.Folder)
+    state.Folder = find_Folder();
+  const std::wstring& chosen = own_Identity().LogFile;
+  if (!chosen.empty())
+    put_Property(state.Logger.get(), L"LogfileName", text_Argument(chosen));
+  const auto path = (*state.Folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
+  call_Member(state.Logger.get(), L"logge",
+              {text_Argument(compose_Header().append(message)), text_Argument(path)});
+}
+
+bool append_ToFile(const wchar_t* path, const std::string& bytes) {
+  HANDLE opened = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (opened == INVALID_HANDLE_VALUE)
+    return false;
+  const unique_kernel_handle file(opened);
+  DWORD written = 0;
+  return WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE;
+}
+
+bool is_TraceOn() {
+  if (!state.Traces) {
+    state.Traces = to_Number(read_Setting(LR"(HKLM\Software\Norvak\pdf\clog)")) == 1;
+    if (*state.Traces)
+      state.ComponentState = Component::Off;
+  }
+  return *state.Traces;
+}
+
+void write_Message(std::wstring_view message) {
+  if (message.empty() || message == state.LastMessage || is_Noise(message))
+    return;
+  state.LastMessage = message;
+  trace_Message(message.substr(0, traced_letters));
+  write_Line(message);
+}
+
+}  // namespace
+
+std::wstring_view choose_LogFile(std::wstring_view executable_name, std::wstring_view calling_project) {
+  const auto stem = [](std::wstring_view name) { return to_Lower(trim(name.substr(0, name.find(L'.')))); };
+  const auto executable = stem(executable_name);
+  const auto project = stem(calling_project);
+  const auto fits = [](Test kind, std::wstring_view name, std::wstring_view pattern) {
+    return kind == Test::Equals ? name == pattern : contains(name, pattern);
+  };
+  const auto rule = std::ranges::find_if(file_rules, [&](const FileRule& candidate) {
+    return fits(candidate.Kind, executable, candidate.ExecutableName) ||
+           fits(candidate.Kind, project, candidate.ProjectName);
+  });
+  return rule == file_rules.end() ? std::wstring_view() : rule->File;
+}
+
+bool is_LogOn() noexcept {
+  return run_Guarded(false, [] {
+    if (state.AtWork)
+      return false;
+    if (!state.SettingsLoaded || !state.DebugPathLoaded) {
+      state.AtWork = true;
+      const ScopeExit done([] { state.AtWork = false; });
+      load_Settings();
+    }
+    return (state.AlwaysDebug || !state.DebugPath.empty()) &&
+           (state.ComponentState != Component::Off || state.Traces.value_or(false));
+  });
+}
+
+void debug_Log(std::wstring_view message) noexcept {
+  if (!is_LogOn())
+    return;
+  run_Guarded([message] {
+    state.AtWork = true;
+    const ScopeExit done([] { state.AtWork = false; });
+    write_Message(message);
+  });
+}
+
+void debug_Log(std::wstring_view label, std::wstring_view text) noexcept {
+  if (is_LogOn())
+    run_Guarded([&] { debug_Log(std::wstring(label).append(text)); });
+}
+
+void debug_Log(std::wstring_view label, long number) noexcept {
+  if (is_LogOn())
+    run_Guarded([&] { debug_Log(std::wstring(label).append(std::to_wstring(number))); });
+}
+
+void trace_Message(std::wstring_view message) noexcept {
+  run_Guarded([message] {
+    if (!is_TraceOn())
+      return;
+    std::wstring text(message);
+    replace_All(text, L"\r\n", L"");
+    const auto line = to_Ansi(trim(text)) + "\r\n";
+    for (const auto* path : {LR"(c:\norvak.log)", LR"(d:\norvak.log)", LR"(e:\norvak.log)"})
+      if (append_ToFile(path, line))
+        return;
+  });
+}

@@ -1,0 +1,23 @@
+#include "support/file_types.h"
+
+#include <string>
+
+#include "support/registry.h"
+#include "support/suite_folders.h"
+
+namespace {
+
+void repair_Icon(std::wstring path, std::wstring_view icon) {
+  if (!is_Empty(regread(path)))
+    return;
+  const auto file = find_InFolder(get_InstallFolder(), icon);
+  if (!file.empty())
+    regwrite_sz(path, file);
+}
+
+}  // namespace
+
+void repair_Pkcs7Icons() {
+  repair_Icon(LR"(HKCR\.p7m\DefaultIcon\)", L"p7m.ico");
+  repair_Icon(LR"(HKCR\.p7s\DefaultIcon\)", L"p7s.ico");
+}

@@ -1,0 +1,41 @@
+#include "support/files.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+
+#include "support/text.h"
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::array image_extensions{L"bmp"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L"jpg"sv,
+                                      L"jp2"sv, L"jpc"sv, L"pcx"sv, L"gif"sv,  L"png"sv,
+                                      L"wmf"sv, L"emf"sv, L"tga"sv, L"pgx"sv,  L"jb2"sv};
+
+}  // namespace
+
+bool file_Exists(const std::wstring& path) {
+  const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool folder_Exists(const std::wstring& path) {
+  const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool has_ImageExtension(std::wstring_view path) {
+  const auto dot = path.rfind(L'.');
+  if (dot == std::wstring_view::npos)
+    return false;
+  return std::ranges::any_of(image_extensions, [extension = trim(path.substr(dot + 1))](auto known) {
+    return equals_IgnoringCase(extension, known);
+  });
+}
+
+bool is_ImageFile(const std::wstring& path) {
+  return has_ImageExtension(path) && !folder_Exists(path);
+}

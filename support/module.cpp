@@ -1,0 +1,51 @@
+#include "support/module.h"
+
+#include <vector>
+
+#include "support/diagnostic_log.h"
+
+// The linker puts this symbol at the module's start, so its address is the module's handle without an entry
+// point having to store it.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace {
+
+struct {
+  HWND Window = nullptr;
+} state;  // lives as long as the module
+
+}  // namespace
+
+HINSTANCE get_Module() {
+  return reinterpret_cast<HINSTANCE>(&__ImageBase);
+}
+
+std::wstring get_ModulePath() {
+  constexpr std::size_t longest_path = 32768;
+  std::vector<wchar_t> path(MAX_PATH);
+  for (;;) {
+    const DWORD length = GetModuleFileNameW(get_Module(), path.data(), static_cast<DWORD>(path.size()));
+    if (length < path.size() || path.size() >= longest_path)
+      return std::wstring(path.data(), length);
+    path.resize(path.size() * 2);
+  }
+}
+
+std::wstring get_ModuleFolder() {
+  const auto path = get_ModulePath();
+  return path.substr(0, path.rfind(L'\\') + 1);
+}
+
+void set_hwnd(HWND hwnd) {
+  constexpr std::wstring_view name = L"Calling set_hwnd (byteoperation) with value: ";
+  constexpr std::wstring_view finished = L"Finished calling set_hwnd (byteoperation) with value: ";
+  const long number = static_cast<long>(reinterpret_cast<LONG_PTR>(hwnd));
+  debug_Log(name, number);
+  if (hwnd != nullptr)
+    state.Window = hwnd;
+  debug_Log(finished, number);
+}
+
+HWND get_hwnd() {
+  return state.Window;
+}

@@ -1,0 +1,22 @@
+// The DLL that this code lives in, and the window that its messages belong to. Both are kept for the life of
+// the module.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+// The module's own handle: resources are loaded from it.
+HINSTANCE get_Module();
+
+// Full path of the module's file.
+std::wstring get_ModulePath();
+
+// The folder from which the module was loaded, with a backslash at its end.
+std::wstring get_ModuleFolder();
+
+// Keeps the handle of the window that owns message boxes and that components are told; 0 changes nothing.
+void set_hwnd(HWND hwnd);
+
+// The handle kept last; null when none was.
+HWND get_hwnd();

@@ -1,0 +1,33 @@
+// The suite's settings in the registry, each named by one path text such as "HKLM\Software\Norvak\MenuMode".
+// Kept for the life of the process: the last path read with its value, the install folder found by its files,
+// the outcome of the write test, the script host's shell object and the quiet state. A setting that is
+// settled once stays as it was until the process ends.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "support/registry_api.h"
+
+// Reads the value of the path, which is normalised in place. A user who may not write to HKLM reads the own
+// value of the suite's "pdf" branch first, then the machine's. The same path read twice in a row answers from
+// memory. The empty text when nothing was found or the quiet state is set; value forms as in `regread_api`.
+RegistryValue regread(std::wstring& path);
+
+// `regread` of a path that nobody needs back, as text; binary values give the empty text.
+std::wstring regread_Text(std::wstring_view path);
+
+// Writes a REG_SZ value; the path is normalised in place. A user who may not write to HKLM writes the own
+// copy of the suite's "pdf" branch. False when the value could not be written or the quiet state is set.
+bool regwrite_sz(std::wstring& path, std::wstring value);
+
+// Writes a REG_DWORD value, otherwise like `regwrite_sz`.
+bool regwrite_dw(std::wstring& path, long value);
+
+// Tests once a process whether this user may write to HKLM, by writing a number to the path (by default
+// "HKLM\SOFTWARE\Norvak\ctest"), and settles where the "pdf" branch is kept.
+void permtest(std::wstring_view test_path = {});
+
+// While the quiet state is set, reads give the empty text and writes do nothing.
+void set_QuietState(bool quiet);
+bool is_Quiet();

@@ -1,0 +1,92 @@
+#include "support/registry_path.h"
+
+#include <optional>
+
+#include "support/boundary.h"
+#include "support/registry.h"
+#include "support/text.h"
+
+namespace {
+
+struct {
+  bool Loading = false;
+  std::optional<bool> ForceHKLM;
+  std::wstring LastInput;
+  std::wstring LastOutput;
+} state;  // lives as long as the process
+
+void make_BackslashesSingle(std::wstring& path) {
+  replace_All(path, LR"(\\)", LR"(\)");
+}
+
+// The first use reads the switch through the very family that asks for it: the calls nested in that read find
+// the load under way and go on without the switch.
+void load_forceHKLM() {
+  state.Loading = true;
+  const ScopeExit done([] { state.Loading = false; });
+  state.ForceHKLM = trim(to_Lower(regread_Text(LR"(HKLM\Software\Norvak\forceHKLM)"))) == L"1";
+}
+
+bool names_CurrentUser(std::wstring_view path) {
+  return contains(path, L"HKCU") || contains(path, L"HKEY_CURRENT_USER");
+}
+
+void move_ToMachine(std::wstring& path) {
+  make_BackslashesSingle(path);
+  replace_All(path, L"HKCU", L"HKLM");
+  replace_All(path, L"HKEY_CURRENT_USER", L"HKEY_LOCAL_MACHINE");
+}
+
+void normalise_Names(std::wstring& path) {
+  replace_All(path, LR"(hklm\)", LR"(HKLM\)");
+  replace_All(path, LR"(hkcu\)", LR"(HKCU\)");
+  // Stored paths carry this misspelling; a lower-case "hkcr\" reads well as it is.
+  replace_All(path, LR"(hlcr\)", LR"(HKCR\)");
+  replace_All(path, LR"(software\)", LR"(SOFTWARE\)");
+  replace_All(path, LR"(Software\)", LR"(SOFTWARE\)");
+  replace_All(path, LR"(system\)", LR"(SYSTEM\)");
+  replace_All(path, LR"(System\)", LR"(SYSTEM\)");
+  path = apply_forceHKLM(path);
+}
+
+}  // namespace
+
+bool is_ForceHKLM() {
+  if (!state.ForceHKLM && !state.Loading)
+    load_forceHKLM();
+  return state.ForceHKLM.value_or(false);
+}
+
+std::wstring apply_forceHKLM(const std::wstring& path) {
+  const bool nested = state.Loading;
+  if (!state.LastInput.empty() && path == state.LastInput)
+    return state.LastOutput;
+  std::wstring result = path;
+  if (nested || !is_ForceHKLM()) {
+    make_BackslashesSingle(result);
+  } else if (names_CurrentUser(path)) {
+    move_ToMachine(result);
+    state.LastInput = path;
+    state.LastOutput = result;
+  }
+  return result;
+}
+
+void normalise_ForRead(std::wstring& path) {
+  normalise_Names(path);
+  replace_All(path, L"HKEY_LOCAL_MACHINE", L"HKLM");
+  make_BackslashesSingle(path);
+}
+
+void normalise_ForWrite(std::wstring& path) {
+  replace_All(path, LR"(Sofware\)", LR"(Software\)");
+  normalise_Names(path);
+  make_BackslashesSingle(path);
+}
+
+void normalise_ForTextWrite(std::wstring& path) {
+  replace_All(path, LR"(Sofware\)", LR"(Software\)");
+  normalise_Names(path);
+  replace_All(path, LR"(Norvak\pdf\\to)", LR"(Norvak\pdf\to)");
+  make_BackslashesSingle(path);
+}

@@ -1,0 +1,33 @@
+#include "support/suite_folders.h"
+
+#include <windows.h>
+
+#include <shlobj.h>
+
+#include <array>
+
+#include "support/files.h"
+#include "support/registry.h"
+#include "support/text.h"
+
+std::wstring get_InstallFolder() {
+  auto folder = regread_Text(LR"(HKLM\SOFTWARE\Norvak\pdf\path)");
+  if (folder.empty())
+    folder = regread_Text(LR"(HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR)");
+  return with_Backslash(folder);
+}
+
+std::wstring get_CommonProgramFolder() {
+  std::array<wchar_t, MAX_PATH> folder{};
+  if (FAILED(
+          SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES_COMMON, nullptr, SHGFP_TYPE_CURRENT, folder.data())))
+    return {};
+  return with_Backslash(folder.data());
+}
+
+std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name) {
+  if (folder.empty())
+    return {};
+  auto path = with_Backslash(folder).append(file_name);
+  return file_Exists(path) ? path : std::wstring();
+}

@@ -1,0 +1,111 @@
+#include "support/value_cache.h"
+
+#include <algorithm>
+#include <array>
+
+#include "support/automation.h"
+#include "support/boundary.h"
+#include "support/component_lifetime.h"
+#include "support/diagnostic_log.h"
+#include "support/registry.h"
+#include "support/selection_state.h"
+#include "support/suite_folders.h"
+#include "support/text.h"
+
+namespace {
+
+struct {
+  KeptObject Store;
+  std::wstring LastKey;
+  std::wstring LastValue;
+  bool Loading = false;
+  bool Reading = false;
+  bool Writing = false;
+} state;  // lives as long as the module
+
+// Other processes wait while this object lives.
+AutomationObject take_Semaphore(const wchar_t* caller) {
+  const auto folder = get_CommonProgramFolder();
+  auto semaphore = create_OrRegister(L"NorvakInter.SemaPhore",
+                                     {folder + L"NorvakInter.dll", folder + LR"(norvak\NorvakInter.dll)"});
+  const long number = 666;
+  const short kind = 6;
+  call_Member(semaphore.Get(), L"WaitingForSemaphore", {caller, number, kind});
+  return semaphore;
+}
+
+void create_Store() {
+  const auto semaphore = take_Semaphore(L"load_permcache");
+  constexpr std::wstring_view server = L"NorvakCertInstaller.dll";
+  state.Store.keep(create_OrRegister(L"NorvakCertInstaller.iCache", {get_CommonProgramFolder().append(server),
+                                                                     get_InstallFolder().append(server)}));
+  release_Later(KeptUntil::ModuleUnloads, [] { state.Store.release(); });
+}
+
+void remember(const std::wstring& key, const std::wstring& value) {
+  state.LastKey = key;
+  state.LastValue = value;
+}
+
+bool counts_FromZero(const std::wstring& key) {
+  static constexpr std::array<std::wstring_view, 4> counters{L"key", L"saverkey", L"crypterkey", L"cspkey"};
+  return std::ranges::find(counters, key) != counters.end();
+}
+
+std::wstring read_Store(const std::wstring& key) {
+  const auto semaphore = take_Semaphore(L"PermanentCache");
+  load_permcache();
+  const auto answer = call_Member(state.Store.get(), L"get_PIN", {text_Argument(key)});
+  const auto value = answer ? as_Text(*answer) : std::wstring();
+  remember(key, value);
+  return value.empty() && counts_FromZero(key) ? L"0" : value;
+}
+
+void write_Store(const std::wstring& key, const std::wstring& value) {
+  load_permcache();
+  if (contains(to_Lower(key), L"readerlock"))
+    debug_Log(L"Permanent Cache: ", key);
+  const auto semaphore = take_Semaphore(L"set_PermanentCache");
+  call_Member(state.Store.get(), L"set_PIN", {text_Argument(key), text_Argument(value)});
+  remember(key, value);
+}
+
+bool is_Unchanged(const std::wstring& key, const std::wstring& value) {
+  return !state.LastKey.empty() && !state.LastValue.empty() && value == state.LastValue &&
+         key == state.LastKey;
+}
+
+}  // namespace
+
+VARIANT_BOOL load_permcache() {
+  if (is_Quiet() || state.Loading)
+    return VARIANT_FALSE;
+  state.Loading = true;
+  const ScopeExit done([] { state.Loading = false; });
+  if (!is_Alive(state.Store.get()))
+    create_Store();
+  return to_VariantBool(state.Store.get() != nullptr);
+}
+
+std::wstring get_PermanentCache(const std::wstring& key) {
+  if (is_Quiet())
+    return {};
+  // The remembered value comes as it was stored, without the counters' "0".
+  if (!state.LastKey.empty() && state.LastKey == key)
+    return state.LastValue;
+  if (state.Reading)
+    return {};
+  state.Reading = true;
+  const ScopeExit done([] { state.Reading = false; });
+  return read_Store(key);
+}
+
+VARIANT_BOOL set_PermanentCache(const std::wstring& key, const std::wstring& value) {
+  if (is_Quiet() || trim(key).empty() || state.Writing)
+    return VARIANT_FALSE;
+  state.Writing = true;
+  const ScopeExit done([] { state.Writing = false; });
+  if (!is_Unchanged(key, value))
+    write_Store(key, value);
+  return VARIANT_FALSE;
+}
