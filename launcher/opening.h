@@ -1,0 +1,13 @@
+// Opens the selected files in the suite's programs, one start a file, until a file is found missing. Kept for
+// the life of the module: the paths of the viewer and of the signing application, once found.
+#pragma once
+
+#include <span>
+
+#include "support/selection_state.h"
+
+// Starts the viewer for each PDF and XML file, and for every file when there are images in the selection.
+void open_InViewer(std::span<const FileEntry> files);
+
+// Starts the signing application for each file that it can sign.
+void open_InQuill(std::span<const FileEntry> files);

@@ -1,0 +1,17 @@
+// Where the suite's programs are. Each path is looked for in the folders that the registry names, in a fixed
+// order; once found it is kept for the life of the module, even if the file disappears. A program that was
+// not found is looked for again with the next question.
+#pragma once
+
+#include <string>
+
+// Each returns the program's full path, or the empty text when it is in none of its folders.
+std::wstring find_PageKeeper();
+std::wstring find_PdfViewer();
+std::wstring find_SealWriter();
+std::wstring find_Quill();
+std::wstring find_WorkerProcess();
+
+// The first PDF application found: PageKeeper, SealWriter, the PDF viewer. Empty when none is there. On the
+// way the smart-card features are looked at, which may set the flag `CardSigningAvailable`.
+std::wstring find_PdfApplication();
