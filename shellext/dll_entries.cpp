@@ -1,0 +1,37 @@
+// The four entries of the DLL. There is no DllMain: nothing is done when the DLL is loaded.
+#include <windows.h>
+
+#include <ole2.h>
+
+#include "shellext/class_factory.h"
+#include "shellext/module_locks.h"
+#include "shellext/registration.h"
+#include "shellext/shell_ext.h"
+#include "support/boundary.h"
+#include "support/component_lifetime.h"
+
+// A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
+  if (factory == nullptr)
+    return E_POINTER;
+  *factory = nullptr;
+  return clsid == clsid_ShellExt ? create_ClassFactory(iid, factory) : CLASS_E_CLASSNOTAVAILABLE;
+}
+
+// S_OK when no object, factory or server lock needs the module; what it still keeps is released then.
+STDAPI DllCanUnloadNow() {
+  if (is_ModuleLocked())
+    return S_FALSE;
+  run_Guarded(release_Components);
+  return S_OK;
+}
+
+// Registers the class, its ProgID and the type library; all or nothing.
+STDAPI DllRegisterServer() {
+  return register_Module();
+}
+
+// Removes what DllRegisterServer wrote.
+STDAPI DllUnregisterServer() {
+  return unregister_Module();
+}

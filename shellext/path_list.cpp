@@ -1,0 +1,31 @@
+#include "shellext/path_list.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "support/text.h"
+
+namespace {
+
+constexpr std::wstring_view doubled_separator = L"||";
+
+}  // namespace
+
+void PathList::append(std::wstring_view path) {
+  std::wstring open = m_text.substr(m_closed);
+  m_text.resize(m_closed);
+  open.append(1, path_separator).append(path);
+  replace_All(open, doubled_separator, {&path_separator, 1});
+  m_text += open;
+  if (m_text.starts_with(path_separator))
+    m_text.erase(0, 1);
+  // A pair may still be open (of three in a row one closing leaves two), or become one with the next append.
+  const auto pair = m_text.find(doubled_separator, m_closed == 0 ? 0 : m_closed - 1);
+  m_closed = pair != std::wstring::npos ? pair : m_text.size() - (m_text.ends_with(path_separator) ? 1 : 0);
+}
+
+std::wstring without_Separators(std::wstring_view list) {
+  std::wstring rest;
+  std::ranges::remove_copy(list, std::back_inserter(rest), path_separator);
+  return rest;
+}

@@ -1,0 +1,24 @@
+// The selection list: the selected paths joined by "|". No state of its own.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+constexpr wchar_t path_separator = L'|';
+
+// Builds the list path by path. Every append closes doubled separators of the whole list once from left to
+// right and drops a leading one, which shows only where names hold separators themselves or are empty; to
+// stay linear, what is known to be closed already is not looked at again.
+class PathList {
+ public:
+  void append(std::wstring_view path);
+
+  const std::wstring& text() const { return m_text; }
+
+ private:
+  std::wstring m_text;
+  std::size_t m_closed = 0;  // no doubled separator starts before this index
+};
+
+// The list with every separator removed.
+std::wstring without_Separators(std::wstring_view list);
