@@ -1,0 +1,38 @@
+// The command line of the host: one command, its operands, and options before or after them. The options are
+// a table, so that parsing and the usage text cannot disagree. Keeps no state.
+#pragma once
+
+#include <windows.h>
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+// The highest identifier that the shell hands out to context-menu handlers.
+constexpr UINT last_command_id = 0x7FFF;
+
+struct Arguments {
+  std::wstring Command;
+  std::vector<std::wstring> Operands;
+  UINT QueryFlags = 0;
+  UINT FirstId = 1;
+  bool IsJson = false;
+  bool IsVerbose = false;
+  bool WantsHelp = false;
+  bool WantsVersion = false;
+};
+
+/// Splits the words after the program name; throws a Failure for an unknown option or a bad value.
+Arguments parse_arguments(std::span<const std::wstring_view> words);
+
+/// The whole text as a number, decimal or with a leading 0x; throws a Failure that names `meaning` when it is
+/// none or lies above `highest`.
+UINT parse_number(std::wstring_view text, std::wstring_view meaning, UINT highest);
+
+/// The lines of the usage text that explain the options.
+std::wstring describe_options();
+
+}  // namespace host

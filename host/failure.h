@@ -1,0 +1,19 @@
+// What ends the program early: one sentence for the user and the exit status that goes with it. Keeps no
+// state.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+constexpr int exit_success = 0;
+constexpr int exit_failure = 1;
+constexpr int exit_wrong_usage = 2;
+
+/// Thrown by whatever cannot go on; main prints the sentence on stderr and ends with the status.
+struct Failure {
+  std::wstring Sentence;
+  int ExitStatus = exit_failure;
+};
+
+}  // namespace host
