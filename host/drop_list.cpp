@@ -98,7 +98,7 @@ class DropListObject final : public IDataObject {
   HRESULT STDMETHODCALLTYPE EnumDAdvise(IEnumSTATDATA**) override { return OLE_E_ADVISENOTSUPPORTED; }
 
  private:
-  ULONG m_references = 1;  // the host has one apartment with one thread
+  ULONG m_references = 0;  // the host has one apartment with one thread
   std::vector<std::byte> m_block;
 };
 
@@ -122,9 +122,7 @@ std::vector<std::wstring> read_drop_list(IDataObject* data_object) {
 }
 
 ComPtr<IDataObject> create_drop_list_object(std::span<const std::wstring> paths) {
-  ComPtr<IDataObject> data_object;
-  data_object.Attach(new DropListObject(compose_drop_list(paths)));
-  return data_object;
+  return new DropListObject(compose_drop_list(paths));
 }
 
 }  // namespace host

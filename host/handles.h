@@ -1,33 +1,17 @@
-// Owners of the handles that the host works with, so that nothing is released by hand. Keeps no state.
+// The owners of what only the host works with, beside those of support/handles.h. Keeps no state.
 #pragma once
 
 #include <objbase.h>
 #include <shtypes.h>
 #include <windows.h>
 
-#include <memory>
-#include <type_traits>
+#include "support/handles.h"
 
 namespace host {
 
-struct MenuDeleter {
-  void operator()(HMENU menu) const { DestroyMenu(menu); }
-};
-using unique_menu = std::unique_ptr<std::remove_pointer_t<HMENU>, MenuDeleter>;
-
-struct WindowDeleter {
-  void operator()(HWND window) const { DestroyWindow(window); }
-};
-using unique_window = std::unique_ptr<std::remove_pointer_t<HWND>, WindowDeleter>;
-
-struct IdListDeleter {
-  void operator()(ITEMIDLIST_ABSOLUTE* id_list) const { CoTaskMemFree(id_list); }
-};
-using unique_id_list = std::unique_ptr<ITEMIDLIST_ABSOLUTE, IdListDeleter>;
-
-struct GlobalMemoryDeleter {
-  void operator()(void* memory) const { GlobalFree(memory); }
-};
-using unique_global_memory = std::unique_ptr<void, GlobalMemoryDeleter>;
+using unique_menu = unique_handle<HMENU, &DestroyMenu>;
+using unique_window = unique_handle<HWND, &DestroyWindow>;
+using unique_id_list = unique_handle<PIDLIST_ABSOLUTE, &CoTaskMemFree>;
+using unique_global_memory = unique_handle<HGLOBAL, &GlobalFree>;
 
 }  // namespace host

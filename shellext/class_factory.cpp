@@ -48,8 +48,7 @@ class ClassFactory final : public IClassFactory {
     if (outer != nullptr)
       return CLASS_E_NOAGGREGATION;
     run_Guarded(run_MainOnce);
-    Microsoft::WRL::ComPtr<ShellExt> created;
-    created.Attach(ShellExt::create());
+    const Microsoft::WRL::ComPtr<ShellExt> created(ShellExt::create());
     return created ? created->QueryInterface(iid, object) : E_OUTOFMEMORY;
   }
 
@@ -64,13 +63,12 @@ class ClassFactory final : public IClassFactory {
  private:
   ~ClassFactory() { unlock_Module(); }
 
-  LONG m_references = 1;
+  LONG m_references = 0;
 };
 
 }  // namespace
 
 HRESULT create_ClassFactory(REFIID iid, void** factory) noexcept {
-  Microsoft::WRL::ComPtr<ClassFactory> created;
-  created.Attach(new (std::nothrow) ClassFactory);
+  const Microsoft::WRL::ComPtr<ClassFactory> created(new (std::nothrow) ClassFactory);
   return created ? created->QueryInterface(iid, factory) : E_OUTOFMEMORY;
 }

@@ -28,7 +28,7 @@ struct DefaultInterface : IDispatch {
 
 class ShellExt final : public IShellExtInit, public IContextMenu, public DefaultInterface {
  public:
-  // A new object with one reference held by the caller; null when memory ran out.
+  // A new object without references yet; null when memory ran out.
   static ShellExt* create() noexcept;
 
   // The window that messages belong to; setting 0 changes nothing, and the getter falls back to the handle
@@ -83,5 +83,5 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
   std::vector<FileEntry> m_Files;
   AutomationObject m_Cache;  // the suite's certificate cache
   HWND m_hWnd = nullptr;
-  LONG m_references = 1;
+  LONG m_references = 0;
 };
