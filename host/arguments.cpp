@@ -23,7 +23,7 @@ constexpr OptionRow option_table[] = {
      [](Arguments& arguments, std::wstring_view value) {
        arguments.QueryFlags = parse_number(value, L"The value of --flags", 0xFFFFFFFF);
      }},
-    {L"--first-id", L"N", L"first command identifier offered to the extension (default 1)",
+    {L"--first-id", L"N", L"first command identifier offered to the extension (default 100)",
      [](Arguments& arguments, std::wstring_view value) {
        arguments.FirstId = parse_number(value, L"The value of --first-id", last_command_id);
      }},

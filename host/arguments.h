@@ -18,7 +18,7 @@ struct Arguments {
   std::wstring Command;
   std::vector<std::wstring> Operands;
   UINT QueryFlags = 0;
-  UINT FirstId = 1;
+  UINT FirstId = 100;  // Explorer keeps the low identifiers for its own entries
   bool IsJson = false;
   bool IsVerbose = false;
   bool WantsHelp = false;
