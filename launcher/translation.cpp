@@ -49,7 +49,7 @@ std::wstring look_Up(const std::wstring& text) {
     if (answer && *answer == text && contains(text, part))
       answer = ask_Translator(escape(text, part));
   }
-  return answer.value_or(text).empty() ? text : *answer;
+  return !answer || answer->empty() ? text : *answer;
 }
 
 }  // namespace

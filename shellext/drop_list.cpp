@@ -6,7 +6,7 @@
 #include <cstring>
 #include <optional>
 #include <span>
-#include <string_view>
+#include <utility>
 
 #include "support/boundary.h"
 #include "support/text.h"
@@ -18,18 +18,22 @@ constexpr std::size_t longest_name = 499;
 // The text up to the next terminator, which `bytes` is moved behind; nothing when the block has no more.
 template <typename Letter>
 std::optional<std::basic_string<Letter>> take_Name(std::span<const char>& bytes) {
-  std::basic_string<Letter> name;
-  while (bytes.size() >= sizeof(Letter)) {
+  // The names may start at an odd address.
+  const auto letter_at = [&bytes](std::size_t index) {
     Letter letter;
-    // The names may start at an odd address.
-    std::memcpy(&letter, bytes.data(), sizeof letter);
-    bytes = bytes.subspan(sizeof letter);
-    if (letter == Letter{})
-      return name;
-    if (name.size() < longest_name)
-      name += letter;
-  }
-  return {};
+    std::memcpy(&letter, bytes.data() + index * sizeof letter, sizeof letter);
+    return letter;
+  };
+  const std::size_t available = bytes.size() / sizeof(Letter);
+  std::size_t length = 0;
+  while (length < available && letter_at(length) != Letter{})
+    ++length;
+  if (length == available)
+    return {};
+  std::basic_string<Letter> name(std::min(length, longest_name), Letter{});
+  std::memcpy(name.data(), bytes.data(), name.size() * sizeof(Letter));
+  bytes = bytes.subspan((length + 1) * sizeof(Letter));
+  return name;
 }
 
 std::wstring to_Path(std::string&& name) {
@@ -37,7 +41,7 @@ std::wstring to_Path(std::string&& name) {
 }
 
 std::wstring to_Path(std::wstring&& name) {
-  return through_Ansi(name);
+  return through_Ansi(std::move(name));
 }
 
 template <typename Letter>

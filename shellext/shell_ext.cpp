@@ -167,23 +167,16 @@ void ShellExt::read_Paths(std::vector<std::wstring>&& names) {
   // path read them.
   const bool logged = is_LogOn();
   for (std::size_t index = 0; index < names.size(); ++index) {
-    const auto& name = names[index];
-    auto& entry = m_Files[index];
+    auto& name = names[index];
     if (name.empty())
       continue;
-    entry.LongName = trim(name);
-    if (entry.LongName.empty())
+    const auto long_name = trim(name);
+    if (long_name.empty())
       debug_Log(L"sztemp empty");
-    list.append(entry.LongName);
-    if (!logged && !entry.LongName.empty())
-      continue;
-    const auto short_path = short_Path(name);
-    if (short_path.empty())
-      continue;
-    entry.ShortName = trim(short_path);
-    if (entry.ShortName.empty())
-      debug_Log(L"sztemp empty");
-    m_szShortFile.append(L" ").append(short_path);
+    list.append(long_name);
+    if (logged || long_name.empty())
+      read_ShortPath(name, m_Files[index]);
+    m_Files[index].LongName = long_name.size() == name.size() ? std::move(name) : std::wstring(long_name);
   }
   m_szShortFile = std::wstring(trim(m_szShortFile));
   m_szFile = trim(list.text());
@@ -191,6 +184,16 @@ void ShellExt::read_Paths(std::vector<std::wstring>&& names) {
   debug_Log(m_szFile);
   if (!m_Files.empty())
     debug_Log(L"Files: ", static_cast<long>(m_Files.size()));
+}
+
+void ShellExt::read_ShortPath(const std::wstring& path, FileEntry& entry) {
+  const auto short_path = short_Path(path);
+  if (short_path.empty())
+    return;
+  entry.ShortName = trim(short_path);
+  if (entry.ShortName.empty())
+    debug_Log(L"sztemp empty");
+  m_szShortFile.append(L" ").append(short_path);
 }
 
 // Reached only while no object lives that redirects the shell to the menu composition.

@@ -76,6 +76,7 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
   long ensure_Cache() noexcept;
   void capture_Selection(IDataObject* lpdobj);
   void read_Paths(std::vector<std::wstring>&& names);
+  void read_ShortPath(const std::wstring& path, FileEntry& entry);
   void run_Command(const CMINVOKECOMMANDINFO& command);
 
   std::wstring m_szFile;       // the long paths joined by "|"

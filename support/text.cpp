@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cwchar>
+#include <utility>
 
 namespace {
 
@@ -101,8 +102,8 @@ std::wstring from_Ansi(std::string_view text) {
   return letters;
 }
 
-std::wstring through_Ansi(std::wstring_view text) {
-  return is_Ascii(text) ? std::wstring(text) : from_Ansi(to_Ansi(text));
+std::wstring through_Ansi(std::wstring text) {
+  return is_Ascii(text) ? std::move(text) : from_Ansi(to_Ansi(text));
 }
 
 std::optional<long> to_Number(std::wstring_view text) {
