@@ -1,5 +1,6 @@
 #include "shellext/registration.h"
 
+#include <comutil.h>
 #include <wrl/client.h>
 
 #include <algorithm>
@@ -123,25 +124,37 @@ class RowWriter {
 };
 
 bool is_TypeLibraryRegistered() {
-  Microsoft::WRL::ComPtr<ITypeLib> library;
-  return SUCCEEDED(LoadRegTypeLib(libid_ShellExt, library_major, library_minor, LOCALE_NEUTRAL, &library));
+  _bstr_t path;
+  return SUCCEEDED(
+      QueryPathOfRegTypeLib(libid_ShellExt, library_major, library_minor, LOCALE_NEUTRAL, path.GetAddress()));
 }
 
 HRESULT remove_TypeLibrary() {
-  const HRESULT outcome =
-      UnRegisterTypeLib(libid_ShellExt, library_major, library_minor, LOCALE_NEUTRAL, library_kind);
-  return outcome == TYPE_E_REGISTRYACCESS || outcome == TYPE_E_LIBNOTREGISTERED ? S_OK : outcome;
+  if (!is_TypeLibraryRegistered())
+    return S_OK;
+  return UnRegisterTypeLib(libid_ShellExt, library_major, library_minor, LOCALE_NEUTRAL, library_kind);
+}
+
+bool is_KeyMissing(const std::wstring& path) {
+  HKEY opened = nullptr;
+  const LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &opened);
+  const unique_hkey key(opened);
+  return status != ERROR_SUCCESS;
 }
 
 HRESULT write_TypeLibrary() {
   Microsoft::WRL::ComPtr<ITypeLib> library;
-  HRESULT outcome = load_TypeLibrary(&library);
-  if (FAILED(outcome))
-    return outcome;
-  const bool was_registered = is_TypeLibraryRegistered();
-  outcome = RegisterTypeLib(library.Get(), get_ModulePath().data(), nullptr);
-  if (FAILED(outcome) && !was_registered)
-    remove_TypeLibrary();
+  const HRESULT loaded = load_TypeLibrary(&library);
+  if (FAILED(loaded))
+    return loaded;
+  std::vector<std::wstring> new_keys{LR"(TypeLib\)" + guid_Text(libid_ShellExt),
+                                     LR"(Interface\)" + guid_Text(iid_ShellExt)};
+  std::erase_if(new_keys, [](const std::wstring& key) { return !is_KeyMissing(key); });
+  const HRESULT outcome = RegisterTypeLib(library.Get(), get_ModulePath().data(), nullptr);
+  // The platform leaves what it wrote before it failed, and can remove only a registration that is whole.
+  for (const auto& key : new_keys)
+    if (FAILED(outcome))
+      RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
   return outcome;
 }
 

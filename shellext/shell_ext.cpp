@@ -151,7 +151,8 @@ HRESULT ShellExt::IShellExtInit_Initialize(IDataObject* lpdobj) noexcept {
 
 void ShellExt::capture_Selection(IDataObject* lpdobj) {
   read_Paths(dropped_Names(lpdobj));
-  const bool named = !trim(without_Separators(m_szFile)).empty();
+  // The short paths of an earlier selection must not stand in for an empty one.
+  const bool named = m_Files.empty() || !trim(without_Separators(m_szFile)).empty();
   selected_files() = split(named ? m_szFile : m_szShortFile, path_separator);
   analyze_Selection(m_Files);
 }
