@@ -8,6 +8,8 @@
 #include <memory>
 #include <new>
 
+#include "suite/com_object.h"
+
 namespace suite {
 namespace {
 
@@ -42,38 +44,6 @@ HRESULT run_guarded(Body body) noexcept {
     return E_UNEXPECTED;
   }
 }
-
-// QueryInterface and the reference count of a class that implements one interface. A new object has no
-// reference yet: its first ComPtr takes it, and ends it when it has no such interface as the caller asks for.
-template <typename Interface>
-class ComObject : public Interface {
- public:
-  virtual ~ComObject() = default;
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    if (object == nullptr) {
-      return E_POINTER;
-    }
-    const bool known = iid == __uuidof(IUnknown) || iid == __uuidof(Interface);
-    *object = known ? static_cast<Interface*>(this) : nullptr;
-    if (!known) {
-      return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-  STDMETHODIMP_(ULONG) Release() override {
-    const ULONG left = --m_references;
-    if (left == 0) {
-      delete this;
-    }
-    return left;
-  }
-
- private:
-  ModuleReference m_module;
-  std::atomic<ULONG> m_references = 0;
-};
 
 std::vector<_variant_t> collect_arguments(const DISPPARAMS& parameters) {
   std::vector<_variant_t> arguments(parameters.cArgs);
@@ -164,6 +134,7 @@ class AutomationObject final : public ComObject<IDispatch> {
     return DISP_E_EXCEPTION;
   }
 
+  ModuleReference m_module;
   std::vector<Member> m_members;
 };
 
@@ -186,6 +157,9 @@ class ClassFactory final : public ComObject<IClassFactory> {
     module_state.References += lock ? 1 : -1;
     return S_OK;
   }
+
+ private:
+  ModuleReference m_module;
 };
 
 // The registration, below the machine's classes.

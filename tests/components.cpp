@@ -1,0 +1,112 @@
+#include "tests/components.h"
+
+#include <wrl/client.h>
+
+#include "suite/com_object.h"
+#include "support/text.h"
+
+namespace {
+
+Lines recorded;
+
+using Definition = std::shared_ptr<Component::Definition>;
+
+class Object final : public suite::ComObject<IDispatch> {
+ public:
+  explicit Object(Definition definition) : m_definition(std::move(definition)) {
+    recorded.push_back(L"+" + m_definition->ProgId);
+  }
+  ~Object() override { recorded.push_back(L"-" + m_definition->ProgId); }
+
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* member) override {
+    const auto found = m_definition->Table.find(names[0]);
+    *member = static_cast<DISPID>(std::distance(m_definition->Table.begin(), found));
+    return found == m_definition->Table.end() ? DISP_E_UNKNOWNNAME : S_OK;
+  }
+  STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO*,
+                      UINT*) override {
+    const auto& [name, member] = *std::next(m_definition->Table.begin(), id);
+    Arguments arguments(std::reverse_iterator(parameters->rgvarg + parameters->cArgs),
+                        std::reverse_iterator(parameters->rgvarg));
+    std::wstring text;
+    for (const auto& argument : arguments)
+      text += (text.empty() ? L"" : L", ") + text_Of(argument) + (argument.vt == VT_I2 ? L":short" : L"");
+    if (name != L"info")
+      recorded.push_back(name + (kind == DISPATCH_PROPERTYPUT ? L"=" + text : L"(" + text + L")"));
+    try {
+      auto answer = member(arguments);
+      if (result != nullptr)
+        *result = answer.Detach();
+    } catch (HRESULT failure) {
+      return failure;
+    }
+    return S_OK;
+  }
+
+ private:
+  Definition m_definition;
+};
+
+class Factory final : public suite::ComObject<IClassFactory> {
+ public:
+  explicit Factory(Definition definition) : m_definition(std::move(definition)) {}
+
+  STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+  STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) override {
+    *object = nullptr;
+    if (!m_definition->IsCreatable)
+      return E_FAIL;
+    return Microsoft::WRL::ComPtr<IDispatch>(new Object(m_definition)).CopyTo(iid, object);
+  }
+
+ private:
+  Definition m_definition;
+};
+
+}  // namespace
+
+Member answers(const _variant_t& value) {
+  return [value](const Arguments&) { return value; };
+}
+
+Member fails() {
+  return [](const Arguments&) -> _variant_t { throw HRESULT{E_FAIL}; };
+}
+
+std::wstring text_Of(const _variant_t& value) {
+  const _bstr_t text(value);
+  return {static_cast<const wchar_t*>(text), text.length()};
+}
+
+Component::Component(const std::wstring& progid, Members members, bool is_creatable)
+    : m_definition(std::make_shared<Definition>(progid, std::move(members), is_creatable)) {
+  m_definition->Table.try_emplace(L"info", answers(1L));
+  CLSID clsid{};
+  CoCreateGuid(&clsid);
+  std::wstring text(39, L'\0');
+  StringFromGUID2(clsid, text.data(), static_cast<int>(text.size()));
+  set_Value(LR"(HKCR\)" + progid + LR"(\CLSID\)", text.c_str());
+  const Microsoft::WRL::ComPtr<IClassFactory> factory(new Factory(m_definition));
+  CoRegisterClassObject(clsid, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &m_cookie);
+}
+
+Lines calls(std::wstring_view part) {
+  Lines lines(recorded);
+  std::erase_if(lines, [part](const std::wstring& line) { return !contains(line, part); });
+  return lines;
+}
+
+Log::Log() : Component(L"logging.logme", {{L"LogfileName", answers({})}, {L"logge", answers({})}}) {
+  set_Value(norvak + L"AlwaysDebug", L"1");
+}
+
+Lines Log::messages() const {
+  auto lines = calls(L"logge(");
+  for (auto& line : lines) {
+    const auto start = line.find(L": ") + 2;
+    line = line.substr(start, line.rfind(L", ") - start);
+  }
+  return lines;
+}

@@ -1,0 +1,69 @@
+// Automation components of the tests' own: each stands in for the suite component of its ProgID, answers from
+// a table of members and records what is asked of it.
+#pragma once
+
+#include <windows.h>
+
+#include <comutil.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/machine.h"
+
+using Arguments = std::vector<_variant_t>;  // in the order in which the call writes them
+using Member = std::function<_variant_t(const Arguments&)>;
+using Members = std::map<std::wstring, Member>;
+
+Member answers(const _variant_t& value);
+Member fails();
+std::wstring text_Of(const _variant_t& value);
+
+// Registered under the ProgID from here to its end. Members, and whether an object can be made, may change in
+// between. A member `info` that answers 1 is always there unless the table says otherwise.
+class Component {
+ public:
+  explicit Component(const std::wstring& progid, Members members = {}, bool is_creatable = true);
+  ~Component() { CoRevokeClassObject(m_cookie); }
+  Component(const Component&) = delete;
+  Component& operator=(const Component&) = delete;
+
+  struct Definition {
+    std::wstring ProgId;
+    Members Table;
+    bool IsCreatable;
+  };
+  Definition* operator->() const { return m_definition.get(); }
+
+ private:
+  std::shared_ptr<Definition> m_definition;
+  DWORD m_cookie = 0;
+};
+
+// What happened to all components so far, in its order, `info` left out: "+progid" and "-progid" for an
+// object made and released, "member(1, 2:short, text)" for a call, "Property=value". Those with `part` in
+// them.
+Lines calls(std::wstring_view part = {});
+
+// The log component, with the log switched on.
+class Log : public Component {
+ public:
+  Log();
+  // The messages written so far, without their headers.
+  Lines messages() const;
+};
+
+// The store of shared values and the semaphore that guards it.
+struct ValueStore {
+  std::map<std::wstring, std::wstring> Values;
+  Component Semaphore{L"NorvakInter.SemaPhore", {{L"WaitingForSemaphore", answers(0L)}}};
+  Component Store{L"NorvakCertInstaller.iCache",
+                  {{L"get_PIN", [this](const Arguments& key) { return Values[text_Of(key.at(0))].c_str(); }},
+                   {L"set_PIN", [this](const Arguments& pair) {
+                      return (Values[text_Of(pair.at(0))] = text_Of(pair.at(1))).c_str();
+                    }}}};
+};

@@ -1,0 +1,100 @@
+#include "support/diagnostic_log.h"
+
+#include <ctime>
+#include <iomanip>
+#include <regex>
+#include <sstream>
+
+#include "support/text.h"
+#include "tests/components.h"
+
+namespace {
+
+class DiagnosticLog : public Machine, public testing::WithParamInterface<int> {};
+
+TEST_F(DiagnosticLog, ChoosesTheFileAfterTheProgramThenTheProject) {
+  for (const auto* row :
+       {L" NorvakCredentials .exe|x|SmartLogin.log", L"CredentialProvider.v2|x|CardMonitor.log",
+        L"x|SetCredentials|SmartLogin.log", L"usbcredentials|x|SmartLogin.log", L"norvakcredentials2|x|",
+        L"mypkcs11tool|saver|SmartLogin.log", L"saver|certinstaller|csp.log",
+        L"NorvakCreator|serviceclient|pdf.log", L"x|NorvakCreator|", L"NorvakSignator|x|pdf.log",
+        L"x|ScreenSaver|pdf.log", L"TheServiceClient|x|serviceclient.log",
+        L"MyCredentialProvider|x|CardMonitor.log", L"explorer.exe|NorvakContextMenu|",
+        L"tool.saver.exe|x|"}) {
+    const auto fields = split(row, L'|');
+    EXPECT_EQ(choose_LogFile(fields[0], fields[1]), fields[2]) << to_Ansi(row);
+  }
+}
+
+TEST_F(DiagnosticLog, IsOffForOtherSettings) {
+  const Log log;
+  set_Value(norvak + L"AlwaysDebug", L"true");
+  set_Value(norvak + L"debugpath", LR"(c:\tool.exe\)");
+  debug_Log(L"message");
+  EXPECT_FALSE(is_LogOn());
+  EXPECT_EQ(calls(), Lines{});
+}
+
+TEST_F(DiagnosticLog, WritesBelowTheDebugPathWithAHeader) {
+  const Log log;
+  set_Value(norvak + L"AlwaysDebug", L"0");
+  set_Value(norvak + L"debugpath", LR"(c:\logs)");
+  debug_Log(L"label ", -5);
+  EXPECT_EQ(value_At(norvak + L"debugpath"), LR"(c:\logs\)");
+  const auto now = std::time(nullptr);
+  std::wostringstream form;
+  form << LR"(logge\()" << std::put_time(std::localtime(&now), L"%d%H") << LR"([0-5]\d[0-5]\d:)"
+       << _wgetenv(L"USERNAME") << LR"(:unit_tests\.exe:)" << GetCurrentProcessId()
+       << LR"(: label -5, c:\\logs\\\\pdf\.log\))";
+  const auto line = calls(L"logge(").at(0);
+  EXPECT_TRUE(std::regex_match(line, std::wregex(form.str()))) << to_Ansi(line);
+}
+
+TEST_F(DiagnosticLog, DropsNoiseAndRepeats) {
+  const Log log;
+  for (const auto* message :
+       {L"a", L"a", L"", L"a", L"b", L"a", L" INFO Ready ", L"a", L"Info Ready 2", L"set_", L"Set_ Ready",
+        L"set_x", L"is unloading now", L"x Is_ServerMode", L"Is NOT System (lsass) Process",
+        L"ReaderList Length (in characters) is: 5", L"A"})
+    debug_Log(message);
+  EXPECT_EQ(log.messages(), (Lines{L"a", L"b", L"a", L"Info Ready 2", L"set_x", L"A"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, DiagnosticLog, testing::Values(0, 1, 2));
+
+TEST_P(DiagnosticLog, WritesToTheFirstFolderThatIsSet) {
+  const Log log;
+  // The fallbacks, from the last one up.
+  const wchar_t* names[] = {LR"(pdf\path)", LR"(pdf\INSTALLDIR)", L"AlternativeWritePath"};
+  const wchar_t* files[] = {LR"(, c:\0\pdf.log))", LR"(, c:\1\pdf.log))", LR"(, c:\2\\pdf.log))"};
+  for (int index = 0; index <= GetParam(); ++index)
+    set_Value(norvak + names[index], L"c:\\" + std::to_wstring(index));
+  debug_Log(L"message");
+  set_Value(norvak + L"AlternativeWritePath", L"c:\\later");
+  debug_Log(L"another");
+  EXPECT_EQ(calls(files[GetParam()]).size(), 2u) << to_Ansi(calls().back());
+}
+
+TEST_F(DiagnosticLog, IsOffForGoodWithoutItsComponent) {
+  const Log log;
+  log->IsCreatable = false;
+  EXPECT_TRUE(is_LogOn());
+  debug_Log(L"message");
+  log->IsCreatable = true;
+  debug_Log(L"another");
+  EXPECT_FALSE(is_LogOn());
+  EXPECT_EQ(calls(), Lines{});
+}
+
+TEST_F(DiagnosticLog, TracesAtTheDriveRootInsteadOfItsComponent) {
+  const Log log;
+  set_Value(norvak + LR"(pdf\clog)", L" 1 ");
+  debug_Log(L"x\r\n" + std::wstring(60, L'y') + L"end");
+  debug_Log(L" short ");
+  auto lines = read_Lines(LR"(c:\norvak.log)");
+  std::erase_if(lines, [](const auto& line) { return line.ends_with(L" permtest"); });
+  EXPECT_EQ(lines, (Lines{L"x" + std::wstring(47, L'y'), L"short"}));
+  EXPECT_EQ(calls(), Lines{});
+}
+
+}  // namespace

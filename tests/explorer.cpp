@@ -1,0 +1,148 @@
+#include "tests/explorer.h"
+
+#include <filesystem>
+
+#include "shellext/shell_ext.h"
+#include "support/module.h"
+
+namespace {
+
+const std::wstring record_file = test_folder + L"record.log";
+
+template <typename Entry>
+Entry entry_Of(HMODULE module, const char* name) {
+  return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+}  // namespace
+
+std::wstring built_File(const std::wstring& name) {
+  return get_ModuleFolder() + name;
+}
+
+Library::Library(const std::wstring& path) : m_module(LoadLibraryW(path.c_str())) {
+  EXPECT_NE(m_module, nullptr) << std::filesystem::path(path).string() << " cannot be loaded";
+}
+
+HRESULT Library::run(const char* entry) const {
+  return entry_Of<HRESULT(STDAPICALLTYPE*)()>(m_module, entry)();
+}
+
+HRESULT Library::get_Class(REFCLSID clsid, REFIID iid, void** factory) const {
+  return entry_Of<LPFNGETCLASSOBJECT>(m_module, "DllGetClassObject")(clsid, iid, factory);
+}
+
+ComPtr<IContextMenu> Library::create() const {
+  ComPtr<IClassFactory> factory;
+  ComPtr<IContextMenu> object;
+  EXPECT_EQ(get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory)), S_OK);
+  EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
+  return object;
+}
+
+std::string drop_List(const Lines& names, bool wide, DWORD offset) {
+  const DROPFILES header{offset, {}, FALSE, wide};
+  std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
+  bytes.resize(offset, '?');
+  std::wstring letters;
+  for (const auto& name : names)
+    letters.append(name).append(1, L'\0');
+  letters += L'\0';
+  for (const wchar_t letter : letters)
+    bytes.append(reinterpret_cast<const char*>(&letter), wide ? sizeof letter : 1);
+  return bytes;
+}
+
+HGLOBAL make_Block(std::string_view bytes) {
+  const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
+  bytes.copy(static_cast<char*>(GlobalLock(block)), bytes.size());
+  GlobalUnlock(block);
+  return block;
+}
+
+Selection::Selection(const Lines& paths) : m_block(make_Block(drop_List(paths))) {
+  m_fill = [this](STGMEDIUM& medium) {
+    medium.tymed = TYMED_HGLOBAL;
+    medium.hGlobal = m_block;
+    return QueryInterface(IID_PPV_ARGS(&medium.pUnkForRelease));
+  };
+}
+
+Selection::~Selection() {
+  EXPECT_EQ(m_references, 0u) << "references that were not given back";
+  EXPECT_EQ(GlobalFlags(m_block) & GMEM_LOCKCOUNT, 0u) << "the block is still locked";
+  GlobalFree(m_block);
+}
+
+STDMETHODIMP Selection::QueryInterface(REFIID iid, void** object) {
+  *object = iid == IID_IUnknown || iid == IID_IDataObject ? this : nullptr;
+  m_references += *object != nullptr;
+  return *object != nullptr ? S_OK : E_NOINTERFACE;
+}
+
+STDMETHODIMP Selection::GetData(FORMATETC* format, STGMEDIUM* medium) {
+  EXPECT_TRUE(format->cfFormat == CF_HDROP && format->ptd == nullptr && format->lindex == -1);
+  EXPECT_TRUE(format->dwAspect == DVASPECT_CONTENT && format->tymed == TYMED_HGLOBAL);
+  return m_fill(*medium);
+}
+
+void select(const ComPtr<IContextMenu>& object, IDataObject* selection) {
+  ComPtr<IShellExtInit> initializer;
+  ASSERT_EQ(object.As(&initializer), S_OK);
+  EXPECT_EQ(initializer->Initialize(nullptr, selection, nullptr), S_OK);
+}
+
+void select(const ComPtr<IContextMenu>& object, const Lines& paths) {
+  Selection selection(paths);
+  select(object, &selection);
+}
+
+MENUITEMINFOW Menu::item(UINT position) const {
+  MENUITEMINFOW info{};
+  info.cbSize = sizeof info;
+  info.fMask = MIIM_FTYPE | MIIM_ID | MIIM_CHECKMARKS;
+  GetMenuItemInfoW(Handle, position, TRUE, &info);
+  return info;
+}
+
+Lines Menu::lines() const {
+  Lines lines;
+  for (UINT position = 0; position < static_cast<UINT>(GetMenuItemCount(Handle)); ++position) {
+    const auto info = item(position);
+    wchar_t caption[64] = {};
+    GetMenuStringW(Handle, position, caption, 64, MF_BYPOSITION);
+    const std::wstring mark = info.hbmpUnchecked != nullptr ? L" *" : L"";
+    lines.push_back((info.fType & MFT_SEPARATOR) != 0 ? L"-"
+                                                      : std::to_wstring(info.wID) + L" " + caption + mark);
+  }
+  return lines;
+}
+
+Lines offered(const ComPtr<IContextMenu>& object, UINT first_id, UINT flags) {
+  const Menu menu;
+  object->QueryContextMenu(menu.Handle, 0, first_id, 0x7FFF, flags);
+  return menu.lines();
+}
+
+std::wstring install_Suite() {
+  const auto folder = test_folder + LR"(the suite\)";
+  std::filesystem::create_directories(folder);
+  for (const std::wstring program : {L"PageKeeper.exe", L"quill!.exe", L"NorvakWorkerProcess.exe"})
+    std::filesystem::copy_file(built_File(LR"(suite\)" + program), folder + program);
+  set_Value(LR"(HKLM\Software\Norvak\pdf\path)", folder);
+  set_Value(LR"(HKCU\Software\Norvak\pdf\UniqueContainerName)", L"container");
+  SetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record_file.c_str());
+  return folder;
+}
+
+Lines recorded_Starts(std::size_t count) {
+  constexpr int patience = 6000;
+  for (int waits = 0; waits < patience && read_Lines(record_file).size() < count; ++waits)
+    Sleep(10);
+  return read_Lines(record_file);
+}
+
+void Explorer::SetUp() {
+  Machine::SetUp();
+  set_Value(LR"(HKLM\Software\Norvak\MultiSignator)", L"1");
+}

@@ -1,0 +1,98 @@
+// A little Explorer: loads the extension's DLL as it was built, hands it selections and has menus filled.
+#pragma once
+
+#include <windows.h>
+
+#include <ole2.h>
+#include <shlobj.h>
+
+#include <wrl/client.h>
+
+#include <functional>
+#include <string>
+
+#include "tests/machine.h"
+
+using Microsoft::WRL::ComPtr;
+
+// The path of a file that was built into the folder of the test program.
+std::wstring built_File(const std::wstring& name);
+
+// A DLL, loaded from here to its end.
+class Library {
+ public:
+  explicit Library(const std::wstring& path = built_File(L"NorvakContextMenu.dll"));
+  ~Library() { FreeLibrary(m_module); }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  HMODULE handle() const { return m_module; }
+  HRESULT run(const char* entry) const;
+  HRESULT get_Class(REFCLSID clsid, REFIID iid, void** factory) const;
+  // An object of the extension, made by its factory.
+  ComPtr<IContextMenu> create() const;
+
+ private:
+  HMODULE m_module;
+};
+
+// The bytes of a drop list whose names start `offset` bytes behind its start; and a block of memory with
+// them.
+std::string drop_List(const Lines& names, bool wide = true, DWORD offset = sizeof(DROPFILES));
+HGLOBAL make_Block(std::string_view bytes);
+
+// A selection; `fill` answers for its data, or it lends out a drop list. At its end every reference must have
+// been given back, that of a lent list too.
+class Selection : public IDataObject {
+ public:
+  using Fill = std::function<HRESULT(STGMEDIUM&)>;
+  explicit Selection(Fill fill) : m_fill(std::move(fill)) {}
+  explicit Selection(const Lines& paths);
+  virtual ~Selection();
+
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
+  STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+  STDMETHODIMP_(ULONG) Release() override { return --m_references; }
+  STDMETHODIMP GetData(FORMATETC* format, STGMEDIUM* medium) override;
+  STDMETHODIMP GetDataHere(FORMATETC*, STGMEDIUM*) override { return E_NOTIMPL; }
+  STDMETHODIMP QueryGetData(FORMATETC*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetCanonicalFormatEtc(FORMATETC*, FORMATETC*) override { return E_NOTIMPL; }
+  STDMETHODIMP SetData(FORMATETC*, STGMEDIUM*, BOOL) override { return E_NOTIMPL; }
+  STDMETHODIMP EnumFormatEtc(DWORD, IEnumFORMATETC**) override { return E_NOTIMPL; }
+  STDMETHODIMP DAdvise(FORMATETC*, DWORD, IAdviseSink*, DWORD*) override { return E_NOTIMPL; }
+  STDMETHODIMP DUnadvise(DWORD) override { return E_NOTIMPL; }
+  STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) override { return E_NOTIMPL; }
+
+ private:
+  Fill m_fill;
+  HGLOBAL m_block = nullptr;
+  ULONG m_references = 0;
+};
+
+void select(const ComPtr<IContextMenu>& object, IDataObject* selection);
+void select(const ComPtr<IContextMenu>& object, const Lines& paths);
+
+struct Menu {
+  ~Menu() { DestroyMenu(Handle); }
+  // Identifier and caption of each line, a star where a bitmap is shown; a separator is a dash.
+  Lines lines() const;
+  MENUITEMINFOW item(UINT position) const;
+
+  const HMENU Handle = CreatePopupMenu();
+};
+
+// The lines that the extension puts into an empty menu for its selection; for a folder there is one item.
+Lines offered(const ComPtr<IContextMenu>& object, UINT first_id = 1, UINT flags = CMF_NORMAL);
+inline const Lines folder_menu{L"1 Sign PDFs in Folder", L"-"};
+
+// Lays out the programs of the suite that serve a PDF file, and their settings; returns their folder.
+std::wstring install_Suite();
+// How these programs were started, once it were so many times.
+Lines recorded_Starts(std::size_t count);
+
+// A machine on which folders can be signed, and the DLL loaded.
+class Explorer : public Machine {
+ protected:
+  void SetUp() override;
+  const Library m_library;
+};

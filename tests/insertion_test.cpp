@@ -1,0 +1,101 @@
+#include "menu/insertion.h"
+
+#include "menu/bitmaps.h"
+#include "support/component_lifetime.h"
+#include "support/text.h"
+#include "support/value_cache.h"
+#include "tests/components.h"
+#include "tests/explorer.h"
+
+namespace {
+
+class Insertion : public Machine {};
+
+SIZE size_Of(HBITMAP bitmap) {
+  BITMAP description{};
+  GetObjectW(bitmap, sizeof description, &description);
+  return {description.bmWidth, description.bmHeight};
+}
+
+std::string bits_Of(HBITMAP bitmap) {
+  std::string bits(static_cast<std::size_t>(GetBitmapBits(bitmap, 0, nullptr)), '\0');
+  GetBitmapBits(bitmap, static_cast<LONG>(bits.size()), bits.data());
+  return bits;
+}
+
+int count_GdiObjects() {
+  int count = 0;
+  for (ULONG_PTR handle = 1; handle <= 0xFFFF; ++handle)
+    count += GetObjectType(reinterpret_cast<HGDIOBJ>(handle)) != 0;
+  return count;
+}
+
+TEST_F(Insertion, ShowsTextOrPictureWithOrWithoutACheckBitmap) {
+  const std::tuple<UINT, UINT, int, const wchar_t*> rows[] = {{0, 0, 0, L"70 Tr\u00E4ger ?"},
+                                                              {101, 0, 1, L"70 Tr\u00E4ger ? *"},
+                                                              {0, 101, 2, L"70 "},
+                                                              {101, 101, 3, L"70  *"},
+                                                              {199, 0, 1, L"70 Tr\u00E4ger ?"}};
+  const Menu menu;
+  for (const auto& [check, picture, mode, line] : rows) {
+    insert_MenuItem(0, 70, check, picture, menu.Handle, L"Tr\u00E4ger \u6F22");
+    EXPECT_EQ(get_MenuMode(), mode);
+    EXPECT_EQ(menu.lines().front(), line);
+    EXPECT_EQ(menu.item(0).hbmpChecked, menu.item(0).hbmpUnchecked);
+  }
+  insert_MenuItem(1, 71, 101, 0, nullptr, L"nowhere");
+  EXPECT_EQ(GetMenuItemCount(menu.Handle), 5);
+}
+
+TEST_F(Insertion, KeepsTheBitmapsOfEachPosition) {
+  const auto insert = [](std::initializer_list<UINT> positions, UINT check_bitmap, UINT picture) {
+    const Menu menu;
+    for (const UINT position : positions)
+      insert_MenuItem(position, 1, check_bitmap, picture, menu.Handle, L"");
+    return count_GdiObjects();
+  };
+  const int none = count_GdiObjects();
+  EXPECT_EQ(insert({0, 3, 250}, 101, 101), none + 6);
+  EXPECT_EQ(insert({0, 3, 250}, 101, 101), none + 6);
+  EXPECT_EQ(insert({0, 3, 250}, 199, 101), none + 3) << "a missing resource leaves no bitmap";
+  EXPECT_EQ(insert({0, 3, 250, 5}, 101, 0), none + 7);
+  free_MenuBitmaps();  // those of the positions below 100 that showed a picture
+  EXPECT_EQ(count_GdiObjects(), none + 3);
+  release_Components();
+  EXPECT_EQ(count_GdiObjects(), none);
+}
+
+TEST_F(Insertion, ScalesThePictureToACharacterCell) {
+  const auto picture = load_Picture(check_mark_bitmap);
+  TEXTMETRICW metrics{};
+  const unique_hdc display(CreateICW(L"DISPLAY", nullptr, nullptr, nullptr));
+  GetTextMetricsW(display.get(), &metrics);
+  const auto scaled = scale_CheckBitmap(picture.get());
+  EXPECT_EQ(size_Of(scaled.get()).cx, metrics.tmMaxCharWidth);
+  EXPECT_EQ(size_Of(scaled.get()).cy, metrics.tmHeight);
+  EXPECT_NE(bits_Of(scaled.get()).find_first_not_of('\0'), std::string::npos);
+  EXPECT_EQ(bits_Of(copy_Bitmap(picture.get()).get()), bits_Of(picture.get()));
+  EXPECT_FALSE(load_Picture(199) || scale_CheckBitmap(nullptr) || copy_Bitmap(nullptr));
+}
+
+class MenuMode : public Machine, public testing::WithParamInterface<const wchar_t*> {};
+
+// The shared value, the registry's, the mode, and both values afterwards.
+INSTANTIATE_TEST_SUITE_P(Sources, MenuMode,
+                         testing::Values(L"||0||dword:0", L"2|1|2|2|1", L"| 3 |3|3| 3 ", L"|4|0|4|4",
+                                         L"|-1|0|-1|-1", L"word|1|0|word|1"));
+
+TEST_P(MenuMode, IsSettledFromTheSharedValueThenTheRegistry) {
+  const auto row = split(GetParam(), L'|');
+  ValueStore store;
+  store.Values[L"MenuMode"] = row[0];
+  set_Value(norvak + L"MenuMode", row[1]);
+  EXPECT_EQ(std::to_wstring(get_MenuMode()), row[2]);
+  EXPECT_EQ(store.Values[L"MenuMode"], row[3]);
+  EXPECT_EQ(value_At(norvak + L"MenuMode"), row[4]);
+  get_PermanentCache(L"another key");
+  store.Values[L"MenuMode"] = L"1";
+  EXPECT_EQ(std::to_wstring(get_MenuMode()), row[2]);
+}
+
+}  // namespace

@@ -1,0 +1,141 @@
+#include "tests/machine.h"
+
+#include <array>
+#include <bit>
+#include <filesystem>
+#include <fstream>
+
+#include "support/processes.h"
+#include "support/suite_folders.h"
+#include "support/text.h"
+
+namespace {
+
+struct Place {
+  HKEY Root;
+  std::string Key, Name;
+};
+
+Place find_Place(const std::wstring& path) {
+  const auto key_end = path.rfind(L'\\');
+  const HKEY other = path.starts_with(L"HKCU") ? HKEY_CURRENT_USER : HKEY_CLASSES_ROOT;
+  const HKEY root = path.starts_with(L"HKLM") ? HKEY_LOCAL_MACHINE : other;
+  return {root, to_Ansi(path.substr(5, key_end - 5)), to_Ansi(path.substr(key_end + 1))};
+}
+
+// In the order of the flags.
+const Lines flag_names =
+    split(L"Folders Drive Container Mounted Pdf Xml Image Signable Convertible Pkcs7 Link Card", L' ');
+using FlagValues = std::array<VARIANT_BOOL, 12>;
+
+Lines boxes;
+
+// Called by the box's own message loop.
+void CALLBACK answer_Box(HWND, UINT, UINT_PTR, DWORD) {
+  constexpr int text_line = 0xFFFF;
+  const HWND box = FindWindowW(L"#32770", nullptr);
+  if (box == nullptr)
+    return;
+  std::array<wchar_t, 256> title{}, text{};
+  GetWindowTextW(box, title.data(), 256);
+  GetDlgItemTextW(box, text_line, text.data(), 256);
+  boxes.push_back(std::wstring(title.data()) + L": " + text.data());
+  SendMessageW(box, WM_COMMAND, IDOK, 0);
+}
+
+}  // namespace
+
+Machine::Machine() {
+  CoInitialize(nullptr);
+  for (const auto& key :
+       split(LR"(HKLM\Software\Norvak|HKCU\Software\Norvak|HKCR\.p7m|HKCR\.p7s|HKCR\logging.logme|)"
+             LR"(HKCR\NorvakInter.SemaPhore|HKCR\NorvakCertInstaller.iCache|HKCR\NorvakTranslator.Language|)"
+             LR"(HKCR\norvakpdf.edit|HKCR\norvakcsp.PKCS7)",
+             L'|'))
+    RegDeleteTreeW(find_Place(key).Root, key.substr(5).c_str());
+  set_Value(LR"(HKCR\WScript.Shell\CLSID\)", L"{72C24DD5-D70A-438B-8A42-98424B88AFB8}");
+  for (const auto* file : {L"NorvakWorkerProcess.exe", L"NorvakTranslator.dll", L"NorvakInter.dll",
+                           L"NorvakCertInstaller.dll", L"logmod.dll"})
+    std::filesystem::remove(get_CommonProgramFolder() + file);
+  for (const auto& path :
+       split(test_folder + LR"(|c:\programme|c:\program files\bergstede|c:\srcbox|c:\norvak.log)", L'|'))
+    std::filesystem::remove_all(path);
+  std::filesystem::create_directories(test_folder);
+}
+
+void set_Bytes(const std::wstring& path, DWORD type, std::string_view bytes) {
+  const auto place = find_Place(path);
+  RegSetKeyValueA(place.Root, place.Key.c_str(), place.Name.c_str(), type, bytes.data(),
+                  static_cast<DWORD>(bytes.size()));
+}
+
+void set_Value(const std::wstring& path, const std::wstring& text) {
+  set_Bytes(path, REG_SZ, to_Ansi(text) + '\0');
+}
+
+std::wstring value_At(const std::wstring& path) {
+  const auto place = find_Place(path);
+  DWORD type = REG_NONE;
+  std::array<char, 1024> bytes{};
+  DWORD size = sizeof bytes;
+  if (RegGetValueA(place.Root, place.Key.c_str(), place.Name.c_str(), RRF_RT_ANY, &type, bytes.data(),
+                   &size) != ERROR_SUCCESS)
+    return L"(none)";
+  return type == REG_DWORD ? L"dword:" + std::to_wstring(*reinterpret_cast<const DWORD*>(bytes.data()))
+                           : from_Ansi(bytes.data());
+}
+
+std::wstring make_File(const std::wstring& path) {
+  const std::filesystem::path file(path);
+  std::filesystem::create_directories(file.parent_path());
+  std::ofstream(file, std::ios::app) << "";
+  return path;
+}
+
+// The platform emulation reads its drives from symbolic links in a folder of the machine that hosts it.
+void make_DriveE() {
+  std::filesystem::create_directories(test_folder + L"drive");
+  std::filesystem::current_path(LR"(c:\)");
+  start_Program(LR"(Z:\bin\ln -sfn "../drive_c/norvaks machine/drive" ../dosdevices/e:)");
+  while (!std::filesystem::exists(LR"(E:\)"))
+    Sleep(10);
+}
+
+Lines read_Lines(const std::wstring& path) {
+  Lines lines;
+  std::ifstream file{std::filesystem::path(path)};
+  for (std::string line; std::getline(file, line);)
+    lines.push_back(std::filesystem::path(std::u8string(line.begin(), line.end())).wstring());
+  return lines;
+}
+
+std::wstring names_Of(const SelectionFlags& flags) {
+  const auto values = std::bit_cast<FlagValues>(flags);
+  std::wstring names;
+  for (std::size_t index = 0; index < values.size(); ++index)
+    if (values[index] == VARIANT_TRUE)
+      names += (names.empty() ? L"" : L" ") + flag_names[index];
+  return names;
+}
+
+SelectionFlags flags_Of(const std::wstring& names) {
+  FlagValues values{};
+  for (std::size_t index = 0; index < values.size(); ++index)
+    values[index] = to_VariantBool(contains(L" " + names + L" ", L" " + flag_names[index] + L" "));
+  return std::bit_cast<SelectionFlags>(values);
+}
+
+std::vector<FileEntry> entries(const Lines& paths) {
+  std::vector<FileEntry> files;
+  for (const auto& path : paths)
+    files.push_back({path, {}});
+  return files;
+}
+
+Lines boxes_During(const std::function<void()>& routine) {
+  boxes.clear();
+  const auto timer = SetTimer(nullptr, 0, 10, answer_Box);
+  routine();
+  KillTimer(nullptr, timer);
+  return boxes;
+}

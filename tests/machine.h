@@ -1,0 +1,55 @@
+// Arranges the machine that a test runs on: registry values, files, drives. `Machine` makes it a clean one
+// before each case, so no case depends on what another left behind, not even on one that crashed.
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/selection_state.h"
+
+using Lines = std::vector<std::wstring>;
+
+// Everything that a case makes for itself lives in here; the blank is there to find missing quotes.
+inline const std::wstring test_folder = LR"(c:\norvaks machine\)";
+
+// The suite's settings, with a backslash at the end.
+inline const std::wstring norvak = LR"(HKLM\Software\Norvak\)";
+
+// No setting and no component of the suite, no file of it, and the system's own script host. The thread is in
+// a single-threaded apartment.
+class Machine : public testing::Test {
+ protected:
+  Machine();
+};
+
+// Registry values by path texts that start with HKLM, HKCU or HKCR; a backslash at the end names the default
+// value. `set_Bytes` stores just these bytes, texts in the code page.
+void set_Value(const std::wstring& path, const std::wstring& text);
+void set_Bytes(const std::wstring& path, DWORD type, std::string_view bytes);
+
+// A REG_SZ as it is, a REG_DWORD as "dword:" with the number, "(none)" for a missing value.
+std::wstring value_At(const std::wstring& path);
+
+// Makes a file with its folders and returns its path; one that is there keeps its content.
+std::wstring make_File(const std::wstring& path);
+// Makes an empty drive E.
+void make_DriveE();
+// The lines of a UTF-8 file; none when it is missing.
+Lines read_Lines(const std::wstring& path);
+
+// The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image
+// Signable Convertible Pkcs7 Link Card".
+std::wstring names_Of(const SelectionFlags& flags);
+SelectionFlags flags_Of(const std::wstring& names);
+
+// The entries of a selection with these long paths.
+std::vector<FileEntry> entries(const Lines& paths);
+
+// The message boxes ("title: text") that come up while the routine runs; each is answered at once.
+Lines boxes_During(const std::function<void()>& routine);

@@ -1,0 +1,131 @@
+// What the DLL writes into the registry, and what it leaves of it. All classes of the machine are read back,
+// so that nothing beside the expected rows goes unnoticed.
+#include <algorithm>
+#include <iterator>
+
+#include "support/handles.h"
+#include "support/text.h"
+#include "tests/explorer.h"
+
+namespace {
+
+// In lower case as they are read back.
+const std::wstring clsid = L"{2e416da3-34e8-444a-8288-8c2ff373681d}";
+const std::wstring class_key = LR"(clsid\)" + clsid;
+const std::wstring interface_key = LR"(interface\{595d7e94-9b83-4cfd-98cc-0312978c2bc0})";
+const std::wstring library_id = L"{60b0373e-c543-4525-a664-e9d775e867d8}";
+const std::wstring library_key = LR"(typelib\)" + library_id;
+const std::wstring progid = L"norvakcontextmenu.shellext";
+
+// "key\name=text" for each value, "key\" for each key.
+void append_Rows(HKEY parent, const std::wstring& name, const std::wstring& path, Lines& rows) {
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
+    return;
+  const unique_hkey key(opened);
+  rows.push_back(path);
+  wchar_t text[1024];
+  DWORD length = 1024;
+  wchar_t data[2048] = {};
+  DWORD size = sizeof data;
+  for (DWORD index = 0; RegEnumValueW(key.get(), index, text, &length, nullptr, nullptr,
+                                      reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
+       ++index) {
+    rows.push_back(to_Lower(path + text + L"=" + std::wstring(data, size / sizeof *data).c_str()));
+    length = 1024;
+    size = sizeof data;
+  }
+  for (DWORD index = 0; RegEnumKeyW(key.get(), index, text, 1024) == ERROR_SUCCESS; ++index)
+    append_Rows(key.get(), text, to_Lower(path + text + LR"(\)"), rows);
+}
+
+Lines all_Classes() {
+  Lines rows;
+  append_Rows(HKEY_CLASSES_ROOT, L"", L"", rows);
+  std::ranges::sort(rows);
+  return rows;
+}
+
+class Registration : public Explorer {
+ protected:
+  void SetUp() override {
+    Explorer::SetUp();
+    clean();
+  }
+  void TearDown() override { clean(); }
+
+  static void clean() {
+    for (const auto& key : {class_key, interface_key, library_key, progid})
+      RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+  }
+};
+
+TEST_F(Registration, WritesTheseRowsAndRemovesThemAgain) {
+  const auto path = to_Lower(built_File(L"NorvakContextMenu.dll"));
+  const std::wstring description = LR"(\=norvak - icontextmenu shell extension)";
+  const std::wstring automation = L"{00020424-0000-0000-c000-000000000046}";
+  Lines expected{class_key + description,
+                 class_key + LR"(\inprocserver32\=)" + path,
+                 class_key + LR"(\inprocserver32\threadingmodel=apartment)",
+                 class_key + LR"(\progid\=)" + progid,
+                 class_key + LR"(\typelib\=)" + library_id,
+                 progid + description,
+                 progid + LR"(\clsid\=)" + clsid,
+                 interface_key + LR"(\=_shellext)",
+                 interface_key + LR"(\proxystubclsid\=)" + automation,
+                 interface_key + LR"(\proxystubclsid32\=)" + automation,
+                 interface_key + LR"(\typelib\=)" + library_id,
+                 interface_key + LR"(\typelib\version=1.0)",
+                 library_key + LR"(\1.0)" + description + L"...",
+                 library_key + LR"(\1.0\0\win32\=)" + path,
+                 library_key + LR"(\1.0\flags\=8)",
+                 library_key + LR"(\1.0\helpdir\=)" + path.substr(0, path.rfind(L'\\'))};
+  std::ranges::sort(expected);
+  const auto before = all_Classes();
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(m_library.run("DllRegisterServer"), S_OK);
+    Lines written;
+    std::ranges::set_difference(all_Classes(), before, std::back_inserter(written));
+    std::erase_if(written, [](const auto& row) { return row.ends_with(L'\\'); });
+    EXPECT_EQ(written, expected);
+  }
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+    EXPECT_TRUE(all_Classes() == before);
+  }
+}
+
+TEST_F(Registration, RemovalKeepsWhatOthersHaveAdded) {
+  m_library.run("DllRegisterServer");
+  set_Value(LR"(HKCR\)" + class_key + LR"(\InprocServer32\Note)", L"theirs");
+  set_Value(LR"(HKCR\)" + progid + LR"(\shell\)", L"theirs");
+  EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+  Lines left;
+  append_Rows(HKEY_CLASSES_ROOT, class_key, L"", left);
+  append_Rows(HKEY_CLASSES_ROOT, progid, L"", left);
+  EXPECT_EQ(left, (Lines{L"", LR"(inprocserver32\)", LR"(inprocserver32\note=theirs)", L"", LR"(shell\)",
+                         LR"(shell\=theirs)"}));
+}
+
+TEST_F(Registration, ThatCannotBeWrittenWholeLeavesEverythingAsItWas) {
+  for (const bool was_registered : {false, true}) {
+    for (const auto& obstacle : {class_key, progid, library_key}) {
+      SCOPED_TRACE(to_Ansi(obstacle) + (was_registered ? ", registered before" : ""));
+      if (was_registered)
+        m_library.run("DllRegisterServer");
+      set_Value(LR"(HKCR\)" + class_key + LR"(\InprocServer32\)", L"an older release");
+      // A key that does not outlive the session holds no lasting subkeys.
+      RegDeleteTreeW(HKEY_CLASSES_ROOT, obstacle.c_str());
+      HKEY key = nullptr;
+      RegCreateKeyExW(HKEY_CLASSES_ROOT, obstacle.c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_READ, nullptr,
+                      &key, nullptr);
+      RegCloseKey(key);
+      const auto before = all_Classes();
+      EXPECT_TRUE(FAILED(m_library.run("DllRegisterServer")));
+      EXPECT_TRUE(all_Classes() == before);
+      clean();
+    }
+  }
+}
+
+}  // namespace

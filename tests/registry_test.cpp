@@ -1,0 +1,157 @@
+#include "support/registry.h"
+
+#include "support/registry_path.h"
+#include "support/text.h"
+#include "tests/components.h"
+
+namespace {
+
+class Registry : public Machine {};
+
+const std::wstring users = LR"(HKCU\Software\Norvak\)";
+
+bool write(std::wstring path, const std::wstring& text) {
+  return regwrite_sz(path, text);
+}
+
+bool write(std::wstring path, long number) {
+  return regwrite_dw(path, number);
+}
+
+// The script host of a user who may write to the own branch of the registry only.
+Members host_OfPlainUser() {
+  return {{L"RegRead", fails()}, {L"RegWrite", [](const Arguments& arguments) {
+                                    if (!text_Of(arguments.at(0)).starts_with(LR"(HKCU\)"))
+                                      throw HRESULT{E_ACCESSDENIED};
+                                    set_Value(text_Of(arguments.at(0)), text_Of(arguments.at(1)));
+                                    return _variant_t();
+                                  }}};
+}
+
+TEST_F(Registry, RepairsLooselyWrittenPaths) {
+  for (const auto* row :
+       {LR"(hklm\software\a\b>HKLM\SOFTWARE\a\b>HKLM\SOFTWARE\a\b)",
+        LR"(hkcu\Software\b>HKCU\SOFTWARE\b>HKCU\SOFTWARE\b)", LR"(hlcr\b>HKCR\b>HKCR\b)",
+        LR"(hkcr\b>hkcr\b>hkcr\b)", LR"(HKLM\system\System\b>HKLM\SYSTEM\SYSTEM\b>HKLM\SYSTEM\SYSTEM\b)",
+        LR"(HKLM\Sofware\b>HKLM\Sofware\b>HKLM\SOFTWARE\b)",
+        LR"(HKEY_LOCAL_MACHINE\b>HKLM\b>HKEY_LOCAL_MACHINE\b)",
+        LR"(HKLM\\Norvak\pdf\\to>HKLM\Norvak\pdf\to>HKLM\Norvak\pdf\to)"}) {
+    const auto forms = split(row, L'>');  // as given, as read, as written
+    auto read = forms[0], number = forms[0], text = forms[0];
+    normalise_ForRead(read);
+    normalise_ForWrite(number);
+    normalise_ForTextWrite(text);
+    EXPECT_EQ((Lines{read, number, text}), (Lines{forms[1], forms[2], forms[2]}));
+  }
+}
+
+TEST_F(Registry, DeliversEachTypeInItsForm) {
+  using namespace std::string_view_literals;
+  const auto large = std::string(20000, 'x') + '\0';
+  const std::tuple<DWORD, std::string_view, std::wstring> rows[] = {
+      {REG_SZ, "Tr\xE4ger \x80\0"sv, L"Tr\u00E4ger \u20AC"},
+      {REG_SZ, "abcd"sv.substr(0, 3), L"ab"},
+      {REG_SZ, ""sv, L""},
+      {REG_SZ, large, std::wstring(20000, L'x')},
+      {REG_EXPAND_SZ, "%windir%\0"sv, L"%windir%"},
+      {REG_MULTI_SZ, "a\0bc\0\0"sv, std::wstring(L"a\0bc", 4)},
+      {REG_DWORD, "\xFF\xFF\xFF\xFF"sv, L"-1"},
+      {REG_DWORD, "\7\1"sv, L""},
+      {REG_QWORD, "\7\0\0\0\0\0\0\0"sv, L""},
+      {REG_BINARY, "\7\0"sv, L""}};
+  for (const auto& [type, bytes, text] : rows) {
+    set_Bytes(norvak + L"a", type, bytes);
+    EXPECT_EQ(as_Text(regread_api(norvak + L"a")), text) << type << " " << bytes.substr(0, 10);
+  }
+  EXPECT_EQ(regread_api(norvak + L"a"), RegistryValue(std::vector{std::byte{7}, std::byte{0}}));
+  for (const auto& path : {norvak + L"missing", std::wstring(L"HKLM")})
+    EXPECT_EQ(regread_api(path), RegistryValue());
+  set_Value(LR"(HKCR\.p7m\)", L"default value");
+  EXPECT_EQ(regread_Text(LR"(hkcr\.p7m\)"), L"default value");
+}
+
+TEST_F(Registry, RemembersTheLastPathOnlyAndRestsWhileQuiet) {
+  const auto a = norvak + L"a", exit = norvak + L"doexit";
+  for (const auto& path : {a, exit})
+    set_Value(path, L"1");
+  EXPECT_EQ(regread_Text(a), L"1");
+  EXPECT_TRUE(write(a, L"2"));
+  EXPECT_EQ(regread_Text(a), L"1");
+  EXPECT_EQ(regread_Text(exit), L"1");
+  EXPECT_TRUE(write(exit, -2L));
+  EXPECT_EQ(regread_Text(exit), L"-2");
+  EXPECT_EQ(regread_Text(a), L"2");
+  EXPECT_EQ(regread_Text(norvak + L"missing"), L"");
+  set_Value(norvak + L"missing", L"3");
+  EXPECT_EQ(regread_Text(norvak + L"missing"), L"3");
+  set_QuietState(true);
+  EXPECT_EQ(regread_Text(a), L"");
+  EXPECT_FALSE(write(a, L"3") || write(a, 3L));
+}
+
+TEST_F(Registry, ForcedToTheMachineByAFirstReadEvenForAPlainUser) {
+  const Component host(L"WScript.Shell", host_OfPlainUser());
+  set_Value(norvak + L"forceHKLM", L" 1 ");
+  set_Value(norvak + L"a", L"machine");
+  set_Value(users + L"a", L"user");
+  for (std::wstring path : {LR"(HKCU\Software\Norvak\a)", LR"(HKEY_CURRENT_USER\\Software\Norvak\a)"}) {
+    EXPECT_EQ(as_Text(regread(path)), L"machine");
+    EXPECT_EQ(path, LR"(HKLM\SOFTWARE\Norvak\a)");
+  }
+  set_Value(users + LR"(pdf\a)", L"user");
+  EXPECT_EQ(regread_Text(norvak + LR"(pdf\a)"), L"");
+  EXPECT_FALSE(write(norvak + LR"(pdf\a)", L"new"));
+}
+
+TEST_F(Registry, KeepsThePdfBranchOfAPlainUserApart) {
+  const Component host(L"WScript.Shell", host_OfPlainUser());
+  for (const auto* name : {LR"(pdf\a)", LR"(pdf\b)", L"c"})
+    set_Value(norvak + name, L"machine");
+  for (const auto* name : {LR"(pdf\a)", L"c"})
+    set_Value(users + name, L"user");
+  EXPECT_EQ(regread_Text(norvak + LR"(pdf\a)"), L"user");
+  EXPECT_EQ(regread_Text(norvak + LR"(pdf\b)"), L"machine");
+  EXPECT_EQ(regread_Text(norvak + L"c"), L"machine");
+  EXPECT_TRUE(write(norvak + LR"(pdf\b)", L"new"));
+  EXPECT_FALSE(write(norvak + L"c", L"new"));
+  EXPECT_EQ(regread_Text(norvak + LR"(pdf\b)"), L"new");
+}
+
+TEST_F(Registry, FallsBackToTheScriptHost) {
+  Component host(L"WScript.Shell", {{L"RegWrite", answers({})}, {L"RegRead", answers(L"by host")}});
+  EXPECT_EQ(regread_Text(norvak + L"x"), L"by host");
+  const std::wstring made = L"+WScript.Shell", probe = LR"(RegRead(HKLM\SOFTWARE\Norvak\ctest))";
+  Lines expected{made, LR"(RegWrite(HKLM\SOFTWARE\Norvak\ctest, 1, REG_DWORD))", probe,
+                 LR"(RegRead(HKLM\SOFTWARE\Norvak\x))"};
+  EXPECT_EQ(calls(), expected);
+  host->Table[L"RegRead"] = fails();  // the object has died
+  EXPECT_EQ(regread_Text(norvak + L"y"), L"");
+  expected.insert(expected.end(), {probe, made, L"-WScript.Shell", LR"(RegRead(HKLM\SOFTWARE\Norvak\y))"});
+  EXPECT_EQ(calls(), expected);
+}
+
+TEST_F(Registry, ReportsAMissingScriptHost) {
+  const Component host(L"WScript.Shell", {}, false);
+  const Log log;
+  EXPECT_EQ(regread_Text(norvak + L"missing"), L"");
+  EXPECT_FALSE(write(norvak + L"a", L"1") || write(norvak + L"a", 1L));
+  const std::wstring message = L"regi.CreateCOMObject wscript.shell failed in ";
+  EXPECT_EQ(log.messages(),
+            (Lines{message + L"regread", message + L"regwrite_sz", message + L"regwrite_dw"}));
+}
+
+TEST_F(Registry, FindsTheInstallFolderByItsIconAndRepairsTheValue) {
+  make_File(LR"(c:\program files\bergstede\norvak.ico)");
+  make_File(LR"(c:\programme\bergstede\norvak.ico)");
+  const std::wstring folder = LR"(c:\programme\bergstede\)", path = norvak + LR"(pdf\path)";
+  EXPECT_EQ(regread_Text(LR"(HKLM\SOFTWARE\NORVAK\PDF\Path)"), folder);
+  EXPECT_EQ(value_At(path), L"(none)");
+  EXPECT_EQ(regread_Text(path), folder);
+  EXPECT_EQ((Lines{value_At(path), value_At(users + LR"(pdf\path)")}), Lines(2, folder));
+  set_Value(path, LR"(c:\other)");
+  EXPECT_EQ(regread_Text(norvak), L"");
+  EXPECT_EQ(regread_Text(path), folder);
+  EXPECT_EQ(value_At(path), LR"(c:\other)");
+}
+
+}  // namespace
