@@ -89,15 +89,16 @@ TEST_F(Composition, DependsOnTheKindOfMenu) {
 TEST_F(Composition, KeepsCaptionsAndContainerNameOnceKnown) {
   install(L"PageKeeper NorvakWorkerProcess");
   Component translator(L"NorvakTranslator.Language", {{L"translateit", answers(L"Unterschrift")}});
-  selection_flags() = flags_Of(L"Convertible Link");
-  EXPECT_EQ(compose(Menu()), 0);
+  selection_flags() = flags_Of(L"Convertible");
+  EXPECT_EQ(compose(Menu()), 2);
   set_Value(container, L"container");
-  EXPECT_EQ(compose(Menu()), 1);
+  EXPECT_EQ(compose(Menu()), 3);
   translator->Table[L"translateit"] = answers(L"signature");
   set_Value(container, L"");
   const Menu menu;
-  EXPECT_EQ(compose(menu), 1);
-  EXPECT_EQ(menu.lines(), (Lines{L"1 above", L"100 Unterschrift *", L"-", L"2 below"}));
+  EXPECT_EQ(compose(menu), 3);
+  EXPECT_EQ(menu.lines(), (Lines{L"1 above", L"100 Unterschrift *", L"101 Unterschrift", L"102 Unterschrift",
+                                 L"-", L"2 below"}));
 }
 
 }  // namespace

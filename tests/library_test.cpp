@@ -1,48 +1,11 @@
-// The DLL as a file: what it exports, what it needs, what it carries.
-#include <set>
-
+// What the DLL carries beside its code.
 #include "shellext/shell_ext.h"
 #include "support/handles.h"
-#include "support/text.h"
 #include "tests/explorer.h"
 
 namespace {
 
-class LibraryFile : public Explorer {
- protected:
-  template <typename Part>
-  const Part* part(DWORD address) const {
-    return reinterpret_cast<const Part*>(reinterpret_cast<const char*>(m_library.handle()) + address);
-  }
-  const IMAGE_NT_HEADERS& headers() const {
-    return *part<IMAGE_NT_HEADERS>(static_cast<DWORD>(part<IMAGE_DOS_HEADER>(0)->e_lfanew));
-  }
-  template <typename Directory>
-  const Directory* directory(int index) const {
-    return part<Directory>(headers().OptionalHeader.DataDirectory[index].VirtualAddress);
-  }
-};
-
-TEST_F(LibraryFile, IsA32BitServerWithItsFourEntriesAndTheModernProtections) {
-  constexpr DWORD protections = IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE | IMAGE_DLLCHARACTERISTICS_NX_COMPAT;
-  EXPECT_EQ(headers().FileHeader.Machine, IMAGE_FILE_MACHINE_I386);
-  EXPECT_EQ(headers().OptionalHeader.DllCharacteristics & protections, protections);
-  const auto& exports = *directory<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
-  std::string names;
-  for (DWORD index = 0; index < exports.NumberOfNames; ++index)
-    names.append(part<char>(part<DWORD>(exports.AddressOfNames)[index])).append(" ");
-  EXPECT_EQ(names, "DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer ");
-  EXPECT_EQ(exports.NumberOfFunctions, 4u);
-}
-
-TEST_F(LibraryFile, NeedsNoLibraryThatIsNotPartOfWindows) {
-  const std::set<std::wstring> windows{L"advapi32.dll", L"gdi32.dll",   L"kernel32.dll",
-                                       L"msvcrt.dll",   L"ole32.dll",   L"oleaut32.dll",
-                                       L"shell32.dll",  L"shlwapi.dll", L"user32.dll"};
-  const auto* entry = directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT);
-  for (; entry->Name != 0; ++entry)
-    EXPECT_TRUE(windows.contains(to_Lower(from_Ansi(part<char>(entry->Name))))) << part<char>(entry->Name);
-}
+class LibraryFile : public Explorer {};
 
 TEST_F(LibraryFile, CarriesTheVersionOfTheProject) {
   const auto path = built_File(L"NorvakContextMenu.dll");

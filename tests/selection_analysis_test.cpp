@@ -69,6 +69,10 @@ TEST_F(SelectionAnalysis, RecognisesASecureDrive) {
   }
   std::erase(messages, L"");
   EXPECT_EQ(log.messages(), messages);
+  selected_files() = {test_folder};
+  selection_flags() = flags_Of(L"Drive Mounted");
+  analyze_Selection(entries(selected_files()));
+  EXPECT_EQ(names_Of(selection_flags()), L"Folders Container");
 }
 
 TEST_F(SelectionAnalysis, RepairsTheIconsForAnEnvelope) {

@@ -162,6 +162,19 @@ TEST_F(ShellExtTest, LogsWhatItCapturesInThisOrder) {
                    L"Subscript out of range", L"ifiles: 0", all}));
 }
 
+TEST_F(ShellExtTest, HasEveryFeatureWhereItWasUnpackedAtADriveRoot) {
+  set_Value(norvak + L"MultiSignator", L"0");
+  const auto unpacked = test_folder + L"NorvakContextMenu.dll";
+  CopyFileW(built_File(L"NorvakContextMenu.dll").c_str(), unpacked.c_str(), FALSE);
+  const auto offered_By = [](const Library& library) {
+    const auto object = library.create();
+    select(object, Lines{test_folder});
+    return offered(object);
+  };
+  EXPECT_EQ(offered_By(m_library), Lines());
+  EXPECT_EQ(offered_By(Library(unpacked)), folder_menu);
+}
+
 TEST_F(ShellExtTest, EmptySelectionOffersNothingForTheOneBefore) {
   const Log log;
   const auto fresh = m_library.create();
