@@ -45,7 +45,8 @@ TEST_F(Translation, PassesTextsThroughUntilATranslatorLives) {
     m_translator->Table[L"info"] = dead;
     EXPECT_EQ(translate_String(L"a"), L"a");
   }
-  EXPECT_EQ((std::pair(calls(L"+").size(), calls(L"-").size())), std::pair(4u, 3u));
+  EXPECT_EQ(calls(L"+").size(), 4u);
+  EXPECT_EQ(calls(L"-").size(), 3u);
   m_translator->Table[L"info"] = answers(L"1");
   EXPECT_EQ(translate_String(L"a"), L"b");
   EXPECT_EQ(calls(L"translateit"), Lines{L"translateit(a)"});
