@@ -1,7 +1,6 @@
 // The suite's settings in the registry, each named by one path text such as "HKLM\Software\Norvak\MenuMode".
-// Kept for the life of the process: the last path read with its value, the install folder found by its files,
-// the outcome of the write test, the script host's shell object and the quiet state. A setting that is
-// settled once stays as it was until the process ends.
+// Kept for the life of the process: the last path read with its value, the install folder found by its files
+// and the quiet state.
 #pragma once
 
 #include <string>
@@ -23,10 +22,6 @@ bool regwrite_sz(std::wstring& path, std::wstring value);
 
 // Writes a REG_DWORD value, otherwise like `regwrite_sz`.
 bool regwrite_dw(std::wstring& path, long value);
-
-// Tests once a process whether this user may write to HKLM, by writing a number to the path (by default
-// "HKLM\SOFTWARE\Norvak\ctest"), and settles where the "pdf" branch is kept.
-void permtest(std::wstring_view test_path = {});
 
 // While the quiet state is set, reads give the empty text and writes do nothing.
 void set_QuietState(bool quiet);

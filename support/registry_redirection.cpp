@@ -1,0 +1,47 @@
+#include "support/registry_redirection.h"
+
+#include <optional>
+
+#include "support/boundary.h"
+#include "support/diagnostic_log.h"
+#include "support/registry_path.h"
+#include "support/script_host.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr std::wstring_view write_test_path = LR"(HKLM\SOFTWARE\Norvak\ctest)";
+constexpr std::wstring_view machine_branch = LR"(HKLM\SOFTWARE\Norvak\pdf)";
+constexpr std::wstring_view users_branch = LR"(HKCU\SOFTWARE\Norvak\pdf)";
+
+struct {
+  bool PermtestRunning = false;
+  std::optional<bool> MayWriteToMachine;  // settled by the write test
+} state;                                  // lives as long as the process
+
+}  // namespace
+
+void permtest(std::wstring_view test_path) {
+  if (state.MayWriteToMachine || state.PermtestRunning)
+    return;
+  state.PermtestRunning = true;
+  const ScopeExit done([] { state.PermtestRunning = false; });
+  trace_Message(L"entering permtest");
+  state.MayWriteToMachine = try_Write(test_path.empty() ? write_test_path : test_path);
+  trace_Message(L"finished permtest");
+}
+
+bool redirect_ToUser(std::wstring& path) {
+  permtest();
+  const bool per_user = !state.MayWriteToMachine.value_or(true) && !is_ForceHKLM();
+  if (!per_user || !contains(path, machine_branch))
+    return false;
+  replace_All(path, machine_branch, users_branch);
+  path = apply_forceHKLM(path);
+  return true;
+}
+
+std::wstring back_ToMachine(std::wstring path) {
+  replace_All(path, users_branch, machine_branch);
+  return apply_forceHKLM(path);
+}

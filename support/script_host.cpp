@@ -1,0 +1,43 @@
+#include "support/script_host.h"
+
+#include "support/automation.h"
+#include "support/component_lifetime.h"
+#include "support/diagnostic_log.h"
+
+namespace {
+
+constexpr std::wstring_view probe_path = LR"(HKLM\SOFTWARE\Norvak\ctest)";
+
+struct {
+  KeptObject Shell;
+} state;  // lives as long as the process
+
+bool create_Shell() {
+  state.Shell.keep(create_Object(L"WScript.Shell"));
+  release_Later(KeptUntil::ModuleUnloads, [] { state.Shell.release(); });
+  return state.Shell.get() != nullptr;
+}
+
+}  // namespace
+
+void ensure_ScriptHost(std::wstring_view caller) {
+  const bool works = call_Member(state.Shell.get(), L"RegRead", {text_Argument(probe_path)}).has_value();
+  if (!works && !create_Shell())
+    debug_Log(L"regi.CreateCOMObject wscript.shell failed in ", caller);
+}
+
+std::wstring read_ByScriptHost(std::wstring_view path) {
+  const auto answer = call_Member(state.Shell.get(), L"RegRead", {text_Argument(path)});
+  return answer ? as_Text(*answer) : std::wstring();
+}
+
+bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const wchar_t* type) {
+  return call_Member(state.Shell.get(), L"RegWrite", {text_Argument(path), value, type}).has_value();
+}
+
+bool try_Write(std::wstring_view path) {
+  if (state.Shell.get() == nullptr)
+    create_Shell();
+  const long test_value = 1;
+  return write_ByScriptHost(path, test_value, L"REG_DWORD");
+}
