@@ -1,13 +1,20 @@
 #include "launcher/actions.h"
 
+#include <array>
 #include <string>
 
 #include "launcher/opening.h"
+#include "launcher/pkcs7_files.h"
+#include "launcher/secure_drive.h"
+#include "launcher/signing_queue.h"
 #include "launcher/translation.h"
+#include "support/boundary.h"
 #include "support/file_types.h"
 #include "support/module.h"
 
 namespace {
+
+using Files = std::span<const FileEntry>;
 
 struct {
   std::wstring FirstSelectedPath;
@@ -15,7 +22,40 @@ struct {
   std::wstring MessageTitle;
 } state;  // lives as long as the module
 
-void prepare(std::span<const FileEntry> files) {
+struct Step {
+  std::wstring_view Action;
+  void (*Run)(Files);
+};
+
+void mount(Files) {
+  mount_Drive(state.FirstSelectedPath);
+}
+
+void unmount(Files) {
+  unmount_Drive(state.FirstSelectedPath);
+}
+
+void create(Files) {
+  create_Drive();
+}
+
+constexpr std::array program_steps{Step{L"mount", mount},
+                                   Step{L"unmount", unmount},
+                                   Step{L"create", create},
+                                   Step{L"view", open_InViewer},
+                                   Step{L"quill!", open_InQuill},
+                                   Step{L"signit", queue_ForSigning},
+                                   Step{L"sfolder", queue_ForSigning}};
+constexpr std::array pkcs7_steps{Step{L"p7s", sign_Pkcs7}, Step{L"p7m", envelop_Pkcs7},
+                                 Step{L"vPKCS7", validate_Pkcs7}};
+
+void run_Steps(std::span<const Step> steps, std::wstring_view action, Files files) {
+  for (const auto& step : steps)
+    if (step.Action == action)
+      run_Guarded([&] { step.Run(files); });
+}
+
+void prepare(Files files) {
   repair_Pkcs7Icons();
   if (!files.empty() && !files.front().LongName.empty())
     state.FirstSelectedPath = files.front().LongName;
@@ -35,12 +75,11 @@ void show_CertificateMessage() {
 
 }  // namespace
 
-void run_Action(std::wstring_view action, std::span<const FileEntry> files) {
-  prepare(files);
-  if (action == L"view")
-    open_InViewer(files);
-  if (action == L"quill!")
-    open_InQuill(files);
+void run_Action(std::wstring_view action, Files files) noexcept {
+  run_Guarded([&] { prepare(files); });
+  run_Steps(program_steps, action, files);
   if (action != L"signit" && action != L"sfolder")
-    show_CertificateMessage();
+    run_Guarded(show_CertificateMessage);
+  if (!selection_flags().HasLink)
+    run_Steps(pkcs7_steps, action, files);
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "launcher/image_conversion.h"
 #include "launcher/program_locators.h"
 #include "support/diagnostic_log.h"
 #include "support/files.h"
@@ -33,7 +34,7 @@ void open_Each(std::span<const FileEntry> files, Open&& open) {
     debug_Log(L"do action: ", file);
     if (!file_Exists(file))
       return;
-    const auto extension = to_Lower(trim(after_Last(file, L'.')));
+    const auto extension = get_Extension(file);
     if (!extension.empty())
       open(file, extension);
   }
@@ -60,10 +61,11 @@ void open_InViewer(std::span<const FileEntry> files) {
   open_Each(files, [](const std::wstring& file, std::wstring_view extension) {
     if (extension != L"pdf" && extension != L"xml" && !selection_flags().HasImage)
       return;
+    const auto shown = is_ImageFile(file) ? convert_ToPdf(file) : file;
     const auto viewer = find_Viewer(extension);
     if (viewer.empty())
       return;
-    const auto command = open_Command(viewer, file);
+    const auto command = open_Command(viewer, shown);
     debug_Log(command);
     start_Program(command);
   });

@@ -6,7 +6,8 @@
 
 #include "support/selection_state.h"
 
-// Starts the viewer for each PDF and XML file, and for every file when there are images in the selection.
+// Starts the viewer for each PDF and XML file, and for every file when there are images in the selection; of
+// an image it shows the PDF made from it.
 void open_InViewer(std::span<const FileEntry> files);
 
 // Starts the signing application for each file that it can sign.

@@ -106,3 +106,7 @@ _variant_t text_Argument(std::wstring_view text) {
     throw std::bad_alloc();
   return argument;
 }
+
+_variant_t hwnd_Argument(HWND hwnd) {
+  return static_cast<long>(reinterpret_cast<LONG_PTR>(hwnd));
+}

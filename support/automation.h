@@ -66,3 +66,6 @@ std::wstring as_Text(const _variant_t& value) noexcept;
 
 // A text as an automation argument.
 _variant_t text_Argument(std::wstring_view text);
+
+// A window handle as an automation argument: its low 32 bits, which are all that a window handle has.
+_variant_t hwnd_Argument(HWND hwnd);

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <lmcons.h>
-
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -15,6 +13,7 @@
 #include "support/registry.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
+#include "support/user.h"
 
 namespace {
 
@@ -71,12 +70,6 @@ std::wstring executable_Name() {
   return std::wstring(after_Last({path.data(), length}, L'\\'));
 }
 
-std::wstring user_Name() {
-  std::array<wchar_t, UNLEN + 1> name{};
-  auto size = static_cast<DWORD>(name.size());
-  return GetUserNameW(name.data(), &size) ? name.data() : L"";
-}
-
 // A value that names a program file is a leftover of older releases; it is no folder to write into.
 void load_DebugPath() {
   state.DebugPathLoaded = true;
@@ -109,7 +102,7 @@ bool is_Noise(std::wstring_view message) {
 }
 
 struct Identity {
-  std::wstring User = user_Name();
+  std::wstring User = get_UserName();
   std::wstring Program = executable_Name();
   std::wstring Process = std::to_wstring(GetCurrentProcessId());
   std::wstring LogFile{choose_LogFile(Program, project_name)};
@@ -177,11 +170,10 @@ void write_Line(std::wstring_view message) {
 }
 
 bool append_ToFile(const wchar_t* path, const std::string& bytes) {
-  HANDLE opened = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE)
+  const auto file = own_File(CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file)
     return false;
-  const unique_kernel_handle file(opened);
   DWORD written = 0;
   return WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE;
 }

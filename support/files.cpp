@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "support/handles.h"
 #include "support/text.h"
 
 namespace {
@@ -17,6 +18,10 @@ constexpr std::array image_extensions{L"bmp"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L
 
 }  // namespace
 
+bool is_FullPath(std::wstring_view path) {
+  return path.find(LR"(:\)") == 1 || path.starts_with(LR"(\\)");
+}
+
 bool file_Exists(const std::wstring& path) {
   const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
@@ -25,6 +30,10 @@ bool file_Exists(const std::wstring& path) {
 bool folder_Exists(const std::wstring& path) {
   const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+std::wstring get_Extension(std::wstring_view path) {
+  return to_Lower(trim(after_Last(path, L'.')));
 }
 
 bool has_ImageExtension(std::wstring_view path) {
@@ -38,4 +47,32 @@ bool has_ImageExtension(std::wstring_view path) {
 
 bool is_ImageFile(const std::wstring& path) {
   return has_ImageExtension(path) && !folder_Exists(path);
+}
+
+bool copy_ToNewFile(const std::wstring& from, const std::wstring& to) {
+  constexpr BOOL fail_if_exists = TRUE;
+  return CopyFileW(from.c_str(), to.c_str(), fail_if_exists) != FALSE;
+}
+
+bool delete_File(const std::wstring& path) {
+  return DeleteFileW(path.c_str()) != FALSE;
+}
+
+bool write_TextFile(const std::wstring& path, std::wstring_view text) {
+  const auto file = own_File(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto bytes = to_Ansi(text);
+  DWORD written = 0;
+  return file && WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+         written == bytes.size();
+}
+
+std::wstring new_TemporaryPath() {
+  std::array<wchar_t, MAX_PATH + 1> folder{};
+  std::array<wchar_t, MAX_PATH> path{};
+  if (GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()) == 0 ||
+      GetTempFileNameW(folder.data(), L"nvk", 0, path.data()) == 0)
+    return {};
+  delete_File(path.data());
+  return path.data();
 }

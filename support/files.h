@@ -1,9 +1,12 @@
-// Questions to the file system. Every failure, a path that is too long or not readable included, counts as
-// "not there". No state.
+// Questions to the file system, where every failure, a path that is too long or not readable included, counts
+// as "not there", and small changes to it, which tell whether they were made. No state.
 #pragma once
 
 #include <string>
 #include <string_view>
+
+// The path starts at a drive's root or names a network share, and so means the same in every current folder.
+bool is_FullPath(std::wstring_view path);
 
 // A file of that path exists; a folder is none.
 bool file_Exists(const std::wstring& path);
@@ -11,8 +14,24 @@ bool file_Exists(const std::wstring& path);
 // A folder of that path exists; so is a drive root.
 bool folder_Exists(const std::wstring& path);
 
+// The text after the last dot, or the whole path when it has none; without blanks at its ends, in lower case.
+std::wstring get_Extension(std::wstring_view path);
+
 // The text after the last dot is one of the image extensions that the suite can turn into a PDF.
 bool has_ImageExtension(std::wstring_view path);
 
 // `has_ImageExtension`, and the path is no folder; the file system is asked only when the extension fits.
 bool is_ImageFile(const std::wstring& path);
+
+// Copies the file to a path where none is yet. False when one is there, which stays as it is, or when the
+// file cannot be read or written.
+bool copy_ToNewFile(const std::wstring& from, const std::wstring& to);
+
+// False when the file is not there or may not be deleted.
+bool delete_File(const std::wstring& path);
+
+// Makes a file of the text alone, in the system's code page, in place of one that is there.
+bool write_TextFile(const std::wstring& path, std::wstring_view text);
+
+// A path in the folder for temporary files, where no file is. Empty when that folder cannot be written to.
+std::wstring new_TemporaryPath();

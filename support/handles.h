@@ -27,6 +27,11 @@ using unique_hkey = unique_handle<HKEY, &RegCloseKey>;
 using unique_hmodule = unique_handle<HMODULE, &FreeLibrary>;
 using unique_kernel_handle = unique_handle<HANDLE, &CloseHandle>;
 
+// The owner of a file handle; empty where the platform reports its failure as -1.
+inline unique_kernel_handle own_File(HANDLE opened) noexcept {
+  return unique_kernel_handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
+}
+
 // What `GetData` filled, released by whoever the medium names.
 struct unique_stg_medium : STGMEDIUM {
   unique_stg_medium() noexcept : STGMEDIUM{} {}

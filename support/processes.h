@@ -1,8 +1,15 @@
-// Starting programs. No state.
+// Starting programs, and whether they run. No state.
 #pragma once
 
 #include <string>
+#include <string_view>
 
-// Starts the program of the command line, which is passed on unchanged but for the code page, with a normal
-// window, and does not wait for it. False when it could not be started.
+// Starts the program of the command line, which is passed on unchanged but for the code page, and does not
+// wait for it. False when it could not be started.
+bool launch_Program(const std::wstring& command_line);
+
+// The same with a normal window, whatever the caller's own window is like.
 bool start_Program(const std::wstring& command_line);
+
+// Whether a process of that executable name, in any case, runs in any session that this user can see.
+bool is_ProcessRunning(std::wstring_view executable_name);

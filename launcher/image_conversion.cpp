@@ -1,0 +1,47 @@
+#include "launcher/image_conversion.h"
+
+#include "support/automation.h"
+#include "support/files.h"
+#include "support/module.h"
+#include "support/suite_folders.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr const wchar_t* called_from_shell = L"calledfromshellextension";
+constexpr long whole_page = 128;
+
+// The path of a temporary PDF file; empty when none was made. The component must know for the time of the
+// call that a shell extension asks: it then shows no window of its own.
+std::wstring make_TemporaryPdf(IDispatch* editor, const std::wstring& picture) {
+  put_Property(editor, called_from_shell, true);
+  call_Member(editor, L"set_caller", {called_from_shell});
+  const auto pdf = call_Member(editor, L"img2pdf", {text_Argument(picture), whole_page});
+  put_Property(editor, called_from_shell, false);
+  call_Member(editor, L"set_caller", {L"calledfromshellextension_clear"});
+  return pdf ? as_Text(*pdf) : std::wstring();
+}
+
+std::wstring keep_Beside(const std::wstring& picture, const std::wstring& pdf) {
+  const auto kept = picture + L".pdf";
+  if (!file_Exists(kept))
+    copy_ToNewFile(pdf, kept);
+  // A component that answers with one of the two files themselves has made nothing temporary.
+  if (!equals_IgnoringCase(pdf, kept) && !equals_IgnoringCase(pdf, picture))
+    delete_File(pdf);
+  return kept;
+}
+
+}  // namespace
+
+std::wstring convert_ToPdf(const std::wstring& picture) {
+  const auto editor = create_OrRegister(L"norvakpdf.edit", {get_InstallFolder() + L"norvakpdf.dll"});
+  if (!editor)
+    return picture;
+  if (get_hwnd() != nullptr)
+    call_Member(editor.Get(), L"set_hwnd", {hwnd_Argument(get_hwnd())});
+  const auto pdf = make_TemporaryPdf(editor.Get(), picture);
+  const auto file = file_Exists(pdf) ? keep_Beside(picture, pdf) : picture;
+  put_Property(editor.Get(), called_from_shell, false);
+  return file;
+}

@@ -1,0 +1,86 @@
+#include "launcher/pkcs7_files.h"
+
+#include <string>
+
+#include "launcher/key_container.h"
+#include "support/automation.h"
+#include "support/boundary.h"
+#include "support/diagnostic_log.h"
+#include "support/files.h"
+#include "support/module.h"
+#include "support/registry.h"
+#include "support/suite_folders.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr std::wstring_view envelope_ending = L".p7m";
+constexpr std::wstring_view signature_ending = L".p7s";
+
+AutomationObject create_Component() {
+  auto component = create_OrRegister(L"norvakcsp.PKCS7", {get_InstallFolder() + L"norvakcsp.dll"});
+  if (get_hwnd() != nullptr)
+    put_Property(component.Get(), L"WindowHandle", hwnd_Argument(get_hwnd()));
+  return component;
+}
+
+// A missing component leaves every file as it is.
+template <typename Process>
+void process_Each(std::span<const FileEntry> files, Process&& process) {
+  const auto component = create_Component();
+  for (const auto& entry : files) {
+    debug_Log(entry.LongName);
+    if (entry.path().empty())
+      return;
+    if (component)
+      process(component.Get(), entry.path());
+  }
+}
+
+void create_Each(std::span<const FileEntry> files, std::wstring_view ending, bool is_detached) {
+  const auto container = get_KeyContainer();
+  process_Each(files, [&](IDispatch* component, const std::wstring& file) {
+    const auto output = file + std::wstring(ending);
+    if (file_Exists(output))
+      delete_File(output);
+    const auto answer =
+        call_Member(component, L"create_P7x",
+                    {text_Argument(file), text_Argument(output), text_Argument(container), is_detached});
+    // What a failed call leaves behind is no whole output.
+    if (!answer)
+      delete_File(output);
+    if (!file_Exists(output))
+      debug_Log(L"Not created: ", output);
+  });
+}
+
+bool is_Refused(const std::optional<_variant_t>& answer) {
+  return !answer || (answer->vt == VT_BOOL && answer->boolVal == VARIANT_FALSE);
+}
+
+void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
+  const auto output = new_TemporaryPath();
+  const ScopeExit done([&] { delete_File(output); });
+  const auto answer =
+      call_Member(component, L"validate_P7x", {text_Argument(file), text_Argument(output), is_always_valid});
+  if (!is_Refused(answer) && get_Extension(file) == L"p7m" && file_Exists(output))
+    copy_ToNewFile(output, file.substr(0, file.rfind(L'.')));
+}
+
+}  // namespace
+
+void sign_Pkcs7(std::span<const FileEntry> files) {
+  create_Each(files, signature_ending, true);
+}
+
+void envelop_Pkcs7(std::span<const FileEntry> files) {
+  create_Each(files, envelope_ending, false);
+}
+
+void validate_Pkcs7(std::span<const FileEntry> files) {
+  const auto setting = regread_Text(LR"(HKLM\Software\Norvak\CSP\CertificateAlwaysValid)");
+  const bool is_always_valid = trim(setting) == L"1";
+  process_Each(files, [&](IDispatch* component, const std::wstring& file) {
+    validate(component, file, is_always_valid);
+  });
+}

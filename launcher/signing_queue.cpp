@@ -1,0 +1,98 @@
+#include "launcher/signing_queue.h"
+
+#include <comdef.h>
+
+#include <string>
+
+#include "launcher/key_container.h"
+#include "launcher/program_locators.h"
+#include "launcher/translation.h"
+#include "launcher/waiting_status.h"
+#include "support/diagnostic_log.h"
+#include "support/processes.h"
+#include "support/text.h"
+#include "support/value_cache.h"
+
+namespace {
+
+constexpr const wchar_t* queue_key = L"SignFiles";
+constexpr int longest_wait_passes = 60;
+constexpr int passes_per_dot = 3;
+constexpr DWORD pass_milliseconds = 1000;
+
+std::wstring collect(std::span<const FileEntry> files) {
+  std::wstring list;
+  for (const auto& entry : files) {
+    const auto& file = entry.path();
+    if (file.empty())
+      break;
+    debug_Log(L"Passing ", file);
+    list.append(list.empty() ? L"" : L"|").append(file);
+  }
+  list = trim(list);
+  replace_All(list, L"||", L"|");
+  return std::wstring(trim(list));
+}
+
+// A queue that no worker works off was left behind by one that died.
+void clear_StaleQueue() {
+  if (!get_PermanentCache(queue_key).empty() && !is_ProcessRunning(L"NorvakWorkerProcess.exe"))
+    set_PermanentCache(queue_key, L"");
+}
+
+// The last key is answered from memory; only after another one does the store tell what the worker left.
+std::wstring read_QueueAnew() {
+  get_PermanentCache(L"MenuMode");
+  return get_PermanentCache(queue_key);
+}
+
+// False when the user cancelled.
+bool wait_ForEmptyQueue() {
+  const auto text = translate_String(L"Signatur Process active - waiting");
+  WaitingStatus status(text);
+  if (FAILED(status.problem()))
+    debug_Log(L"Signature Process Problem: ", _com_error(status.problem()).ErrorMessage());
+  for (int pass = 1; pass <= longest_wait_passes; ++pass) {
+    status.show(text + L" " + std::wstring(static_cast<std::size_t>(pass / passes_per_dot), L'.'));
+    if (read_QueueAnew().empty())
+      return true;
+    if (!status.wait(pass_milliseconds))
+      return false;
+  }
+  set_PermanentCache(queue_key, L"");
+  return true;
+}
+
+void start_Worker(const std::wstring& list) {
+  set_PermanentCache(queue_key, list);
+  const auto worker = find_WorkerProcess();
+  const auto command = quoted(worker) + L" signit";
+  debug_Log(command);
+  if (!worker.empty())
+    start_Program(command);
+}
+
+void pass_ToWorker(const std::wstring& list) {
+  clear_StaleQueue();
+  if (const auto queue = get_PermanentCache(queue_key); !queue.empty()) {
+    debug_Log(L"Signature Process active: ", queue);
+    if (!wait_ForEmptyQueue())
+      return;
+  }
+  if (const auto queue = get_PermanentCache(queue_key); !queue.empty())
+    debug_Log(L"Cache not empty: ", queue);
+  else
+    start_Worker(list);
+}
+
+}  // namespace
+
+void queue_ForSigning(std::span<const FileEntry> files) {
+  debug_Log(L"called action signit");
+  if (get_KeyContainer().empty())
+    return;
+  const auto list = collect(files);
+  debug_Log(L"Signlist: ", list);
+  if (list.find_first_of(LR"(\:)") != std::wstring::npos)
+    pass_ToWorker(list);
+}

@@ -1,0 +1,10 @@
+// The person who is logged on. No state.
+#pragma once
+
+#include <string>
+
+// The logon name; empty when the system does not tell it.
+std::wstring get_UserName();
+
+// The folder of the person's documents, without a backslash at its end; empty when there is none.
+std::wstring get_DocumentsFolder();
