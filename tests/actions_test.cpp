@@ -1,48 +1,134 @@
 #include "launcher/actions.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "launcher/action_table.h"
+#include "support/module.h"
 #include "support/text.h"
+#include "support/value_cache.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
 
 namespace {
 
-const std::wstring box = L"Configuration Problem: No Signature Certificate Configured";
+namespace fs = std::filesystem;
 
-Lines run(const wchar_t* action, const std::vector<FileEntry>& files) {
+const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
+const std::wstring users = LR"(HKCU\Software\Norvak\)";
+
+Lines run(std::wstring_view action, const std::vector<FileEntry>& files) {
   return boxes_During([&] { run_Action(action, files); });
 }
 
-// The suite's programs record their command lines.
+Lines temporary_Files() {
+  Lines names;
+  for (const auto& entry : fs::directory_iterator(fs::temp_directory_path()))
+    if (contains(entry.path().wstring(), L"nvk"))
+      names.push_back(entry.path());
+  return names;
+}
+
+// Answers true and makes the file that the argument names.
+Member makes_File(std::size_t argument) {
+  return [argument](const Arguments& arguments) {
+    make_File(text_Of(arguments.at(argument)), L"made");
+    return _variant_t(true);
+  };
+}
+
+// The suite's programs record their command lines; its components record their calls.
 class Actions : public Machine {
  protected:
-  static Lines started(std::size_t count) {
-    auto lines = recorded_Starts(count);
+  // The starts that were recorded since the last question, once there are so many.
+  Lines started(std::size_t count) {
+    auto lines = recorded_Starts(m_seen + count);
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(m_seen));
+    m_seen += lines.size();
     std::ranges::sort(lines);
     return lines;
+  }
+  std::wstring start(const std::wstring& program, const std::wstring& rest) const {
+    return program + L"\t" + ::quoted(m_suite + program) + rest;
   }
   Lines starts(const std::wstring& program, const Lines& names) const {
     Lines lines;
     for (const auto& name : names)
-      lines.push_back(program + L"\t" + ::quoted(m_suite + program) + L" " + ::quoted(test_folder + name));
+      lines.push_back(start(program, L" " + ::quoted(test_folder + name)));
     std::ranges::sort(lines);
     return lines;
   }
   const std::wstring m_suite = install_Suite();
+  std::size_t m_seen = 0;
+  ValueStore m_store;
+  Component m_editor{L"norvakpdf.edit",
+                     {{L"set_hwnd", answers({})},
+                      {L"calledfromshellextension", answers({})},
+                      {L"set_caller", answers({})},
+                      {L"img2pdf", [](const Arguments&) {
+                         return make_File(fs::temp_directory_path() / L"nvk.pdf", L"made").c_str();
+                       }}}};
+  Component m_pkcs7{
+      L"norvakcsp.PKCS7",
+      {{L"WindowHandle", answers({})}, {L"create_P7x", makes_File(1)}, {L"validate_P7x", makes_File(1)}}};
 };
+
+// What each starts, and what it leaves: two values of the registry, the marker file, the shared value.
+TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
+  make_DriveE();
+  fs::create_directories(LR"(E:\Norvak)");
+  fs::copy_file(m_suite + L"Vaultware.exe", LR"(E:\Norvak\Vaultware.exe)");
+  fs::current_path(test_folder);
+  make_File(LR"(trueNorvak\Vaultware.exe)");  // must not be started from the current folder
+  const Lines portable{LR"(Vaultware.exe	E:\Norvak\Vaultware.exe stop)"};
+  const Lines worker{start(L"NorvakWorkerProcess.exe", L" signit")};
+  const std::wstring gone = LR"(dword:0|E:\|(none)|)", container = LR"(pdf\UniqueContainerName)";
+  const struct {
+    const wchar_t* Action;
+    Lines Starts;
+    std::wstring Notes;
+    std::wstring Setting, Value;  // set before; without a path, a shared value
+  } rows[] = {{L"mount", {start(L"Vaultware.exe", L" mountdrive")}, LR"(dword:1|E:\|E:\|true)", L"", L""},
+              {L"unmount", {start(L"Vaultware.exe", L" unmountdrive")}, gone, L"", L""},
+              {L"unmount", {}, gone, L"", L""},
+              {L"unmount", portable, gone, users + L"StickDrive", L"E"},
+              {L"unmount", {}, gone, users + L"StickDrive", L""},
+              {L"unmount", portable, gone, norvak + L"StickDrive", L"E:"},
+              {L"unmount", {}, gone, norvak + L"StickDrive", L""},
+              {L"unmount", portable, gone + LR"(E:\)", L"StickDrive", LR"(E:\)"},
+              {L"unmount", {}, gone + L"true", L"StickDrive", L"true"},
+              {L"create", {start(L"NorvakConfig.exe", L" 3")}, gone + L"true", L"", L""},
+              {L"Mount", {}, gone + L"true", L"", L""},
+              {L"signit", worker, gone + L"true", L"", L""},
+              {L"sfolder", {}, gone + L"true", users + container, L" "},
+              {L"sfolder", worker, gone + L"true", norvak + container, L" k "}};
+  for (const auto& [action, expected, notes, setting, value] : rows) {
+    if (contains(setting, L"\\"))
+      set_Value(setting, value);
+    else
+      set_PermanentCache(setting, value);
+    const bool queues = std::wstring_view(action) == L"signit" || std::wstring_view(action) == L"sfolder";
+    EXPECT_EQ(run(action, entries({LR"(E:\)"})), queues ? Lines{} : box);
+    EXPECT_EQ(started(expected.size()), expected) << to_Ansi(action) << to_Ansi(value);
+    const auto marker = read_Lines(LR"(E:\mounted.txt)");
+    EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)") + L"|" + value_At(users + LR"(CSP\LastCryptDrive)") +
+                  L"|" + (marker.empty() ? L"(none)" : marker[0]) + L"|" + m_store.Values[L"StickDrive"],
+              notes);
+  }
+}
 
 TEST_F(Actions, OpenEachFileUpToAMissingOne) {
   const Log log;
   Lines paths;
-  for (const auto* name : {L"a.pdf", L"b & c.PDF", L"100% ^'; (1).xml", L"Tr\u00E4ger.pdf", L"skipped.txt",
-                           L"no extension.", L"last.pdf"})
+  const std::wstring longest(MAX_PATH - 1 - test_folder.size() - 4, L'x');
+  const Lines names{L"a.pdf",       L"b & c.PDF",     L"100% ^'; (1).xml", L"Tr\u00E4ger.pdf",
+                    L"skipped.txt", L"no extension.", longest + L".pdf",   L"last.pdf"};
+  for (const auto& name : names)
     paths.push_back(make_File(test_folder + name));
   auto files = entries(paths);
   files.insert(files.begin() + 1, {L"", make_File(test_folder + L"short.pdf")});
   files.insert(files.end(), {{test_folder + L"missing.pdf", L""}, {paths[0], L""}});
-  EXPECT_EQ(run(L"view", files), Lines{box});
+  EXPECT_EQ(run(L"view", files), box);
   const auto program = m_suite + L"PageKeeper.exe";
   const auto messages = log.messages();
   EXPECT_EQ(Lines(messages.begin(), messages.begin() + 4),
@@ -50,18 +136,73 @@ TEST_F(Actions, OpenEachFileUpToAMissingOne) {
                    ::quoted(program) + L" " + ::quoted(paths[0])}));
   EXPECT_EQ(messages.back(), L"do action: " + test_folder + L"missing.pdf");
   run(L"view", {{L"", L""}, {paths[0], L""}});
-  run(L"View", entries({paths[0]}));
-  run(L"view", entries({paths[6]}));
   EXPECT_EQ(started(7), starts(L"PageKeeper.exe", {L"a.pdf", L"short.pdf", L"b & c.PDF", L"100% ^'; (1).xml",
-                                                   L"Tr\u00E4ger.pdf", L"last.pdf", L"last.pdf"}));
+                                                   L"Tr\u00E4ger.pdf", longest + L".pdf", L"last.pdf"}));
 }
 
 TEST_F(Actions, OpenWhatCanBeSignedWithQuill) {
   Lines paths;
   for (const auto* ending : {L"d2d", L"p7m", L"p7s", L"pdf", L"PKCS7", L"png", L"xml"})
     paths.push_back(make_File(test_folder + L"a." + ending));
-  EXPECT_EQ(run(L"quill!", entries(paths)), Lines{box});
+  EXPECT_EQ(run(L"quill!", entries(paths)), box);
   EXPECT_EQ(started(5), starts(L"quill!.exe", {L"a.d2d", L"a.p7m", L"a.pdf", L"a.PKCS7", L"a.xml"}));
+}
+
+TEST_F(Actions, KeepThePdfOfAPictureBesideIt) {
+  const HWND window = CreateWindowW(L"STATIC", L"", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
+  set_hwnd(window);
+  selection_flags() = flags_Of(L"Image");
+  const auto fresh = make_File(test_folder + L"a.PNG"), done = make_File(test_folder + L"b.tif");
+  make_File(done + L".pdf", L"kept");
+  run(L"view", entries({fresh, done, make_File(test_folder + L"c.doc")}));
+  const auto handle = std::to_wstring(reinterpret_cast<LONG_PTR>(window));
+  const std::wstring flag = L"calledfromshellextension", made = L"norvakpdf.edit";
+  Lines expected;
+  for (const auto& picture : {fresh, done})
+    expected.insert(expected.end(),
+                    {L"+" + made, L"set_hwnd(" + handle + L")", flag + L"=-1", L"set_caller(" + flag + L")",
+                     L"img2pdf(" + picture + L", 128)", flag + L"=0", L"set_caller(" + flag + L"_clear)",
+                     flag + L"=0", L"-" + made});
+  auto asked = calls();
+  std::erase_if(asked,
+                [](const auto& call) { return contains(call, L"SemaPhore") || contains(call, L"iCache"); });
+  EXPECT_EQ(asked, expected);
+  EXPECT_EQ(read_Lines(fresh + L".pdf"), Lines{L"made"});
+  EXPECT_EQ(read_Lines(done + L".pdf"), Lines{L"kept"});
+  EXPECT_EQ(temporary_Files(), Lines{});
+  EXPECT_EQ(started(3), starts(L"PageKeeper.exe", {L"a.PNG.pdf", L"b.tif.pdf", L"c.doc"}));
+  m_editor->Table[L"img2pdf"] = answers(done.c_str());  // nothing temporary: must not be deleted
+  run(L"view", entries({done}));
+  EXPECT_EQ(started(1), starts(L"PageKeeper.exe", {L"b.tif.pdf"}));
+  EXPECT_TRUE(fs::exists(done));
+}
+
+TEST_F(Actions, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
+  const auto file = make_File(test_folder + L"a.txt"), other = make_File(test_folder + L"b.txt");
+  make_File(file + L".p7s", L"an older one, ");
+  set_Value(norvak + LR"(CSP\CertificateAlwaysValid)", L" 1 ");
+  EXPECT_EQ(run(L"p7s", {{file, L""}, {L"", other}, {L"", L""}, {file, L""}}), box);
+  run(L"p7m", entries({file}));
+  fs::remove(file);
+  run(L"vPKCS7", entries({file + L".p7m", make_File(other + L".P7M"), file + L".p7s"}));
+  selection_flags() = flags_Of(L"Link");
+  run(L"p7s", entries({file}));
+  auto asked = calls(L"_P7x(");
+  for (auto& call : asked)
+    if (const auto start = call.find(L"nvk"); start != std::wstring::npos)
+      call.replace(call.rfind(L", ", start) + 2, call.rfind(L", ") - call.rfind(L", ", start) - 2,
+                   L"temporary");
+  const auto a = test_folder + L"a.txt", b = test_folder + L"b.txt";
+  EXPECT_EQ(asked, (Lines{L"create_P7x(" + a + L", " + a + L".p7s, container, -1)",
+                          L"create_P7x(" + b + L", " + b + L".p7s, container, -1)",
+                          L"create_P7x(" + a + L", " + a + L".p7m, container, 0)",
+                          L"validate_P7x(" + a + L".p7m, temporary, -1)",
+                          L"validate_P7x(" + b + L".P7M, temporary, -1)",
+                          L"validate_P7x(" + a + L".p7s, temporary, -1)"}));
+  EXPECT_EQ(read_Lines(a + L".p7s"), Lines{L"made"});
+  EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the content of the envelope";
+  EXPECT_EQ(read_Lines(b), Lines{}) << "a file in the way";
+  EXPECT_EQ(temporary_Files(), Lines{});
 }
 
 TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {

@@ -127,7 +127,8 @@ Lines offered(const ComPtr<IContextMenu>& object, UINT first_id, UINT flags) {
 std::wstring install_Suite() {
   const auto folder = test_folder + LR"(the suite\)";
   std::filesystem::create_directories(folder);
-  for (const std::wstring program : {L"PageKeeper.exe", L"quill!.exe", L"NorvakWorkerProcess.exe"})
+  for (const std::wstring program :
+       {L"PageKeeper.exe", L"quill!.exe", L"NorvakWorkerProcess.exe", L"Vaultware.exe", L"NorvakConfig.exe"})
     std::filesystem::copy_file(built_File(LR"(suite\)" + program), folder + program);
   set_Value(LR"(HKLM\Software\Norvak\pdf\path)", folder);
   set_Value(LR"(HKCU\Software\Norvak\pdf\UniqueContainerName)", L"container");

@@ -85,10 +85,10 @@ std::wstring value_At(const std::wstring& path) {
                            : from_Ansi(bytes.data());
 }
 
-std::wstring make_File(const std::wstring& path) {
+std::wstring make_File(const std::wstring& path, const std::wstring& content) {
   const std::filesystem::path file(path);
   std::filesystem::create_directories(file.parent_path());
-  std::ofstream(file, std::ios::app) << "";
+  std::ofstream(file, std::ios::app) << to_Ansi(content);
   return path;
 }
 
@@ -107,6 +107,25 @@ Lines read_Lines(const std::wstring& path) {
   for (std::string line; std::getline(file, line);)
     lines.push_back(std::filesystem::path(std::u8string(line.begin(), line.end())).wstring());
   return lines;
+}
+
+void patch_Import(std::string_view function, void* replacement) {
+  auto* base = reinterpret_cast<std::byte*>(GetModuleHandleW(nullptr));
+  const auto* header =
+      reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+  const auto imports = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+  for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports); dll->Name != 0; ++dll) {
+    auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
+    auto* entry = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
+    for (; name->u1.AddressOfData != 0; ++name, ++entry) {
+      const auto* import = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+      DWORD protection = 0;
+      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) || function != reinterpret_cast<const char*>(import->Name))
+        continue;
+      VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &protection);
+      entry->u1.Function = reinterpret_cast<ULONG_PTR>(replacement);
+    }
+  }
 }
 
 std::wstring names_Of(const SelectionFlags& flags) {

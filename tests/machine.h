@@ -36,12 +36,15 @@ void set_Bytes(const std::wstring& path, DWORD type, std::string_view bytes);
 // A REG_SZ as it is, a REG_DWORD as "dword:" with the number, "(none)" for a missing value.
 std::wstring value_At(const std::wstring& path);
 
-// Makes a file with its folders and returns its path; one that is there keeps its content.
-std::wstring make_File(const std::wstring& path);
+// Makes a file with its folders and returns its path; one that is there gets the content behind its own.
+std::wstring make_File(const std::wstring& path, const std::wstring& content = {});
 // Makes an empty drive E.
 void make_DriveE();
 // The lines of a UTF-8 file; none when it is missing.
 Lines read_Lines(const std::wstring& path);
+
+// Has this program's own calls of a function of the platform land in the replacement.
+void patch_Import(std::string_view function, void* replacement);
 
 // The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image
 // Signable Convertible Pkcs7 Link Card".
