@@ -37,6 +37,10 @@ Member makes_File(std::size_t argument) {
   };
 }
 
+BOOL WINAPI refuse_Copy(const wchar_t*, const wchar_t*, BOOL) {
+  return FALSE;
+}
+
 // The suite's programs record their command lines; its components record their calls.
 class Actions : public Machine {
  protected:
@@ -66,7 +70,8 @@ class Actions : public Machine {
                       {L"calledfromshellextension", answers({})},
                       {L"set_caller", answers({})},
                       {L"img2pdf", [](const Arguments&) {
-                         return make_File(fs::temp_directory_path() / L"nvk.pdf", L"made").c_str();
+                         const auto path = make_File(fs::temp_directory_path() / L"nvk.pdf", L"made");
+                         return _variant_t(path.c_str());
                        }}}};
   Component m_pkcs7{
       L"norvakcsp.PKCS7",
@@ -203,6 +208,106 @@ TEST_F(Actions, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
   EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the content of the envelope";
   EXPECT_EQ(read_Lines(b), Lines{}) << "a file in the way";
   EXPECT_EQ(temporary_Files(), Lines{});
+}
+
+// Every component call on the way fails once, the making of objects included: the steps after it are still
+// taken, and nothing stays behind.
+TEST_F(Actions, GoOnAfterACallThatFails) {
+  make_DriveE();
+  const auto picture = make_File(test_folder + L"a.png"), envelope = make_File(test_folder + L"b.p7m");
+  const std::tuple<std::wstring, Lines, std::size_t> rows[] = {
+      {L"view", {picture}, 1},          {L"mount", {LR"(E:\)"}, 1}, {L"unmount", {LR"(E:\)"}, 1},
+      {L"create", {LR"(E:\)"}, 1},      {L"signit", {picture}, 1},  {L"p7s", {picture, envelope}, 0},
+      {L"p7m", {picture, envelope}, 0}, {L"vPKCS7", {envelope}, 0}};
+  for (const auto& [action, paths, programs] : rows) {
+    selection_flags() = flags_Of(L"Image");
+    const auto arrange = [&] {
+      set_Value(users + LR"(CSP\StickMounted)", L"1");
+      for (const auto* left : {L"a.png.pdf", L"a.png.p7s", L"b.p7m.p7s"})
+        fs::remove(test_folder + left);
+      m_store.Values.clear();
+      set_PermanentCache(L"SignFiles", L"");
+    };
+    bool has_Failed = true;
+    for (long number = 1; has_Failed; ++number) {
+      arrange();
+      fail_Call(number);
+      EXPECT_EQ(run(action, entries(paths)), action == L"signit" ? Lines{} : box);
+      has_Failed = fail_Call(0);
+      EXPECT_EQ(started(programs).size(), programs) << to_Ansi(action) << number;
+      EXPECT_TRUE(action != L"p7s" || fs::exists(picture + L".p7s") || fs::exists(envelope + L".p7s"));
+      EXPECT_EQ(temporary_Files(), Lines{});
+      for (const std::wstring object : {L"norvakpdf.edit", L"norvakcsp.PKCS7", L"NorvakInter.SemaPhore"})
+        EXPECT_EQ(calls(L"+" + object).size(), calls(L"-" + object).size()) << to_Ansi(object);
+    }
+    arrange();
+    const auto handles = kernel_Handles();
+    run(action, entries(paths));
+    EXPECT_EQ(kernel_Handles(), handles) << to_Ansi(action);
+    started(programs);
+  }
+}
+
+// What is missing or refuses, and what is done all the same: programs started and files left in the folder.
+TEST_F(Actions, GoOnWithoutWhatIsMissing) {
+  const auto picture = make_File(test_folder + L"a.png"), text = make_File(test_folder + L"b.txt");
+  make_File(text + L".p7s", L"older");
+  const auto folder_Content = [] {
+    std::wstring names;
+    for (const auto* name : {L"a.png", L"a.png.pdf", L"b.txt.p7s"})
+      names += fs::exists(test_folder + name) ? name + std::wstring(L" ") : L"";
+    return names;
+  };
+  selection_flags() = flags_Of(L"Image");
+  const auto shown = [this](const wchar_t* name) { return starts(L"PageKeeper.exe", {name}); };
+  const Component host(L"WScript.Shell", {{L"RegRead", fails()}, {L"RegWrite", fails()}});
+  const struct {
+    const char* Fault;
+    std::function<void()> Make;
+    std::wstring Action, Path;
+    Lines Starts;
+    std::wstring Content;
+  } rows[] = {{"a full disk", [] { patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_Copy)); },
+               L"view", picture, shown(L"a.png.pdf"), L"a.png b.txt.p7s "},
+              {"no PDF component", [this] { m_editor->IsCreatable = false; }, L"view", picture,
+               shown(L"a.png"), L"a.png b.txt.p7s "},
+              {"no PKCS#7 component",
+               [this] { m_pkcs7->IsCreatable = false; },
+               L"p7s",
+               text,
+               {},
+               L"a.png b.txt.p7s "},
+              {"a component that writes half",
+               [this] {
+                 m_pkcs7->IsCreatable = true;
+                 m_pkcs7->Table[L"create_P7x"] = [](const Arguments& arguments) -> _variant_t {
+                   make_File(text_Of(arguments.at(1)), L"half");
+                   throw HRESULT{E_FAIL};
+                 };
+               },
+               L"p7s",
+               text,
+               {},
+               L"a.png "},
+              {"a drive that vanished",
+               [] {},
+               L"mount",
+               LR"(Q:\)",
+               {start(L"Vaultware.exe", L" mountdrive")},
+               L"a.png "},
+              {"a file that vanished", [&] { fs::remove(picture); }, L"view", picture, {}, L""},
+              {"no programs", [this] { fs::remove_all(m_suite); }, L"mount", LR"(Q:\)", {}, L""},
+              {"no worker", [] {}, L"signit", text, {}, L""}};
+  for (const auto& [fault, make, action, path, expected, content] : rows) {
+    make();
+    run(action, entries({path}));
+    EXPECT_EQ(started(expected.size()), expected) << fault;
+    EXPECT_EQ(folder_Content(), content) << fault;
+    EXPECT_EQ(temporary_Files(), Lines{}) << fault;
+  }
+  EXPECT_EQ(m_store.Values[L"StickDrive"], L"true");
+  EXPECT_EQ(m_store.Values[L"SignFiles"], text);
+  EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)"), L"(none)") << "the key that may not be written";
 }
 
 TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {

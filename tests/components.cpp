@@ -9,6 +9,12 @@ namespace {
 
 Lines recorded;
 
+long calls_UntilFailure = 0;
+
+bool is_ToFail() {
+  return --calls_UntilFailure == 0;
+}
+
 using Definition = std::shared_ptr<Component::Definition>;
 
 class Object final : public suite::ComObject<IDispatch> {
@@ -35,6 +41,8 @@ class Object final : public suite::ComObject<IDispatch> {
       text += (text.empty() ? L"" : L", ") + text_Of(argument) + (argument.vt == VT_I2 ? L":short" : L"");
     if (name != L"info")
       recorded.push_back(name + (kind == DISPATCH_PROPERTYPUT ? L"=" + text : L"(" + text + L")"));
+    if (is_ToFail())
+      return E_FAIL;
     try {
       auto answer = member(arguments);
       if (result != nullptr)
@@ -56,7 +64,7 @@ class Factory final : public suite::ComObject<IClassFactory> {
   STDMETHODIMP LockServer(BOOL) override { return S_OK; }
   STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) override {
     *object = nullptr;
-    if (!m_definition->IsCreatable)
+    if (!m_definition->IsCreatable || is_ToFail())
       return E_FAIL;
     return Microsoft::WRL::ComPtr<IDispatch>(new Object(m_definition)).CopyTo(iid, object);
   }
@@ -96,6 +104,10 @@ Lines calls(std::wstring_view part) {
   Lines lines(recorded);
   std::erase_if(lines, [part](const std::wstring& line) { return !contains(line, part); });
   return lines;
+}
+
+bool fail_Call(long number) {
+  return std::exchange(calls_UntilFailure, number) <= 0;
 }
 
 Log::Log() : Component(L"logging.logme", {{L"LogfileName", answers({})}, {L"logge", answers({})}}) {

@@ -49,6 +49,10 @@ class Component {
 // them.
 Lines calls(std::wstring_view part = {});
 
+// Has the call with this number from now on fail, the making of objects and `info` counted. True when the
+// call that was to fail last has come.
+bool fail_Call(long number);
+
 // The log component, with the log switched on.
 class Log : public Component {
  public:

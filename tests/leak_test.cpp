@@ -1,23 +1,10 @@
 // Whole right-clicks over and over: nothing of the process may grow. Each counter has to catch a leak that is
 // planted for it, so that none of them passes because it counts nothing.
-#include <winternl.h>
-
 #include <cstdlib>
 
 #include "tests/explorer.h"
 
 namespace {
-
-long kernel_Handles() {
-  constexpr auto all_handles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-  std::vector<ULONG> table(1 << 18);  // their count, then four numbers for each; the first one is its process
-  NtQuerySystemInformation(all_handles, table.data(), static_cast<ULONG>(table.size() * sizeof table[0]),
-                           nullptr);
-  long count = 0;
-  for (std::size_t index = 0; index < table[0]; ++index)
-    count += table[1 + 4 * index] == GetCurrentProcessId();
-  return count;
-}
 
 // The platform's counters answer 0 here, so every possible handle is tried.
 template <typename Handle, auto exists>

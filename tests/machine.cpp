@@ -1,5 +1,7 @@
 #include "tests/machine.h"
 
+#include <winternl.h>
+
 #include <array>
 #include <bit>
 #include <filesystem>
@@ -107,6 +109,17 @@ Lines read_Lines(const std::wstring& path) {
   for (std::string line; std::getline(file, line);)
     lines.push_back(std::filesystem::path(std::u8string(line.begin(), line.end())).wstring());
   return lines;
+}
+
+long kernel_Handles() {
+  constexpr auto all_handles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+  std::vector<ULONG> table(1 << 18);  // their count, then four numbers for each; the first one is its process
+  NtQuerySystemInformation(all_handles, table.data(), static_cast<ULONG>(table.size() * sizeof table[0]),
+                           nullptr);
+  long count = 0;
+  for (std::size_t index = 0; index < table[0]; ++index)
+    count += table[1 + 4 * index] == GetCurrentProcessId();
+  return count;
 }
 
 void patch_Import(std::string_view function, void* replacement) {

@@ -46,6 +46,9 @@ Lines read_Lines(const std::wstring& path);
 // Has this program's own calls of a function of the platform land in the replacement.
 void patch_Import(std::string_view function, void* replacement);
 
+// How many handles of kernel objects this process has.
+long kernel_Handles();
+
 // The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image
 // Signable Convertible Pkcs7 Link Card".
 std::wstring names_Of(const SelectionFlags& flags);
