@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "suite/component_server.h"
+#include "suite/file_content.h"
 #include "suite/utf8_file.h"
 
 namespace suite {
@@ -47,7 +48,7 @@ Dictionary load_dictionary() {
   }
   const std::filesystem::path file =
       find_module_file().parent_path() / (L"NorvakTranslator." + language + L".txt");
-  const std::wstring content = convert_from_utf8(read_file(file.wstring()));
+  const std::wstring content = convert_from_utf8(read_file(file.wstring()).value_or(""));
   for (std::wstring_view rest = content; !rest.empty();) {
     const std::size_t length = std::min(rest.find(L'\n'), rest.size());
     add_entry(dictionary, rest.substr(0, length));

@@ -1,6 +1,6 @@
 #include "suite/utf8_file.h"
 
-#include "support/handles.h"
+#include "suite/file_content.h"
 
 namespace suite {
 namespace {
@@ -8,14 +8,6 @@ namespace {
 // A writer holds the file for the time of one write only; whoever still cannot have it after this long gives
 // up, because the writer may be Explorer's own thread.
 constexpr ULONGLONG longest_wait_milliseconds = 2000;
-
-// The platform reports a file that cannot be opened as -1, which a unique_kernel_handle would take for an
-// open one.
-unique_kernel_handle open_file(const std::wstring& path, DWORD access, DWORD share, DWORD disposition) {
-  const HANDLE handle =
-      CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-  return unique_kernel_handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
-}
 
 // Append access makes Windows place each write at the end of the file in one step. Wine looks for the end
 // and writes there in two, and lines of several processes overwrote each other: so no two writers have the
@@ -66,22 +58,6 @@ DWORD append_line(const std::wstring& path, std::wstring_view line) {
     return GetLastError();
   }
   return written == bytes.size() ? ERROR_SUCCESS : ERROR_WRITE_FAULT;
-}
-
-std::string read_file(const std::wstring& path) {
-  const unique_kernel_handle file =
-      open_file(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING);
-  LARGE_INTEGER size{};
-  if (!file || !GetFileSizeEx(file.get(), &size)) {
-    return {};
-  }
-  std::string bytes(static_cast<std::size_t>(size.QuadPart), '\0');
-  DWORD got = 0;
-  if (!ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &got, nullptr)) {
-    return {};
-  }
-  bytes.resize(got);
-  return bytes;
 }
 
 }  // namespace suite

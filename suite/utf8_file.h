@@ -18,7 +18,4 @@ std::wstring convert_from_utf8(std::string_view bytes);
 /// several writers never mix. Returns ERROR_SUCCESS or the platform's error code.
 DWORD append_line(const std::wstring& path, std::wstring_view line);
 
-/// The whole content of the file, empty when it cannot be read.
-std::string read_file(const std::wstring& path);
-
 }  // namespace suite
