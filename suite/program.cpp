@@ -2,13 +2,17 @@
 // and how. The record file is named by the environment variable NORVAK_SUITE_RECORD, else it is
 // command-lines.log beside the program; one line a start: file name, TAB, the command line as received.
 // NORVAK_SUITE_SHOW (milliseconds) also shows the command line in a window for that long.
+// The signing worker also works its queue off, into signed.log beside the record file; with
+// NORVAK_SUITE_WORK_DELAY (milliseconds) it keeps the queue busy for that much longer.
 #include <windows.h>
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
+#include "suite/signing_worker.h"
 #include "suite/utf8_file.h"
 
 namespace {
@@ -29,6 +33,15 @@ std::filesystem::path find_program_file() {
   std::array<wchar_t, 32768> buffer{};
   GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
   return buffer.data();
+}
+
+UINT read_milliseconds(const wchar_t* name) {
+  return static_cast<UINT>(std::wcstoul(read_environment(name).c_str(), nullptr, 10));
+}
+
+bool is_asked_to_sign(const std::wstring& name) {
+  return CompareStringOrdinal(name.c_str(), -1, L"NorvakWorkerProcess.exe", -1, TRUE) == CSTR_EQUAL &&
+         __argc == 2 && __wargv[1] == std::wstring_view(L"signit");
 }
 
 void paint_command_line(HWND hwnd) {
@@ -85,20 +98,25 @@ void show_command_line(HINSTANCE instance, const std::wstring& title, UINT milli
 
 }  // namespace
 
-/// Records the start and, when asked to, shows it. The exit code is 0 or the error of the record file.
+/// Records the start and, when asked to, shows it. The exit code is 0, the error of the record file
+/// or what stopped the signing.
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   const std::filesystem::path program = find_program_file();
   const std::wstring name = program.filename().wstring();
-  std::wstring record = read_environment(L"NORVAK_SUITE_RECORD");
+  std::filesystem::path record = read_environment(L"NORVAK_SUITE_RECORD");
   if (record.empty()) {
     record = program.parent_path() / L"command-lines.log";
   }
-  const DWORD error = suite::append_line(record, name + L'\t' + GetCommandLineW());
+  const DWORD error = suite::append_line(record.wstring(), name + L'\t' + GetCommandLineW());
 
-  if (const std::wstring show = read_environment(L"NORVAK_SUITE_SHOW"); !show.empty()) {
-    const unsigned long milliseconds = std::wcstoul(show.c_str(), nullptr, 10);
-    show_command_line(instance, name,
-                      milliseconds == 0 ? default_show_milliseconds : static_cast<UINT>(milliseconds));
+  long work = S_OK;
+  if (is_asked_to_sign(name)) {
+    work = suite::work_queue_off(record.parent_path() / L"signed.log",
+                                 read_milliseconds(L"NORVAK_SUITE_WORK_DELAY"));
   }
-  return static_cast<int>(error);
+  if (!read_environment(L"NORVAK_SUITE_SHOW").empty()) {
+    const UINT milliseconds = read_milliseconds(L"NORVAK_SUITE_SHOW");
+    show_command_line(instance, name, milliseconds == 0 ? default_show_milliseconds : milliseconds);
+  }
+  return error == ERROR_SUCCESS ? work : static_cast<int>(error);
 }
