@@ -42,12 +42,27 @@ std::wstring read_queue(IDispatch* store) {
   return {static_cast<const wchar_t*>(queue), queue.length()};
 }
 
+bool is_pdf(const std::filesystem::path& file) {
+  return CompareStringOrdinal(file.extension().c_str(), -1, L".pdf", -1, TRUE) == CSTR_EQUAL;
+}
+
+// Of a folder, the PDF files in it.
+void sign_path(const std::filesystem::path& path, const std::filesystem::path& log) {
+  std::error_code error;
+  if (std::filesystem::is_regular_file(path, error)) {
+    append_line(log.wstring(), L"signed\t" + path.wstring());
+  }
+  for (const auto& entry : std::filesystem::directory_iterator(path, error)) {
+    if (is_pdf(entry)) {
+      sign_path(entry, log);
+    }
+  }
+}
+
 void sign_files(const std::wstring& files, const std::filesystem::path& log) {
   std::wistringstream list(files);
-  for (std::wstring file; std::getline(list, file, separator);) {
-    if (std::error_code error; std::filesystem::is_regular_file(file, error)) {
-      append_line(log.wstring(), L"signed\t" + file);
-    }
+  for (std::wstring path; std::getline(list, path, separator);) {
+    sign_path(path, log);
   }
 }
 
