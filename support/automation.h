@@ -19,10 +19,11 @@ using AutomationObject = Microsoft::WRL::ComPtr<IDispatch>;
 
 // An object that a module keeps for its own life. The end of the module does not release it, since by then
 // the component's DLL may be gone; it is let go by name (see component_lifetime.h).
-class KeptObject {
+template <typename Interface>
+class KeptInterface {
  public:
   // Takes over the object in place of the one kept before.
-  void keep(AutomationObject object) {
+  void keep(Microsoft::WRL::ComPtr<Interface> object) {
     release();
     m_object = object.Detach();
   }
@@ -31,11 +32,13 @@ class KeptObject {
       object->Release();
   }
   // The object, or null when none is kept.
-  IDispatch* get() const { return m_object; }
+  Interface* get() const { return m_object; }
 
  private:
-  IDispatch* m_object = nullptr;
+  Interface* m_object = nullptr;
 };
+
+using KeptObject = KeptInterface<IDispatch>;
 
 // A new object of the class registered under the ProgID; null when there is none or it cannot be made.
 AutomationObject create_Object(const wchar_t* progid) noexcept;

@@ -6,6 +6,8 @@
 
 #include "support/boundary.h"
 #include "support/files.h"
+#include "support/ini_settings.h"
+#include "support/registry_administration.h"
 #include "support/registry_path.h"
 #include "support/registry_redirection.h"
 #include "support/script_host.h"
@@ -43,6 +45,11 @@ class BusyMark {
 };
 
 RegistryValue read_Value(std::wstring_view path) {
+  if (is_KeptInIni(path)) {
+    auto text = read_Ini(path);
+    if (!text.empty())
+      return text;
+  }
   auto value = regread_api(path);
   if (!is_Empty(value))
     return value;
@@ -95,6 +102,13 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
     state.InstallFolder.pop_back();
 }
 
+// Redirects the path of a write and tells whether it goes to an INI file. Done before the busy mark is set,
+// because finding the files reads settings itself.
+bool settle_Target(std::wstring& path) {
+  redirect_ToUser(path);
+  return is_KeptInIni(path);
+}
+
 RegistryValue read_Full(std::wstring_view path) {
   const auto folder = equals_IgnoringCase(path, install_folder_path) ? find_InstallFolder() : std::wstring();
   RegistryValue value = folder;
@@ -136,23 +150,29 @@ bool regwrite_sz(std::wstring& path, std::wstring value) {
   if (state.Quiet)
     return false;
   normalise_ForTextWrite(path);
-  const BusyMark busy;
   std::wstring target = path;
-  redirect_ToUser(target);
+  const bool in_ini = settle_Target(target) && !contains(to_Lower(target), L"penetwork");
+  const BusyMark busy;
   repair_InstallFolderValue(target, value);
   ensure_ScriptHost(L"regwrite_sz");
-  return write_ByScriptHost(target, value.c_str(), L"REG_SZ");
+  if (!in_ini)
+    return write_ByScriptHost(target, value.c_str(), L"REG_SZ");
+  if (!write_Ini(target, value))
+    return false;
+  if (!is_Empty(regread_api(target)))
+    deletevalue(target, force_registry);
+  return true;
 }
 
 bool regwrite_dw(std::wstring& path, long value) {
   if (state.Quiet)
     return false;
   normalise_ForWrite(path);
-  const BusyMark busy;
   std::wstring target = path;
-  redirect_ToUser(target);
+  const bool in_ini = settle_Target(target);
+  const BusyMark busy;
   ensure_ScriptHost(L"regwrite_dw");
-  return write_ByScriptHost(target, value, L"REG_DWORD");
+  return in_ini ? write_Ini(target, std::to_wstring(value)) : write_ByScriptHost(target, value, L"REG_DWORD");
 }
 
 void set_QuietState(bool quiet) {

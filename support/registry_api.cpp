@@ -5,12 +5,12 @@
 #include <cstring>
 #include <span>
 
-#include "support/handles.h"
 #include "support/text.h"
 
 namespace {
 
 constexpr std::size_t first_buffer_size = 10240;
+constexpr std::size_t name_buffer_size = 16384;  // a value's longest name; a key's is shorter
 
 struct Root {
   std::wstring_view Name;
@@ -26,10 +26,17 @@ HKEY find_Root(std::wstring_view name) {
   return found == roots.end() ? nullptr : found->Key;
 }
 
-std::wstring without_LastBytes(std::span<const std::byte> bytes, std::size_t count) {
-  if (bytes.size() < count)
+std::wstring read_AnsiText(std::span<const std::byte> bytes, std::size_t terminators) {
+  if (bytes.size() < terminators)
     return {};
-  return from_Ansi({reinterpret_cast<const char*>(bytes.data()), bytes.size() - count});
+  return from_Ansi({reinterpret_cast<const char*>(bytes.data()), bytes.size() - terminators});
+}
+
+std::wstring read_WideText(std::span<const std::byte> bytes, std::size_t terminators) {
+  std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+  std::ranges::copy(bytes.first(text.size() * sizeof(wchar_t)), reinterpret_cast<std::byte*>(text.data()));
+  const bool is_whole = bytes.size() % 2 == 0 && text.ends_with(std::wstring(terminators, L'\0'));
+  return is_whole ? text.substr(0, text.size() - terminators) : std::wstring();
 }
 
 std::wstring dword_Text(std::span<const std::byte> bytes) {
@@ -40,15 +47,16 @@ std::wstring dword_Text(std::span<const std::byte> bytes) {
   return std::to_wstring(number);
 }
 
-RegistryValue convert(DWORD type, std::span<const std::byte> bytes) {
+template <typename TextReader>
+RegistryValue convert(DWORD type, std::span<const std::byte> bytes, TextReader read_text) {
   constexpr std::size_t terminator = 1;
   constexpr std::size_t list_terminator = 2;
   switch (type) {
     case REG_SZ:
     case REG_EXPAND_SZ:
-      return without_LastBytes(bytes, terminator);
+      return read_text(bytes, terminator);
     case REG_MULTI_SZ:
-      return without_LastBytes(bytes, list_terminator);
+      return read_text(bytes, list_terminator);
     case REG_DWORD:
       return dword_Text(bytes);
     case REG_BINARY:
@@ -58,14 +66,15 @@ RegistryValue convert(DWORD type, std::span<const std::byte> bytes) {
   }
 }
 
-RegistryValue query_Value(HKEY key, const std::string& name) {
+template <typename Query, typename Name, typename TextReader>
+RegistryValue query_Value(Query query_function, HKEY key, const Name& name, TextReader read_text,
+                          DWORD& type) {
   std::array<std::byte, first_buffer_size> buffer;
   std::vector<std::byte> larger;
   std::span<std::byte> bytes(buffer);
-  DWORD type = REG_NONE;
   auto size = static_cast<DWORD>(bytes.size());
   const auto query = [&] {
-    return RegQueryValueExA(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size);
+    return query_function(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size);
   };
   LSTATUS status = query();
   if (status == ERROR_MORE_DATA) {
@@ -75,7 +84,7 @@ RegistryValue query_Value(HKEY key, const std::string& name) {
   }
   if (status != ERROR_SUCCESS)
     return std::wstring();
-  return convert(type, bytes.first(std::min<std::size_t>(size, bytes.size())));
+  return convert(type, bytes.first(std::min<std::size_t>(size, bytes.size())), read_text);
 }
 
 }  // namespace
@@ -89,20 +98,72 @@ std::wstring as_Text(RegistryValue value) {
   return text == nullptr ? std::wstring() : std::move(*text);
 }
 
-RegistryValue regread_api(std::wstring_view path) {
+RegistryPlace find_Place(std::wstring_view path) {
   const auto root_end = path.find(L'\\');
   const auto key_end = path.rfind(L'\\');
   if (root_end == std::wstring_view::npos)
-    return std::wstring();
-  const HKEY root = find_Root(path.substr(0, root_end));
-  if (root == nullptr)
-    return std::wstring();
-  const auto key_path =
+    return {};
+  const auto key =
       root_end == key_end ? std::wstring_view() : path.substr(root_end + 1, key_end - root_end - 1);
+  return {find_Root(path.substr(0, root_end)), std::wstring(key), std::wstring(path.substr(key_end + 1))};
+}
 
+RegistryValue regread_api(std::wstring_view path) {
+  const auto place = find_Place(path);
   HKEY opened = nullptr;
-  if (RegOpenKeyExA(root, to_Ansi(key_path).c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
+  if (place.Root == nullptr ||
+      RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
     return std::wstring();
   const unique_hkey key(opened);
-  return query_Value(key.get(), to_Ansi(path.substr(key_end + 1)));
+  DWORD type = REG_NONE;
+  return query_Value(RegQueryValueExA, key.get(), to_Ansi(place.Name), read_AnsiText, type);
+}
+
+unique_hkey open_Key(const RegistryPlace& place, DWORD access) {
+  HKEY key = nullptr;
+  RegOpenKeyExW(place.Root, place.Key.c_str(), 0, access, &key);
+  return unique_hkey(key);
+}
+
+bool create_Key(const RegistryPlace& place) {
+  HKEY key = nullptr;
+  RegCreateKeyExW(place.Root, place.Key.c_str(), 0, nullptr, 0, KEY_READ, nullptr, &key, nullptr);
+  return unique_hkey(key) != nullptr;
+}
+
+std::optional<std::vector<std::wstring>> list_Key(const RegistryPlace& place, KeyContent content) {
+  const auto key = open_Key(place, KEY_READ);
+  std::vector<std::wstring> names;
+  for (std::wstring name(name_buffer_size, L'\0');;) {
+    auto size = static_cast<DWORD>(name.size());
+    const auto index = static_cast<DWORD>(names.size());
+    const LSTATUS status =
+        content == KeyContent::Subkeys
+            ? RegEnumKeyExW(key.get(), index, name.data(), &size, nullptr, nullptr, nullptr, nullptr)
+            : RegEnumValueW(key.get(), index, name.data(), &size, nullptr, nullptr, nullptr, nullptr);
+    if (status != ERROR_SUCCESS)
+      return status == ERROR_NO_MORE_ITEMS ? std::optional(names) : std::nullopt;
+    names.push_back(name.substr(0, size));
+  }
+}
+
+RegistryEntry read_Entry(const RegistryPlace& place) {
+  RegistryEntry entry{place.Name, REG_NONE, {}};
+  const auto key = open_Key(place, KEY_READ);
+  entry.Value = query_Value(RegQueryValueExW, key.get(), place.Name, read_WideText, entry.Type);
+  return entry;
+}
+
+bool write_Value(const RegistryPlace& place, DWORD type, const RegistryValue& value) {
+  const auto* bytes = std::get_if<std::vector<std::byte>>(&value);
+  const auto text = as_Text(value) + (type == REG_MULTI_SZ ? std::wstring(1, L'\0') : std::wstring());
+  const long number = to_Number(text).value_or(0);
+  auto content = std::as_bytes(std::span(text.c_str(), text.size() + 1));
+  if (type == REG_DWORD)
+    content = std::as_bytes(std::span(&number, 1));
+  if (bytes != nullptr)
+    content = *bytes;
+  create_Key(place);  // where this fails, the next step does too
+  return RegSetKeyValueW(place.Root, place.Key.c_str(), place.Name.c_str(), type, content.data(),
+                         static_cast<DWORD>(content.size())) == ERROR_SUCCESS;
 }

@@ -1,12 +1,17 @@
-// Plain reads of the registry by one path text: root, key path and value name joined by backslashes. No
-// state.
+// The registry functions alone: reads by one path text (root, key path and value name joined by backslashes),
+// and what lies behind a place that such a path names. No state.
 #pragma once
 
+#include <windows.h>
+
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
+
+#include "support/handles.h"
 
 // What a read delivers: text, or the bytes of a binary value. The empty text stands for "nothing there".
 using RegistryValue = std::variant<std::wstring, std::vector<std::byte>>;
@@ -21,3 +26,37 @@ std::wstring as_Text(RegistryValue value);
 // expanded) come as text, REG_DWORD as signed decimal text, REG_MULTI_SZ as one text separated by NULs,
 // REG_BINARY as bytes. The empty text for every other type, a missing key or value, and a denied access.
 RegistryValue regread_api(std::wstring_view path);
+
+enum class KeyContent { Subkeys, Values };
+
+struct RegistryPlace {
+  HKEY Root;
+  std::wstring Key;
+  std::wstring Name;
+};
+
+struct RegistryEntry {
+  std::wstring Name;
+  DWORD Type = REG_NONE;
+  RegistryValue Value;
+
+  bool operator==(const RegistryEntry&) const = default;
+};
+
+// Takes a path apart at its first and last backslash; no root when it names none that `regread_api` knows.
+RegistryPlace find_Place(std::wstring_view path);
+
+// The key, opened with these access rights; null when that failed.
+unique_hkey open_Key(const RegistryPlace& place, DWORD access);
+
+// Makes the key with all keys above it. True also when it is there already.
+bool create_Key(const RegistryPlace& place);
+
+// The names of the subkeys or of the values; nothing when the key cannot be read.
+std::optional<std::vector<std::wstring>> list_Key(const RegistryPlace& place, KeyContent content);
+
+// The value as `regread_api` has it, in letters of any language; empty for text that has no terminator.
+RegistryEntry read_Entry(const RegistryPlace& place);
+
+// Writes a value that has the form of its type; makes the key when it is missing.
+bool write_Value(const RegistryPlace& place, DWORD type, const RegistryValue& value);

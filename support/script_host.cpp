@@ -35,6 +35,11 @@ bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const w
   return call_Member(state.Shell.get(), L"RegWrite", {text_Argument(path), value, type}).has_value();
 }
 
+bool delete_ByScriptHost(std::wstring_view path) {
+  return !path.ends_with(L'\\') &&
+         call_Member(state.Shell.get(), L"RegDelete", {text_Argument(path)}).has_value();
+}
+
 bool try_Write(std::wstring_view path) {
   if (state.Shell.get() == nullptr)
     create_Shell();

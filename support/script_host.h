@@ -18,5 +18,8 @@ std::wstring read_ByScriptHost(std::wstring_view path);
 // example because this user may not write the key.
 bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const wchar_t* type);
 
+// Deletes a value. False when that failed, and for a key's default value: the host would delete the key.
+bool delete_ByScriptHost(std::wstring_view path);
+
 // Writes a number to find out whether this user may write there; makes the object when there is none yet.
 bool try_Write(std::wstring_view path);

@@ -1,0 +1,200 @@
+#include "support/ini_settings.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <vector>
+
+#include "support/diagnostic_log.h"
+#include "support/files.h"
+#include "support/handles.h"
+#include "support/registry_api.h"
+#include "support/suite_folders.h"
+#include "support/text.h"
+#include "support/user.h"
+
+namespace {
+
+struct IniFiles {
+  std::wstring Users;
+  std::wstring Global;
+  std::wstring Default;
+};
+
+struct {
+  std::optional<bool> IsOn;
+  std::optional<IniFiles> Files;
+} state;  // lives as long as the process
+
+struct Entry {
+  std::wstring Section;
+  std::wstring Key;
+};
+
+// In lower case. What finds the INI files, what the system reads itself, and what the suite's services need
+// before any INI file can be reached.
+constexpr std::array<std::wstring_view, 4> registry_only_paths{
+    LR"(hklm\software\norvak\useini)", LR"(hklm\software\norvak\globalini)",
+    LR"(hklm\software\norvak\userini)", LR"(hklm\software\norvak\pdf\path)"};
+constexpr std::array<std::wstring_view, 14> registry_only_parts{
+    L"currentcontrolset", L"currentversion",      L"utest",      L"ctest",     L"atest",
+    L"c3979a98",          LR"(microsoft\office)", L"language",   L"useini",    L"userini",
+    L"globalini",         L"installdir",          L"stickdrive", L"cryptdrive"};
+
+bool is_RegistryOnly(std::wstring_view path) {
+  const auto lower = to_Lower(path);
+  return std::ranges::find(registry_only_paths, lower) != registry_only_paths.end() ||
+         std::ranges::any_of(registry_only_parts, [&](auto part) { return contains(lower, part); });
+}
+
+std::wstring replace_Placeholders(std::wstring name) {
+  debug_Log(L"entering replace_in_inipath");
+  for (const auto* placeholder : {L"%user%", L"%User%", L"%USER%"})
+    replace_All(name, placeholder, get_UserName());
+  for (const auto* placeholder : {L"%MyDocuments%", L"%mydocuments%", L"%Mydocuments%"})
+    replace_All(name, placeholder, get_DocumentsFolder());
+  debug_Log(L"finished replace_in_inipath");
+  return name;
+}
+
+std::wstring read_Setting(std::wstring_view name) {
+  return as_Text(regread_api(std::wstring(LR"(HKLM\Software\Norvak\)").append(name)));
+}
+
+// Never relative to the current folder: that one may be where the user has just been given files.
+std::wstring find_File(const std::wstring& install_folder, std::wstring_view setting,
+                       const wchar_t* usual_name) {
+  auto name = setting.empty() ? std::wstring() : read_Setting(setting);
+  name = replace_Placeholders(name.empty() ? usual_name : name);
+  if (is_FullPath(name))
+    return name;
+  return install_folder.empty() ? std::wstring() : install_folder + name;
+}
+
+const IniFiles& ini_Files() {
+  if (!state.Files) {
+    const auto folder = get_InstallFolder();
+    state.Files =
+        IniFiles{find_File(folder, L"userini", L"%user%.ini"), find_File(folder, L"globalini", L"global.ini"),
+                 find_File(folder, {}, L"norvak.ini")};
+  }
+  return *state.Files;
+}
+
+std::wstring target_File(std::wstring_view path) {
+  const auto& files = ini_Files();
+  const bool is_users = path.starts_with(L"HKCU") || path.starts_with(L"HKEY_CURRENT_USER");
+  const auto& own = is_users ? files.Users : files.Global;
+  const auto& other = is_users ? files.Global : files.Users;
+  return own.empty() ? other : own;
+}
+
+Entry entry_Of(std::wstring_view path) {
+  const auto root_end = path.find(L'\\');
+  const auto key_end = path.rfind(L'\\');
+  if (root_end == key_end)
+    return {};
+  return {std::wstring(path.substr(root_end + 1, key_end - root_end - 1)),
+          std::wstring(path.substr(key_end + 1))};
+}
+
+constexpr std::wstring_view line_ends{L"\r\n\0", 3};
+
+bool can_Hold(const Entry& entry) {
+  return !entry.Section.empty() && entry.Section.find_first_of(L"]\r\n") == std::wstring::npos &&
+         !entry.Key.empty() && trim(entry.Key) == entry.Key && !entry.Key.starts_with(L'[') &&
+         !entry.Key.starts_with(L';') && entry.Key.find_first_of(L"=\r\n") == std::wstring::npos;
+}
+
+std::wstring read_File(const Entry& entry, const std::wstring& file) {
+  constexpr std::size_t longest_value = 65536;
+  std::vector<wchar_t> value(256);
+  for (;;) {
+    const auto size = static_cast<DWORD>(value.size());
+    const DWORD length = GetPrivateProfileStringW(entry.Section.c_str(), entry.Key.c_str(), L"", value.data(),
+                                                  size, file.c_str());
+    if (length + 1 < size || size >= longest_value)
+      return std::wstring(value.data(), length);
+    value.resize(value.size() * 4);
+  }
+}
+
+// The platform takes quotes and blanks off a value's ends when it reads it, one pair of quotes at most.
+std::wstring protect(std::wstring_view value) {
+  const bool is_bare = value == trim(value) && !value.starts_with(L'"') && !value.starts_with(L'\'');
+  return is_bare ? std::wstring(value) : quoted(value);
+}
+
+// Taken without sharing, so that one program has it at a time, and gone with its handle, so that none stays
+// behind a program that dies. A file on its way out, or one that may not be made at all, is "access denied".
+unique_kernel_handle take_Lock(const std::wstring& ini_file) {
+  constexpr ULONGLONG longest_wait = 2000, longest_wait_when_denied = 100;
+  const auto path = ini_file + L".lock";
+  const auto start = GetTickCount64();
+  for (;;) {
+    auto lock = own_File(CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, 0, nullptr, OPEN_ALWAYS,
+                                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    const auto error = GetLastError();
+    const auto patience = error == ERROR_SHARING_VIOLATION ? longest_wait
+                          : error == ERROR_ACCESS_DENIED   ? longest_wait_when_denied
+                                                           : 0;
+    if (lock || GetTickCount64() - start >= patience)
+      return lock;
+    Sleep(1);
+  }
+}
+
+// A null value removes the entry. What the platform keeps of the file in memory is written at once.
+bool write_File(const Entry& entry, const wchar_t* value, const std::wstring& file) {
+  const auto lock = take_Lock(file);
+  if (!lock || !WritePrivateProfileStringW(entry.Section.c_str(), entry.Key.c_str(), value, file.c_str()))
+    return false;
+  WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
+  return true;
+}
+
+}  // namespace
+
+bool is_IniMode() {
+  if (!state.IsOn) {
+    const auto text = read_Setting(L"useini");
+    state.IsOn = !text.empty() && text != L"0";
+  }
+  return *state.IsOn;
+}
+
+bool is_KeptInIni(std::wstring_view path) {
+  return is_IniMode() && !is_RegistryOnly(path) && can_Hold(entry_Of(path)) && !target_File(path).empty();
+}
+
+std::wstring read_Ini(std::wstring_view path) {
+  const auto entry = entry_Of(path);
+  const auto& files = ini_Files();
+  for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
+    auto value = file->empty() ? std::wstring() : read_File(entry, *file);
+    if (!value.empty())
+      return value;
+  }
+  return {};
+}
+
+bool write_Ini(std::wstring_view path, std::wstring_view value) {
+  return value.find_first_of(line_ends) == std::wstring_view::npos &&
+         write_File(entry_Of(path), protect(value).c_str(), target_File(path));
+}
+
+bool delete_FromIni(std::wstring_view path) {
+  const auto entry = entry_Of(path);
+  const auto& files = ini_Files();
+  bool found = false;
+  bool removed = true;
+  for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
+    if (file->empty() || read_File(entry, *file).empty())
+      continue;
+    found = true;
+    removed &= write_File(entry, nullptr, *file);
+  }
+  return found && removed;
+}

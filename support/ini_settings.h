@@ -1,0 +1,28 @@
+// Settings that are kept in INI files instead of the registry, for machines where
+// "HKLM\Software\Norvak\useini" is on. A value's section is the key path below the root, its key the value
+// name. Three files are read, the first value found counts: the user's ("HKLM\Software\Norvak\userini",
+// usually "%user%.ini"), the one for all users ("…\globalini", usually "global.ini"), and "norvak.ini". A
+// name without a folder is one in the install folder. The switch and the names are settled once a process.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// Whether INI mode is on: "useini" is neither empty nor "0".
+bool is_IniMode();
+
+// Whether the value of the path (as normalised for the registry) is kept in INI files: INI mode is on, a file
+// is named, and the path neither belongs to the registry alone nor has names that no INI file can hold.
+bool is_KeptInIni(std::wstring_view path);
+
+// The value; empty when it is in none of the files.
+std::wstring read_Ini(std::wstring_view path);
+
+// Writes the value, of an HKCU path into the user's file and of any other into the one for all users. Other
+// programs wait meanwhile: the writer holds a lock file, the INI file's name with ".lock" appended, which
+// ends with the process that holds it. False when the file cannot be written or stays locked for two seconds,
+// and for a value with line breaks, which an INI file cannot hold.
+bool write_Ini(std::wstring_view path, std::wstring_view value);
+
+// Removes the value from all three files. False when none had it, or one of them could not be changed.
+bool delete_FromIni(std::wstring_view path);

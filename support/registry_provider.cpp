@@ -1,0 +1,127 @@
+#include "support/registry_provider.h"
+
+#include <algorithm>
+#include <functional>
+#include <new>
+#include <span>
+
+#include "support/automation.h"
+#include "support/boundary.h"
+#include "support/component_lifetime.h"
+#include "support/text.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+constexpr wchar_t provider_class[] = L"StdRegProv";
+
+struct {
+  KeptInterface<IWbemServices> Services;
+} state;  // lives as long as the module
+
+ComPtr<IWbemServices> connect() {
+  ComPtr<IWbemServices> services(state.Services.get());
+  ComPtr<IWbemLocator> locator;
+  if (services ||
+      FAILED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&locator))) ||
+      FAILED(locator->ConnectServer(_bstr_t(LR"(root\default)"), nullptr, nullptr, nullptr,
+                                    WBEM_FLAG_CONNECT_USE_MAX_WAIT, nullptr, nullptr, &services)))
+    return services;
+  CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                    RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+  state.Services.keep(services);
+  release_Later(KeptUntil::ModuleUnloads, [] { state.Services.release(); });
+  return services;
+}
+
+// The in-parameters of a method; null when the provider or the method is missing.
+ComPtr<IWbemClassObject> find_Parameters(IWbemServices* services, const wchar_t* method) {
+  ComPtr<IWbemClassObject> methods, signature, parameters;
+  if (FAILED(services->GetObject(_bstr_t(provider_class), 0, nullptr, &methods, nullptr)))
+    state.Services.release();
+  else if (SUCCEEDED(methods->GetMethod(method, 0, &signature, nullptr)) && signature)
+    signature->SpawnInstance(0, &parameters);
+  return parameters;
+}
+
+// Numbers are offered signed first, then unsigned, since implementations differ in what they take.
+bool put(IWbemClassObject* parameters, const ProviderArgument& argument) {
+  auto value = argument.second;
+  if (SUCCEEDED(parameters->Put(argument.first, 0, &value, 0)))
+    return true;
+  value.vt = value.vt == VT_I4 ? VARTYPE{VT_UI4} : value.vt;
+  return SUCCEEDED(parameters->Put(argument.first, 0, &value, 0));
+}
+
+std::optional<ProviderAnswer> call(IWbemServices* services, const wchar_t* method,
+                                   IWbemClassObject* parameters) {
+  ProviderAnswer answer{};
+  if (FAILED(services->ExecMethod(_bstr_t(provider_class), _bstr_t(method), 0, nullptr, parameters,
+                                  &answer.Results, nullptr)))
+    state.Services.release();
+  const auto code = answer.get(L"ReturnValue");
+  if (code.vt != VT_I4 && code.vt != VT_UI4)
+    return {};
+  answer.ReturnCode = code.lVal;
+  return answer;
+}
+
+template <typename Element, typename Elements, typename Conversion>
+_variant_t make_List(VARTYPE type, const Elements& elements, Conversion convert) {
+  _variant_t list;
+  list.parray = SafeArrayCreateVector(type, 0, static_cast<ULONG>(elements.size()));
+  if (list.parray == nullptr)
+    throw std::bad_alloc();
+  list.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+  std::ranges::transform(elements, static_cast<Element*>(list.parray->pvData), convert);
+  return list;
+}
+
+}  // namespace
+
+_variant_t ProviderAnswer::get(const wchar_t* name) const {
+  _variant_t value;
+  if (Results)
+    Results->Get(name, 0, &value, nullptr, nullptr);
+  return value;
+}
+
+std::vector<std::wstring> ProviderAnswer::get_Texts(const wchar_t* name) const {
+  std::vector<std::wstring> texts;
+  const auto list = get(name);
+  if (list.vt == (VT_ARRAY | VT_BSTR) && list.parray != nullptr && SafeArrayGetDim(list.parray) == 1)
+    for (const BSTR text :
+         std::span(static_cast<BSTR*>(list.parray->pvData), list.parray->rgsabound[0].cElements))
+      texts.emplace_back(text, SysStringLen(text));
+  return texts;
+}
+
+std::optional<ProviderAnswer> call_Provider(const wchar_t* method, const RegistryPlace& place,
+                                            std::vector<ProviderArgument> arguments) noexcept {
+  return run_Guarded(std::optional<ProviderAnswer>(), [&]() -> std::optional<ProviderAnswer> {
+    const auto services = connect();
+    const auto parameters = services ? find_Parameters(services.Get(), method) : nullptr;
+    if (!parameters)
+      return {};
+    arguments.emplace_back(L"hDefKey", static_cast<long>(reinterpret_cast<INT_PTR>(place.Root)));
+    arguments.emplace_back(L"sSubKeyName", text_Argument(place.Key));
+    for (const auto& argument : arguments)
+      if (!put(parameters.Get(), argument))
+        return {};
+    return call(services.Get(), method, parameters.Get());
+  });
+}
+
+_variant_t as_Argument(DWORD type, const RegistryValue& value) {
+  if (const auto* bytes = std::get_if<std::vector<std::byte>>(&value))
+    return make_List<std::byte>(VT_UI1, *bytes, std::identity());
+  const auto& text = std::get<std::wstring>(value);
+  if (type == REG_DWORD)
+    return to_Number(text).value_or(0);
+  if (type != REG_MULTI_SZ)
+    return text_Argument(text);
+  const auto texts = text.empty() ? std::vector<std::wstring>() : split(text, L'\0');
+  return make_List<BSTR>(VT_BSTR, texts,
+                         [](const auto& element) { return text_Argument(element).Detach().bstrVal; });
+}
