@@ -90,6 +90,42 @@ TEST_F(EndToEnd, PickedItemsStartTheirProgramsAndAreLogged) {
   }
 }
 
+TEST_F(EndToEnd, TheSuitesComponentsMakeFilesThatHold) {
+  const Library editor(built_File(LR"(suite\norvakpdf.dll)")), signer(built_File(LR"(suite\norvakcsp.dll)"));
+  for (const auto* component : {&editor, &signer})
+    ASSERT_EQ(component->run("DllRegisterServer"), S_OK);
+  const auto invoke = [](const wchar_t* item, const std::wstring& path) {
+    EXPECT_EQ(run_MenuHost(L"invoke " + std::wstring(item) + L" " + ::quoted(path)).ExitStatus, 0u);
+  };
+  const auto change = [](const std::wstring& path, std::streamoff place) {
+    std::fstream(std::filesystem::path(path), std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(place)
+        .put('#');
+  };
+  const auto picture = test_folder + L"picture.bmp", envelope = pdf + L".p7m";
+  const std::string content = "the content of the letter";
+  std::ofstream(std::filesystem::path(pdf)) << content;
+  const BITMAPINFOHEADER sizes{sizeof sizes, 1, 1, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  const BITMAPFILEHEADER header{0x4D42, sizeof header + sizeof sizes + 4, 0, 0, sizeof header + sizeof sizes};
+  std::ofstream(std::filesystem::path(picture), std::ios::binary)
+      .write(reinterpret_cast<const char*>(&header), sizeof header)
+      .write(reinterpret_cast<const char*>(&sizes), sizeof sizes)
+      .write("red", 4);
+  invoke(L"1", picture);
+  const auto page = read_Bytes(picture + L".pdf");
+  EXPECT_TRUE(page.starts_with("%PDF-1.") && page.ends_with("%%EOF\n")) << page.substr(0, 20);
+  invoke(L"5", pdf);
+  std::filesystem::remove(pdf);
+  invoke(L"2", envelope);
+  EXPECT_EQ(read_Bytes(pdf), content);
+  std::filesystem::remove(pdf);
+  change(envelope, static_cast<std::streamoff>(read_Bytes(envelope).find(content)));
+  invoke(L"2", envelope);
+  EXPECT_FALSE(std::filesystem::exists(pdf)) << "the content of an envelope that was changed";
+  for (const auto* component : {&editor, &signer})
+    component->run("DllUnregisterServer");
+}
+
 TEST_F(EndToEnd, MenuHostListsInvokesAndExplainsItself) {
   const auto file = ::quoted(pdf);
   const struct {
