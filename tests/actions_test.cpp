@@ -81,10 +81,12 @@ class Actions : public Machine {
 // What each starts, and what it leaves: two values of the registry, the marker file, the shared value.
 TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
   make_DriveE();
-  fs::create_directories(LR"(E:\Norvak)");
-  fs::copy_file(m_suite + L"Vaultware.exe", LR"(E:\Norvak\Vaultware.exe)");
   fs::current_path(test_folder);
-  make_File(LR"(trueNorvak\Vaultware.exe)");  // must not be started from the current folder
+  for (const std::wstring folder :
+       {LR"(E:\Norvak)", L"trueNorvak"}) {  // the latter one in the current folder
+    fs::create_directories(folder);
+    fs::copy_file(m_suite + L"Vaultware.exe", folder + LR"(\Vaultware.exe)");
+  }
   const Lines portable{LR"(Vaultware.exe	E:\Norvak\Vaultware.exe stop)"};
   const Lines worker{start(L"NorvakWorkerProcess.exe", L" signit")};
   const std::wstring gone = LR"(dword:0|E:\|(none)|)", container = LR"(pdf\UniqueContainerName)";
