@@ -9,6 +9,7 @@
 #include "support/files.h"
 #include "support/module.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -78,7 +79,7 @@ void envelop_Pkcs7(std::span<const FileEntry> files) {
 }
 
 void validate_Pkcs7(std::span<const FileEntry> files) {
-  const auto setting = regread_Text(LR"(HKLM\Software\Norvak\CSP\CertificateAlwaysValid)");
+  const auto setting = regread_Text(certificate_always_valid.Path);
   const bool is_always_valid = trim(setting) == L"1";
   process_Each(files, [&](IDispatch* component, const std::wstring& file) {
     validate(component, file, is_always_valid);

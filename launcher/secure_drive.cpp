@@ -6,14 +6,13 @@
 #include "support/files.h"
 #include "support/processes.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 #include "support/value_cache.h"
 
 namespace {
 
-constexpr std::wstring_view stick_mounted_path = LR"(HKCU\Software\Norvak\CSP\StickMounted)";
-constexpr std::wstring_view last_drive_path = LR"(HKCU\Software\Norvak\CSP\LastCryptDrive)";
 constexpr std::wstring_view secure_drive_tab = L" 3";
 constexpr const wchar_t* stick_drive_key = L"StickDrive";
 
@@ -26,7 +25,7 @@ std::wstring marker_File(const std::wstring& selected_path) {
 }
 
 void note_Mounted(long mounted) {
-  std::wstring path(stick_mounted_path);
+  std::wstring path(stick_mounted.Path);
   regwrite_dw(path, mounted);
 }
 
@@ -37,7 +36,7 @@ void launch_Installed(const std::wstring& folder, std::wstring_view command) {
 
 // The drive or folder of the portable program, noted by different programs of the suite in different places.
 std::wstring find_StickFolder() {
-  for (const auto* path : {LR"(HKCU\Software\Norvak\StickDrive)", LR"(HKLM\Software\Norvak\StickDrive)"}) {
+  for (const auto* path : {users_stick_drive.Path, machines_stick_drive.Path}) {
     auto folder = regread_Text(path);
     if (!folder.empty())
       return folder;
@@ -70,7 +69,7 @@ void launch_Portable() {
 void mount_Drive(const std::wstring& selected_path) {
   const auto folder = get_InstallFolder();
   note_Mounted(1);
-  std::wstring path(last_drive_path);
+  std::wstring path(last_crypt_drive.Path);
   regwrite_sz(path, drive_Root(selected_path));
   launch_Installed(folder, L" mountdrive");
   if (selected_path.empty())
@@ -80,7 +79,7 @@ void mount_Drive(const std::wstring& selected_path) {
 }
 
 void unmount_Drive(const std::wstring& selected_path) {
-  if (regread_Text(stick_mounted_path) == L"1")
+  if (regread_Text(stick_mounted.Path) == L"1")
     launch_Installed(get_InstallFolder(), L" unmountdrive");
   else
     launch_Portable();

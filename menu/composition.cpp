@@ -13,6 +13,7 @@
 #include "support/feature_probes.h"
 #include "support/registry.h"
 #include "support/selection_state.h"
+#include "support/settings.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ std::wstring unique_container_name;  // lives as long as the module; read again 
 
 bool has_ContainerName() {
   if (unique_container_name.empty())
-    unique_container_name = regread_Text(LR"(HKCU\Software\Norvak\pdf\UniqueContainerName)");
+    unique_container_name = regread_Text(users_container.Path);
   return !unique_container_name.empty();
 }
 

@@ -6,6 +6,7 @@
 #include "support/boundary.h"
 #include "support/component_lifetime.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/text.h"
 #include "support/value_cache.h"
 
@@ -13,7 +14,6 @@ namespace {
 
 constexpr UINT text_item = MF_BYPOSITION | MF_USECHECKBITMAPS;
 constexpr UINT picture_item = MF_BYPOSITION | MF_USECHECKBITMAPS | MF_BITMAP;
-constexpr std::wstring_view menu_mode_path = LR"(HKLM\Software\Norvak\MenuMode)";
 constexpr const wchar_t* menu_mode_key = L"MenuMode";
 constexpr long highest_mode = 3;
 
@@ -68,9 +68,9 @@ std::wstring number_Text(std::wstring_view text) {
 }
 
 std::wstring read_ConfiguredMode() {
-  const auto mode = std::wstring(trim(regread_Text(menu_mode_path)));
+  const auto mode = std::wstring(trim(regread_Text(menu_mode.Path)));
   if (mode.empty()) {
-    std::wstring path(menu_mode_path);
+    std::wstring path(menu_mode.Path);
     regwrite_dw(path, 0);
     return L"0";
   }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/text.h"
 
 namespace {
@@ -37,7 +38,7 @@ void release_Later(KeptUntil end, void (*release)()) {
 
 void clean_up_Process() {
   if (!state.SkipAutoUnload)
-    state.SkipAutoUnload = trim(regread_Text(LR"(HKLM\Software\Norvak\SkipAutoUnload)")) == L"1";
+    state.SkipAutoUnload = trim(regread_Text(skip_auto_unload.Path)) == L"1";
   if (!*state.SkipAutoUnload)
     release_Until(KeptUntil::ObjectEnds);
 }

@@ -11,6 +11,7 @@
 #include "support/component_lifetime.h"
 #include "support/handles.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 #include "support/user.h"
@@ -73,11 +74,11 @@ std::wstring executable_Name() {
 // A value that names a program file is a leftover of older releases; it is no folder to write into.
 void load_DebugPath() {
   state.DebugPathLoaded = true;
-  auto folder = regread_Text(LR"(HKLM\Software\Norvak\debugpath)");
+  auto folder = regread_Text(debug_path.Path);
   if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
     return;
   state.DebugPath = with_Backslash(folder);
-  std::wstring path = LR"(HKLM\Software\Norvak\debugpath)";
+  std::wstring path = debug_path.Path;
   if (state.DebugPath != folder)
     regwrite_sz(path, state.DebugPath);
 }
@@ -85,7 +86,7 @@ void load_DebugPath() {
 void load_Settings() {
   if (!state.SettingsLoaded) {
     state.SettingsLoaded = true;
-    state.AlwaysDebug = read_Setting(LR"(HKLM\Software\Norvak\AlwaysDebug)") == L"1";
+    state.AlwaysDebug = read_Setting(always_debug.Path) == L"1";
   }
   if (!state.DebugPathLoaded && !is_Quiet())
     load_DebugPath();
@@ -148,11 +149,11 @@ bool ensure_Logger() {
 std::wstring find_Folder() {
   if (!state.DebugPath.empty())
     return state.DebugPath;
-  auto folder = with_Backslash(read_Setting(LR"(HKLM\SOFTWARE\Norvak\AlternativeWritePath)"));
+  auto folder = with_Backslash(read_Setting(alternative_write_path.Path));
   if (folder.empty())
-    folder = read_Setting(LR"(HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR)");
+    folder = read_Setting(second_install_folder.Path);
   if (folder.empty())
-    folder = regread_Text(LR"(HKLM\SOFTWARE\Norvak\pdf\path)");
+    folder = regread_Text(install_folder.Path);
   return folder;
 }
 
@@ -180,7 +181,7 @@ bool append_ToFile(const wchar_t* path, const std::string& bytes) {
 
 bool is_TraceOn() {
   if (!state.Traces) {
-    state.Traces = to_Number(read_Setting(LR"(HKLM\Software\Norvak\pdf\clog)")) == 1;
+    state.Traces = to_Number(read_Setting(drive_root_trace.Path)) == 1;
     if (*state.Traces)
       state.ComponentState = Component::Off;
   }

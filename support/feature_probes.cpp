@@ -9,6 +9,7 @@
 #include "support/module.h"
 #include "support/registry.h"
 #include "support/selection_state.h"
+#include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -53,9 +54,7 @@ void fill_SmartCardCache() {
     if (state.SmartCard.empty() && probe())
       state.SmartCard = L"1";
   }
-  for (const auto* path :
-       {LR"(HKLM\Software\Norvak\CSP\CardConnector)", LR"(HKLM\Software\Norvak\CardConnector)",
-        LR"(HKLM\Software\Norvak\CredentialProvider)"}) {
+  for (const auto* path : {csp_card_connector.Path, card_connector.Path, credential_provider.Path}) {
     if (state.SmartCard.empty())
       state.SmartCard = regread_Text(path);
   }
@@ -64,22 +63,17 @@ void fill_SmartCardCache() {
 }  // namespace
 
 VARIANT_BOOL has_CardConnector() {
-  return settle(state.CardConnector, [] {
-    return is_ToolFeatureOn(LR"(HKLM\Software\Norvak\CardConnector)",
-                            LR"(HKLM\Software\Norvak\CSP\CardConnector)");
-  });
+  return settle(state.CardConnector,
+                [] { return is_ToolFeatureOn(card_connector.Path, csp_card_connector.Path); });
 }
 
 VARIANT_BOOL has_CredentialProvider() {
-  return settle(state.CredentialProvider, [] {
-    return is_ToolFeatureOn(LR"(HKLM\Software\Norvak\CredentialProvider)",
-                            LR"(HKLM\Software\Norvak\CSP\CredentialProvider)");
-  });
+  return settle(state.CredentialProvider,
+                [] { return is_ToolFeatureOn(credential_provider.Path, csp_credential_provider.Path); });
 }
 
 VARIANT_BOOL has_MultiSigner() {
-  return settle(state.MultiSigner,
-                [] { return trim(regread_Text(LR"(HKLM\Software\Norvak\MultiSignator)")) == L"1"; });
+  return settle(state.MultiSigner, [] { return trim(regread_Text(multi_signer.Path)) == L"1"; });
 }
 
 std::wstring find_ConfigurationTool() {
@@ -87,7 +81,7 @@ std::wstring find_ConfigurationTool() {
     constexpr std::wstring_view tool = L"NorvakConfig.exe";
     auto path = find_InFolder(get_InstallFolder(), tool);
     if (path.empty())
-      path = find_InFolder(regread_Text(LR"(HKLM\Software\Norvak\csp\INSTALLDIR)"), tool);
+      path = find_InFolder(regread_Text(csp_folder.Path), tool);
     state.ConfigurationTool = path;
   }
   return *state.ConfigurationTool;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/suite_folders.h"
 
 namespace {
@@ -18,6 +19,6 @@ void repair_Icon(std::wstring path, std::wstring_view icon) {
 }  // namespace
 
 void repair_Pkcs7Icons() {
-  repair_Icon(LR"(HKCR\.p7m\DefaultIcon\)", L"p7m.ico");
-  repair_Icon(LR"(HKCR\.p7s\DefaultIcon\)", L"p7s.ico");
+  repair_Icon(envelope_icon.Path, L"p7m.ico");
+  repair_Icon(signature_icon.Path, L"p7s.ico");
 }

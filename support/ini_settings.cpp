@@ -11,6 +11,7 @@
 #include "support/files.h"
 #include "support/handles.h"
 #include "support/registry_api.h"
+#include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 #include "support/user.h"
@@ -59,26 +60,20 @@ std::wstring replace_Placeholders(std::wstring name) {
   return name;
 }
 
-std::wstring read_Setting(std::wstring_view name) {
-  return as_Text(regread_api(std::wstring(LR"(HKLM\Software\Norvak\)").append(name)));
-}
-
 // Never relative to the current folder: that one may be where the user has just been given files.
-std::wstring find_File(const std::wstring& install_folder, std::wstring_view setting,
-                       const wchar_t* usual_name) {
-  auto name = setting.empty() ? std::wstring() : read_Setting(setting);
-  name = replace_Placeholders(name.empty() ? usual_name : name);
+std::wstring find_File(const std::wstring& folder, std::wstring name, const wchar_t* usual_name) {
+  name = replace_Placeholders(name.empty() ? usual_name : std::move(name));
   if (is_FullPath(name))
     return name;
-  return install_folder.empty() ? std::wstring() : install_folder + name;
+  return folder.empty() ? std::wstring() : folder + name;
 }
 
 const IniFiles& ini_Files() {
   if (!state.Files) {
     const auto folder = get_InstallFolder();
-    state.Files =
-        IniFiles{find_File(folder, L"userini", L"%user%.ini"), find_File(folder, L"globalini", L"global.ini"),
-                 find_File(folder, {}, L"norvak.ini")};
+    state.Files = IniFiles{find_File(folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
+                           find_File(folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
+                           find_File(folder, {}, L"norvak.ini")};
   }
   return *state.Files;
 }
@@ -159,7 +154,7 @@ bool write_File(const Entry& entry, const wchar_t* value, const std::wstring& fi
 
 bool is_IniMode() {
   if (!state.IsOn) {
-    const auto text = read_Setting(L"useini");
+    const auto text = as_Text(regread_api(use_ini.Path));
     state.IsOn = !text.empty() && text != L"0";
   }
   return *state.IsOn;

@@ -11,12 +11,11 @@
 #include "support/registry_path.h"
 #include "support/registry_redirection.h"
 #include "support/script_host.h"
+#include "support/settings.h"
 #include "support/text.h"
 
 namespace {
 
-constexpr std::wstring_view install_folder_path = LR"(HKLM\SOFTWARE\Norvak\pdf\path)";
-constexpr std::wstring_view users_install_folder_path = LR"(HKCU\SOFTWARE\Norvak\pdf\path)";
 constexpr std::array<std::wstring_view, 2> usual_install_folders{LR"(c:\programme\bergstede\)",
                                                                  LR"(c:\program files\bergstede\)"};
 constexpr DWORD busy_wait_ms = 100;
@@ -82,9 +81,9 @@ std::wstring find_InstallFolder() {
 }
 
 void repair_InstallFolder(const std::wstring& folder) {
-  if (!is_Empty(regread_api(install_folder_path)))
+  if (!is_Empty(regread_api(install_folder.Path)))
     return;
-  for (std::wstring path : {std::wstring(install_folder_path), std::wstring(users_install_folder_path)})
+  for (std::wstring path : {install_folder.Path, users_install_folder.Path})
     regwrite_sz(path, folder);
 }
 
@@ -110,12 +109,12 @@ bool settle_Target(std::wstring& path) {
 }
 
 RegistryValue read_Full(std::wstring_view path) {
-  const auto folder = equals_IgnoringCase(path, install_folder_path) ? find_InstallFolder() : std::wstring();
+  const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
   RegistryValue value = folder;
   if (folder.empty()) {
     const BusyMark busy;
     value = read_Redirected(std::wstring(path));
-  } else if (path == install_folder_path) {
+  } else if (path == install_folder.Path) {
     repair_InstallFolder(folder);
   }
   return value;

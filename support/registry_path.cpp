@@ -4,6 +4,7 @@
 
 #include "support/boundary.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/text.h"
 
 namespace {
@@ -24,7 +25,7 @@ void make_BackslashesSingle(std::wstring& path) {
 void load_forceHKLM() {
   state.Loading = true;
   const ScopeExit done([] { state.Loading = false; });
-  state.ForceHKLM = trim(to_Lower(regread_Text(LR"(HKLM\Software\Norvak\forceHKLM)"))) == L"1";
+  state.ForceHKLM = trim(to_Lower(regread_Text(force_hklm.Path))) == L"1";
 }
 
 bool names_CurrentUser(std::wstring_view path) {

@@ -6,11 +6,11 @@
 #include "support/diagnostic_log.h"
 #include "support/registry_path.h"
 #include "support/script_host.h"
+#include "support/settings.h"
 #include "support/text.h"
 
 namespace {
 
-constexpr std::wstring_view write_test_path = LR"(HKLM\SOFTWARE\Norvak\ctest)";
 constexpr std::wstring_view machine_branch = LR"(HKLM\SOFTWARE\Norvak\pdf)";
 constexpr std::wstring_view users_branch = LR"(HKCU\SOFTWARE\Norvak\pdf)";
 
@@ -27,7 +27,7 @@ void permtest(std::wstring_view test_path) {
   state.PermtestRunning = true;
   const ScopeExit done([] { state.PermtestRunning = false; });
   trace_Message(L"entering permtest");
-  state.MayWriteToMachine = try_Write(test_path.empty() ? write_test_path : test_path);
+  state.MayWriteToMachine = try_Write(test_path.empty() ? write_test.Path : test_path);
   trace_Message(L"finished permtest");
 }
 

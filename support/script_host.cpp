@@ -3,10 +3,9 @@
 #include "support/automation.h"
 #include "support/component_lifetime.h"
 #include "support/diagnostic_log.h"
+#include "support/settings.h"
 
 namespace {
-
-constexpr std::wstring_view probe_path = LR"(HKLM\SOFTWARE\Norvak\ctest)";
 
 struct {
   KeptObject Shell;
@@ -21,7 +20,7 @@ bool create_Shell() {
 }  // namespace
 
 void ensure_ScriptHost(std::wstring_view caller) {
-  const bool works = call_Member(state.Shell.get(), L"RegRead", {text_Argument(probe_path)}).has_value();
+  const bool works = call_Member(state.Shell.get(), L"RegRead", {write_test.Path}).has_value();
   if (!works && !create_Shell())
     debug_Log(L"regi.CreateCOMObject wscript.shell failed in ", caller);
 }

@@ -8,12 +8,13 @@
 
 #include "support/files.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/text.h"
 
 std::wstring get_InstallFolder() {
-  auto folder = regread_Text(LR"(HKLM\SOFTWARE\Norvak\pdf\path)");
+  auto folder = regread_Text(install_folder.Path);
   if (folder.empty())
-    folder = regread_Text(LR"(HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR)");
+    folder = regread_Text(second_install_folder.Path);
   return with_Backslash(folder);
 }
 
