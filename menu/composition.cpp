@@ -1,5 +1,6 @@
 #include "menu/composition.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 
@@ -25,42 +26,15 @@ bool has_ContainerName() {
   return !unique_container_name.empty();
 }
 
-bool can_SignFolder() {
-  return has_MultiSigner();
+bool has_CardFeature() {
+  return has_CardConnector() || has_CredentialProvider();
 }
 
-bool is_SecureDrive() {
-  return (has_CardConnector() || has_CredentialProvider()) && selection_flags().IsDrive;
-}
-
-bool can_Mount() {
-  const auto& flags = selection_flags();
-  return is_SecureDrive() && flags.ContainerPresent && !flags.DriveMounted;
-}
-
-bool can_Unmount() {
-  const auto& flags = selection_flags();
-  return is_SecureDrive() && flags.ContainerPresent && flags.DriveMounted;
-}
-
-bool can_Create() {
-  return is_SecureDrive() && !selection_flags().ContainerPresent;
-}
-
-bool can_View() {
-  const auto application = find_PdfApplication();
-  const auto& flags = selection_flags();
-  return (flags.HasXml || flags.HasImage || flags.HasPdf) && !application.empty();
-}
-
-bool can_OpenWithQuill() {
-  return !find_Quill().empty() && selection_flags().HasSignable;
-}
-
-bool can_SignPdf() {
+// Both are looked for, whatever the first one gives.
+bool has_WorkerAndApplication() {
   const auto worker = find_WorkerProcess();
   const auto application = find_PdfApplication();
-  return !worker.empty() && !application.empty() && selection_flags().HasConvertible && has_ContainerName();
+  return !worker.empty() && !application.empty();
 }
 
 // Looking for the PDF application may find the card that the flag stands for.
@@ -70,35 +44,95 @@ bool has_SigningRoute() {
   return !quill.empty() || !application.empty() || selection_flags().CardSigningAvailable;
 }
 
-bool can_CreatePkcs7() {
-  return has_SigningRoute() && !selection_flags().HasPkcs7 && !selection_flags().HasLink;
+bool holds(Condition condition) {
+  const auto& flags = selection_flags();
+  switch (condition) {
+    case Condition::Folders:
+      return flags.FilesAreFolder;
+    case Condition::NotOnlyFolders:
+      return !flags.FilesAreFolder;
+    case Condition::MultiSigner:
+      return has_MultiSigner();
+    case Condition::CardFeature:
+      return has_CardFeature();
+    case Condition::DriveRoot:
+      return flags.IsDrive;
+    case Condition::Container:
+      return flags.ContainerPresent;
+    case Condition::NoContainer:
+      return !flags.ContainerPresent;
+    case Condition::Mounted:
+      return flags.DriveMounted;
+    case Condition::NotMounted:
+      return !flags.DriveMounted;
+    case Condition::PdfApplication:
+      return !find_PdfApplication().empty();
+    case Condition::Viewable:
+      return flags.HasXml || flags.HasImage || flags.HasPdf;
+    case Condition::Quill:
+      return !find_Quill().empty();
+    case Condition::Signable:
+      return flags.HasSignable;
+    case Condition::WorkerAndApplication:
+      return has_WorkerAndApplication();
+    case Condition::Convertible:
+      return flags.HasConvertible;
+    case Condition::ContainerName:
+      return has_ContainerName();
+    case Condition::SigningRoute:
+      return has_SigningRoute();
+    case Condition::Pkcs7:
+      return flags.HasPkcs7;
+    case Condition::NoPkcs7:
+      return !flags.HasPkcs7;
+    case Condition::NoLink:
+      return !flags.HasLink;
+  }
+  return false;
 }
 
-bool can_ValidatePkcs7() {
-  return has_SigningRoute() && selection_flags().HasPkcs7;
+using Conditions = std::span<const Condition>;
+
+// Asked in this order, up to the first that does not hold.
+constexpr std::array sign_folder{Condition::MultiSigner};
+constexpr std::array mount{Condition::CardFeature, Condition::DriveRoot, Condition::Container,
+                           Condition::NotMounted};
+constexpr std::array unmount{Condition::CardFeature, Condition::DriveRoot, Condition::Container,
+                             Condition::Mounted};
+constexpr std::array create{Condition::CardFeature, Condition::DriveRoot, Condition::NoContainer};
+constexpr std::array view{Condition::PdfApplication, Condition::Viewable};
+constexpr std::array quill{Condition::Quill, Condition::Signable};
+constexpr std::array sign_pdf{Condition::WorkerAndApplication, Condition::Convertible,
+                              Condition::ContainerName};
+constexpr std::array create_pkcs7{Condition::SigningRoute, Condition::NoPkcs7, Condition::NoLink};
+constexpr std::array validate_pkcs7{Condition::SigningRoute, Condition::Pkcs7};
+
+std::optional<Condition> find_Missing(Conditions conditions) {
+  const auto missing = std::ranges::find_if_not(conditions, holds);
+  return missing == conditions.end() ? std::nullopt : std::optional(*missing);
 }
 
 struct MenuItem {
   const wchar_t* Caption;
   const wchar_t* Keyword;
-  bool (*IsOffered)();
+  Conditions Needs;
   UINT CheckBitmap;
 };
 
 constexpr std::array folder_items{
-    MenuItem{L"Sign PDFs in Folder", L"sfolder", can_SignFolder, 0},
-    MenuItem{L"Mount Secure Drive", L"mount", can_Mount, 0},
-    MenuItem{L"Unmount Secure Drive", L"unmount", can_Unmount, 0},
-    MenuItem{L"Create Secure Drive", L"create", can_Create, 0},
+    MenuItem{L"Sign PDFs in Folder", L"sfolder", sign_folder, 0},
+    MenuItem{L"Mount Secure Drive", L"mount", mount, 0},
+    MenuItem{L"Unmount Secure Drive", L"unmount", unmount, 0},
+    MenuItem{L"Create Secure Drive", L"create", create, 0},
 };
 
 constexpr std::array file_items{
-    MenuItem{L"Open with Norvak", L"view", can_View, 0},
-    MenuItem{L"Open with quill!", L"quill!", can_OpenWithQuill, 0},
-    MenuItem{L"Create PDF Signature", L"signit", can_SignPdf, check_mark_bitmap},
-    MenuItem{L"Create PKCS7 Signature", L"p7s", can_CreatePkcs7, 0},
-    MenuItem{L"Create PKCS7 Envelope", L"p7m", can_CreatePkcs7, 0},
-    MenuItem{L"Validate PKCS7 Signature", L"vPKCS7", can_ValidatePkcs7, 0},
+    MenuItem{L"Open with Norvak", L"view", view, 0},
+    MenuItem{L"Open with quill!", L"quill!", quill, 0},
+    MenuItem{L"Create PDF Signature", L"signit", sign_pdf, check_mark_bitmap},
+    MenuItem{L"Create PKCS7 Signature", L"p7s", create_pkcs7, 0},
+    MenuItem{L"Create PKCS7 Envelope", L"p7m", create_pkcs7, 0},
+    MenuItem{L"Validate PKCS7 Signature", L"vPKCS7", validate_pkcs7, 0},
 };
 
 // Translated with their first use; live as long as the module.
@@ -133,13 +167,19 @@ void offer(const MenuItem& item, std::wstring& caption, Block& block) {
 void offer_Items(std::span<const MenuItem> items, std::span<std::wstring> captions, Block& block) {
   for (std::size_t index = 0; index < items.size(); ++index) {
     // An item that fails on its way still has its identifier.
-    if (!run_Guarded(false, items[index].IsOffered))
+    if (!run_Guarded(false, [&] { return !find_Missing(items[index].Needs); }))
       continue;
     run_Guarded([&] { offer(items[index], captions[index], block); });
     ++block.Position;
     ++block.Command;
     ++block.Record;
   }
+}
+
+void decide_Group(std::span<const MenuItem> items, Condition group, std::vector<ItemDecision>& decisions) {
+  for (const auto& item : items)
+    decisions.push_back(
+        {item.Caption, item.Keyword, holds(group) ? find_Missing(item.Needs) : std::optional(group)});
 }
 
 }  // namespace
@@ -158,4 +198,11 @@ HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu*, HMENU hmenu, UINT inde
   if (block.Record != 0)
     InsertMenuA(hmenu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
   return static_cast<HRESULT>(block.Command - idCmdFirst);
+}
+
+std::vector<ItemDecision> decide_Items() {
+  std::vector<ItemDecision> decisions;
+  decide_Group(folder_items, Condition::Folders, decisions);
+  decide_Group(file_items, Condition::NotOnlyFolders, decisions);
+  return decisions;
 }
