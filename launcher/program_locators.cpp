@@ -1,11 +1,14 @@
 #include "launcher/program_locators.h"
 
+#include <array>
 #include <initializer_list>
 
 #include "support/diagnostic_log.h"
 #include "support/feature_probes.h"
+#include "support/files.h"
 #include "support/registry.h"
 #include "support/suite_folders.h"
+#include "support/text.h"
 
 namespace {
 
@@ -29,69 +32,86 @@ constexpr std::initializer_list<const wchar_t*> worker_folders{
     LR"(HKLM\Software\norvak\quill!\INSTALLDIR)"};
 constexpr const wchar_t* developer_folder = LR"(c:\srcbox\worker)";
 
+struct Locator {
+  const wchar_t* FileName;
+  std::initializer_list<const wchar_t*> Folders;
+  bool IsShared;  // among the programs that the suite's products share; developers have it in a folder of
+                  // theirs
+};
+
+// In the order of `Program`.
+constexpr std::array locators{
+    Locator{L"PageKeeper.exe", page_keeper_folders, false},
+    Locator{L"SealWriter.exe", page_keeper_folders, false},
+    Locator{LR"(pdfviewer\NorvakPDFViewer.exe)", viewer_folders, false},
+    Locator{L"quill!.exe", quill_folders, false},
+    Locator{L"NorvakWorkerProcess.exe", worker_folders, true},
+};
+
 struct {
-  std::wstring PageKeeper;
-  std::wstring PdfViewer;
-  std::wstring SealWriter;
-  std::wstring Quill;
-  std::wstring WorkerProcess;
+  std::array<std::wstring, locators.size()> Paths;
   std::wstring PdfApplication;
 } state;  // lives as long as the module
 
-std::wstring find_InRegistryFolders(std::initializer_list<const wchar_t*> folders,
-                                    std::wstring_view file_name) {
-  for (const auto* folder : folders) {
-    auto path = find_InFolder(regread_Text(folder), file_name);
-    if (!path.empty())
-      return path;
-  }
-  return {};
+// Offers one candidate after the other until one is taken.
+template <typename Take>
+void visit_Candidates(const Locator& locator, Take&& take) {
+  const auto is_Taken = [&](const std::wstring& folder) {
+    return !folder.empty() && take(with_Backslash(folder) + locator.FileName);
+  };
+  if (locator.IsShared && is_Taken(get_CommonProgramFolder()))
+    return;
+  for (const auto* folder : locator.Folders)
+    if (is_Taken(regread_Text(folder)))
+      return;
+  if (locator.IsShared)
+    is_Taken(developer_folder);
 }
 
-std::wstring search_WorkerProcess() {
-  constexpr std::wstring_view file_name = L"NorvakWorkerProcess.exe";
-  auto path = find_InFolder(get_CommonProgramFolder(), file_name);
-  if (path.empty())
-    path = find_InRegistryFolders(worker_folders, file_name);
-  if (path.empty())
-    path = find_InFolder(developer_folder, file_name);
+std::wstring find_Program(Program program) {
+  const auto index = static_cast<std::size_t>(program);
+  auto& path = state.Paths[index];
+  if (!path.empty())
+    return path;
+  visit_Candidates(locators[index], [&](const std::wstring& candidate) {
+    if (file_Exists(candidate))
+      path = candidate;
+    return !path.empty();
+  });
+  if (!path.empty())
+    debug_Log(L"Found: ", path);
   return path;
-}
-
-template <typename Search>
-std::wstring find_Once(std::wstring& cache, Search&& search) {
-  if (cache.empty()) {
-    cache = search();
-    if (!cache.empty())
-      debug_Log(L"Found: ", cache);
-  }
-  return cache;
 }
 
 }  // namespace
 
 std::wstring find_PageKeeper() {
-  return find_Once(state.PageKeeper,
-                   [] { return find_InRegistryFolders(page_keeper_folders, L"PageKeeper.exe"); });
-}
-
-std::wstring find_PdfViewer() {
-  return find_Once(state.PdfViewer, [] {
-    return find_InRegistryFolders(viewer_folders, LR"(pdfviewer\NorvakPDFViewer.exe)");
-  });
+  return find_Program(Program::PageKeeper);
 }
 
 std::wstring find_SealWriter() {
-  return find_Once(state.SealWriter,
-                   [] { return find_InRegistryFolders(page_keeper_folders, L"SealWriter.exe"); });
+  return find_Program(Program::SealWriter);
+}
+
+std::wstring find_PdfViewer() {
+  return find_Program(Program::PdfViewer);
 }
 
 std::wstring find_Quill() {
-  return find_Once(state.Quill, [] { return find_InRegistryFolders(quill_folders, L"quill!.exe"); });
+  return find_Program(Program::Quill);
 }
 
 std::wstring find_WorkerProcess() {
-  return find_Once(state.WorkerProcess, search_WorkerProcess);
+  return find_Program(Program::WorkerProcess);
+}
+
+std::vector<std::wstring> list_Candidates(Program program) {
+  std::vector<std::wstring> candidates;
+  visit_Candidates(locators[static_cast<std::size_t>(program)], [&](const std::wstring& candidate) {
+    candidates.push_back(candidate);
+    return false;
+  });
+  return candidates;
 }
 
 std::wstring find_PdfApplication() {

@@ -4,6 +4,12 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+enum class Program { PageKeeper, SealWriter, PdfViewer, Quill, WorkerProcess };
+
+// Where the program is looked for: the full paths in their order; a folder that is not set has none.
+std::vector<std::wstring> list_Candidates(Program program);
 
 // Each returns the program's full path, or the empty text when it is in none of its folders.
 std::wstring find_PageKeeper();

@@ -160,14 +160,11 @@ std::wstring find_Folder() {
 void write_Line(std::wstring_view message) {
   if (!ensure_Logger())
     return;
-  if (!state.Folder)
-    state.Folder = find_Folder();
   const std::wstring& chosen = own_Identity().LogFile;
   if (!chosen.empty())
     put_Property(state.Logger.get(), L"LogfileName", text_Argument(chosen));
-  const auto path = (*state.Folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
   call_Member(state.Logger.get(), L"logge",
-              {text_Argument(compose_Header().append(message)), text_Argument(path)});
+              {text_Argument(compose_Header().append(message)), text_Argument(find_LogFile())});
 }
 
 bool append_ToFile(const wchar_t* path, const std::string& bytes) {
@@ -224,6 +221,13 @@ bool is_LogOn() noexcept {
     return (state.AlwaysDebug || !state.DebugPath.empty()) &&
            (state.ComponentState != Component::Off || state.Traces.value_or(false));
   });
+}
+
+std::wstring find_LogFile() {
+  if (!state.Folder)
+    state.Folder = find_Folder();
+  const auto& chosen = own_Identity().LogFile;
+  return (*state.Folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
 }
 
 void debug_Log(std::wstring_view message) noexcept {

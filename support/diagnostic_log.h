@@ -12,6 +12,9 @@
 // Whether a message would be written at all; what only the log reads need not be worked out otherwise.
 bool is_LogOn() noexcept;
 
+// The file that the lines of this process go to, or would go to while logging is off.
+std::wstring find_LogFile();
+
 // Writes one line: a header with time, user, program and process, and the message.
 void debug_Log(std::wstring_view message) noexcept;
 

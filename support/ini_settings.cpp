@@ -164,13 +164,13 @@ bool is_KeptInIni(std::wstring_view path) {
   return is_IniMode() && !is_RegistryOnly(path) && can_Hold(entry_Of(path)) && !target_File(path).empty();
 }
 
-std::wstring read_Ini(std::wstring_view path) {
+IniValue read_Ini(std::wstring_view path) {
   const auto entry = entry_Of(path);
   const auto& files = ini_Files();
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
-    auto value = file->empty() ? std::wstring() : read_File(entry, *file);
-    if (!value.empty())
-      return value;
+    auto text = file->empty() ? std::wstring() : read_File(entry, *file);
+    if (!text.empty())
+      return {std::move(text), *file};
   }
   return {};
 }

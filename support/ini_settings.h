@@ -15,8 +15,13 @@ bool is_IniMode();
 // is named, and the path neither belongs to the registry alone nor has names that no INI file can hold.
 bool is_KeptInIni(std::wstring_view path);
 
-// The value; empty when it is in none of the files.
-std::wstring read_Ini(std::wstring_view path);
+struct IniValue {
+  std::wstring Text;
+  std::wstring File;
+};
+
+// The value with the file that has it; both empty when none does.
+IniValue read_Ini(std::wstring_view path);
 
 // Writes the value, of an HKCU path into the user's file and of any other into the one for all users. Other
 // programs wait meanwhile: the writer holds a lock file, the INI file's name with ".lock" appended, which

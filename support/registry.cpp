@@ -24,6 +24,7 @@ struct {
   bool Reading = false;
   bool Busy = false;
   bool Quiet = false;
+  bool ReadOnly = false;
   std::wstring LastPath;
   RegistryValue LastValue;
   std::wstring InstallFolder;
@@ -43,25 +44,28 @@ class BusyMark {
   BusyMark& operator=(const BusyMark&) = delete;
 };
 
-RegistryValue read_Value(std::wstring_view path) {
+FoundValue read_Value(std::wstring path) {
   if (is_KeptInIni(path)) {
-    auto text = read_Ini(path);
+    auto [text, file] = read_Ini(path);
     if (!text.empty())
-      return text;
+      return {std::move(text), std::move(file)};
   }
   auto value = regread_api(path);
-  if (!is_Empty(value))
-    return value;
-  ensure_ScriptHost(L"regread");
-  return read_ByScriptHost(path);
+  if (is_Empty(value)) {
+    ensure_ScriptHost(L"regread");
+    value = read_ByScriptHost(path);
+  }
+  if (is_Empty(value))
+    return {};
+  return {std::move(value), std::move(path)};
 }
 
-RegistryValue read_Redirected(std::wstring path) {
+FoundValue read_Redirected(std::wstring path) {
   const bool redirected = redirect_ToUser(path);
-  auto value = read_Value(path);
-  if (redirected && is_Empty(value))
-    value = read_Value(back_ToMachine(path));
-  return value;
+  auto found = read_Value(path);
+  if (redirected && is_Empty(found.Value))
+    found = read_Value(back_ToMachine(path));
+  return found;
 }
 
 bool is_InstallFolder(std::wstring_view folder) {
@@ -108,16 +112,15 @@ bool settle_Target(std::wstring& path) {
   return is_KeptInIni(path);
 }
 
-RegistryValue read_Full(std::wstring_view path) {
+FoundValue read_Full(std::wstring_view path) {
   const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
-  RegistryValue value = folder;
   if (folder.empty()) {
     const BusyMark busy;
-    value = read_Redirected(std::wstring(path));
-  } else if (path == install_folder.Path) {
-    repair_InstallFolder(folder);
+    return read_Redirected(std::wstring(path));
   }
-  return value;
+  if (path == install_folder.Path)
+    repair_InstallFolder(folder);
+  return {folder, folder};
 }
 
 }  // namespace
@@ -134,10 +137,24 @@ RegistryValue regread(std::wstring& path) {
   normalise_ForRead(path);
   if (is_Remembered(path))
     return state.LastValue;
-  auto value = read_Full(path);
+  auto value = read_Full(path).Value;
   state.LastPath = path;
   state.LastValue = value;
   return value;
+}
+
+FoundValue find_Value(std::wstring_view path) {
+  if (state.Reading || state.Quiet)
+    return {};
+  state.Reading = true;
+  const ScopeExit done([] { state.Reading = false; });
+  std::wstring normalised(path);
+  normalise_ForRead(normalised);
+  return read_Full(normalised);
+}
+
+void forbid_Writes() {
+  state.ReadOnly = true;
 }
 
 std::wstring regread_Text(std::wstring_view path) {
@@ -146,7 +163,7 @@ std::wstring regread_Text(std::wstring_view path) {
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {
-  if (state.Quiet)
+  if (state.Quiet || state.ReadOnly)
     return false;
   normalise_ForTextWrite(path);
   std::wstring target = path;
@@ -164,7 +181,7 @@ bool regwrite_sz(std::wstring& path, std::wstring value) {
 }
 
 bool regwrite_dw(std::wstring& path, long value) {
-  if (state.Quiet)
+  if (state.Quiet || state.ReadOnly)
     return false;
   normalise_ForWrite(path);
   std::wstring target = path;

@@ -13,6 +13,19 @@
 // memory. The empty text when nothing was found or the quiet state is set; value forms as in `regread_api`.
 RegistryValue regread(std::wstring& path);
 
+// A value with the place that it came from: the path or INI file that has it, or the folder's own files for
+// an install folder that was found by them. Both are empty when nothing was found.
+struct FoundValue {
+  RegistryValue Value;
+  std::wstring Place;
+};
+
+// What `regread` delivers, not from memory, with its place. Nothing while another read is under way.
+FoundValue find_Value(std::wstring_view path);
+
+// From now on settings are read only: each write answers false, but for the test of `permtest`.
+void forbid_Writes();
+
 // `regread` of a path that nobody needs back, as text; binary values give the empty text.
 std::wstring regread_Text(std::wstring_view path);
 
