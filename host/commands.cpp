@@ -7,9 +7,11 @@
 #include <utility>
 
 #include "host/context_menu.h"
+#include "host/diagnosis.h"
 #include "host/failure.h"
 #include "host/handles.h"
 #include "host/listing.h"
+#include "host/log_switch.h"
 #include "host/output.h"
 #include "host/popup.h"
 #include "host/selection.h"
@@ -126,6 +128,20 @@ int show_menu(const Arguments& arguments) {
   return exit_success;
 }
 
+int explain_items(const Arguments& arguments) {
+  if (arguments.Operands.empty()) {
+    throw Failure{L"The command \"doctor\" needs the path of a file, folder or drive.", exit_wrong_usage};
+  }
+  const auto sections = diagnose(make_selection(arguments.Operands));
+  print_text(arguments.IsJson ? describe_diagnosis_as_json(sections) : describe_diagnosis(sections));
+  return exit_success;
+}
+
+int run_log(const Arguments& arguments) {
+  print_text(switch_log(arguments.Operands));
+  return exit_success;
+}
+
 struct CommandRow {
   std::wstring_view Name;
   std::wstring_view Operands;
@@ -137,6 +153,8 @@ constexpr CommandRow command_table[] = {
     {L"list", L"PATH…", L"print the items that the extension offers for the paths", list_items},
     {L"show", L"PATH…", L"pop the menu up at the pointer and carry out what is picked", show_menu},
     {L"invoke", L"N PATH…", L"carry out the extension's item N, counted from 1", invoke_by_number},
+    {L"doctor", L"PATH…", L"tell why each item is or is not offered, and from which settings", explain_items},
+    {L"log", L"on|off|show", L"switch the diagnostic log, or show its last lines", run_log},
 };
 
 }  // namespace
@@ -155,7 +173,7 @@ int run_command(const Arguments& arguments) {
 
 std::wstring describe_usage() {
   std::wstring lines =
-      L"menuhost plays Explorer: it shows the paths to the Norvak context menu as a selection.\n\n"
+      L"menuhost plays Explorer for the Norvak context menu, and explains what it offers.\n\n"
       L"Usage: menuhost COMMAND … [OPTION…]\n\nCommands:\n";
   for (const CommandRow& row : command_table) {
     lines += L"  " + pad_right(std::wstring(row.Name) + L" " + std::wstring(row.Operands), 16) +

@@ -85,6 +85,32 @@ std::wstring describe_offer(const Offer& offer) {
   return align_rows(rows) + count;
 }
 
+std::wstring describe_diagnosis(const std::vector<Section>& sections) {
+  std::wstring text;
+  for (const Section& section : sections) {
+    std::vector<Row> rows;
+    std::ranges::transform(section.Facts, std::back_inserter(rows), [](const Fact& fact) {
+      return Row{L"  " + fact.Subject, fact.State, fact.Detail};
+    });
+    text += (text.empty() ? L"" : L"\n") + std::wstring(section.Title) + L"\n" + align_rows(rows);
+  }
+  return text;
+}
+
+std::wstring describe_diagnosis_as_json(const std::vector<Section>& sections) {
+  std::wstring members;
+  for (const Section& section : sections) {
+    std::vector<std::wstring> facts;
+    std::ranges::transform(section.Facts, std::back_inserter(facts), [](const Fact& fact) {
+      return json_object({{L"subject", json_text(fact.Subject)},
+                          {L"state", json_text(fact.State)},
+                          {L"detail", json_text(fact.Detail)}});
+    });
+    members += (members.empty() ? L"{" : L",") + json_text(section.Name) + L":" + json_array(facts);
+  }
+  return members + L"}\n";
+}
+
 std::wstring describe_offer_as_json(const Selection& selection, const Offer& offer,
                                     const Arguments& arguments) {
   std::vector<std::wstring> paths;

@@ -6,6 +6,7 @@
 
 #include "host/arguments.h"
 #include "host/context_menu.h"
+#include "host/diagnosis.h"
 #include "host/selection.h"
 
 namespace host {
@@ -21,5 +22,9 @@ std::wstring describe_offer(const Offer& offer);
 /// The offer and what was asked for as one JSON object in one line.
 std::wstring describe_offer_as_json(const Selection& selection, const Offer& offer,
                                     const Arguments& arguments);
+
+/// The report of a diagnosis, section by section, for reading and as one JSON object.
+std::wstring describe_diagnosis(const std::vector<Section>& sections);
+std::wstring describe_diagnosis_as_json(const std::vector<Section>& sections);
 
 }  // namespace host

@@ -224,6 +224,7 @@ bool is_LogOn() noexcept {
 }
 
 std::wstring find_LogFile() {
+  is_LogOn();  // settles where a debug path leads
   if (!state.Folder)
     state.Folder = find_Folder();
   const auto& chosen = own_Identity().LogFile;

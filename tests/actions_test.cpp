@@ -118,6 +118,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
     set_PermanentCache(L"SignFiles", L"");  // as a worker that is done leaves it
     EXPECT_EQ(run(action, entries({LR"(E:\)"})), queues ? Lines{} : box);
     EXPECT_EQ(started(expected.size()), expected) << to_Ansi(action) << to_Ansi(value);
+    EXPECT_EQ(m_store.Values[L"SignFiles"].empty(), expected != worker);
     const auto marker = read_Lines(LR"(E:\mounted.txt)");
     EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)") + L"|" + value_At(users + LR"(CSP\LastCryptDrive)") +
                   L"|" + (marker.empty() ? L"(none)" : marker[0]) + L"|" + m_store.Values[L"StickDrive"],

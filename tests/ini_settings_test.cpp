@@ -5,6 +5,7 @@
 
 #include "support/handles.h"
 #include "support/registry.h"
+#include "support/registry_administration.h"
 #include "support/text.h"
 #include "support/user.h"
 #include "tests/components.h"
@@ -94,6 +95,8 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
   EXPECT_EQ(regread_Text(users_path), L"-5");
   EXPECT_EQ(read_Lines(users_file).back(), L"a=-5");
   EXPECT_FALSE(fs::exists(users_file + L".lock"));
+  EXPECT_TRUE(deletevalue(norvak + L"b"));
+  EXPECT_EQ(regread_Text(norvak + L"b"), L"");
 }
 
 TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {

@@ -1,0 +1,100 @@
+#include "host/log_switch.h"
+
+#include <algorithm>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+
+#include "host/failure.h"
+#include "host/output.h"
+#include "support/diagnostic_log.h"
+#include "support/files.h"
+#include "support/registry.h"
+#include "support/registry_administration.h"
+#include "support/settings.h"
+#include "support/text.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t shown_lines = 20;
+
+void require_written(bool written, const Setting& setting) {
+  if (!written) {
+    throw Failure{std::wstring(setting.Path) +
+                  L" cannot be written: that needs the rights of an administrator."};
+  }
+}
+
+void write_setting(const Setting& setting, const std::wstring& text) {
+  std::wstring path = setting.Path;
+  require_written(regwrite_sz(path, text), setting);
+}
+
+bool is_set(const Setting& setting) {
+  return !is_Empty(regread_api(setting.Path));
+}
+
+void switch_on(const std::vector<std::wstring>& words) {
+  if (words.size() == 1) {
+    write_setting(always_debug, L"1");
+    return;
+  }
+  if (!is_FullPath(words[1]) || !folder_Exists(words[1])) {
+    throw Failure{quote_text(words[1]) + L" is not the full path of a folder."};
+  }
+  write_setting(debug_path, with_Backslash(words[1]));
+}
+
+/// A folder for the log switches it on by itself, so it has to go too.
+void switch_off() {
+  if (is_set(always_debug)) {
+    write_setting(always_debug, L"0");
+  }
+  if (is_set(debug_path)) {
+    require_written(deletevalue(debug_path.Path), debug_path);
+  }
+}
+
+std::wstring read_last_lines(const std::wstring& file) {
+  std::ifstream stream{std::filesystem::path(file)};
+  std::deque<std::string> lines;
+  for (std::string line; std::getline(stream, line); lines.push_back(line)) {
+    if (lines.size() == shown_lines) {
+      lines.pop_front();
+    }
+  }
+  std::wstring text;
+  for (const std::string& line : lines) {
+    text += std::filesystem::path(std::u8string(line.begin(), line.end())).wstring() + L"\n";
+  }
+  return text;
+}
+
+std::wstring describe_state() {
+  const std::wstring file = find_LogFile();
+  return (is_LogOn() ? L"The log is on; its lines go to " : L"The log is off; its lines would go to ") +
+         file + L".\n";
+}
+
+}  // namespace
+
+std::wstring switch_log(const std::vector<std::wstring>& words) {
+  const std::wstring_view word = words.empty() ? std::wstring_view() : words.front();
+  const bool is_on = word == L"on";
+  if (words.size() > (is_on ? 2u : 1u) || (!is_on && word != L"off" && word != L"show")) {
+    throw Failure{L"The command \"log\" needs one of the words on, off and show; on may name a folder.",
+                  exit_wrong_usage};
+  }
+  if (word == L"show") {
+    return describe_state() + read_last_lines(find_LogFile());
+  }
+  if (is_on) {
+    switch_on(words);
+  } else {
+    switch_off();
+  }
+  return describe_state() + L"Explorer takes this up when it starts anew.\n";
+}
+
+}  // namespace host

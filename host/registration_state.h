@@ -1,0 +1,20 @@
+// What the registry says about the extension itself, for a report. Keeps no state.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// One line of the report: what, how it is, and why or where, which may be empty.
+struct Fact {
+  std::wstring Subject;
+  std::wstring State;
+  std::wstring Detail;
+};
+
+/// The class, its ProgID and type library, the handler keys for files, folders and drives, the entry among
+/// the approved extensions, and whether this Windows has an Explorer that can load the DLL.
+std::vector<Fact> list_registration();
+
+}  // namespace host
