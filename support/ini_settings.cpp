@@ -34,11 +34,9 @@ struct Entry {
   std::wstring Key;
 };
 
-// In lower case. What finds the INI files, what the system reads itself, and what the suite's services need
-// before any INI file can be reached.
-constexpr std::array<std::wstring_view, 4> registry_only_paths{
-    LR"(hklm\software\norvak\useini)", LR"(hklm\software\norvak\globalini)",
-    LR"(hklm\software\norvak\userini)", LR"(hklm\software\norvak\pdf\path)"};
+// What finds the INI files, what the system reads itself, and what the suite's services need before any INI
+// file can be reached. The parts are in lower case.
+constexpr std::array registry_only_settings{&use_ini, &global_ini, &users_ini, &install_folder};
 constexpr std::array<std::wstring_view, 14> registry_only_parts{
     L"currentcontrolset", L"currentversion",      L"utest",      L"ctest",     L"atest",
     L"c3979a98",          LR"(microsoft\office)", L"language",   L"useini",    L"userini",
@@ -46,7 +44,8 @@ constexpr std::array<std::wstring_view, 14> registry_only_parts{
 
 bool is_RegistryOnly(std::wstring_view path) {
   const auto lower = to_Lower(path);
-  return std::ranges::find(registry_only_paths, lower) != registry_only_paths.end() ||
+  return std::ranges::any_of(registry_only_settings,
+                             [&](auto setting) { return equals_IgnoringCase(path, setting->Path); }) ||
          std::ranges::any_of(registry_only_parts, [&](auto part) { return contains(lower, part); });
 }
 

@@ -98,7 +98,7 @@ bool is_Remembered(std::wstring_view path) {
 // A doubled folder name in this one value came from an installer that appended its own folder twice.
 void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
   constexpr std::size_t shortest_folder = 5;
-  if (!equals_IgnoringCase(path, LR"(HKLM\SOFTWARE\Norvak\pdfpath)"))
+  if (!equals_IgnoringCase(path, joined_install_folder))
     return;
   replace_All(value, LR"(\pdf\pdf\)", LR"(\pdf\)");
   if (state.InstallFolder.size() > shortest_folder && state.InstallFolder.ends_with(LR"(\\)"))

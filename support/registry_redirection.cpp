@@ -11,9 +11,6 @@
 
 namespace {
 
-constexpr std::wstring_view machine_branch = LR"(HKLM\SOFTWARE\Norvak\pdf)";
-constexpr std::wstring_view users_branch = LR"(HKCU\SOFTWARE\Norvak\pdf)";
-
 struct {
   bool PermtestRunning = false;
   std::optional<bool> MayWriteToMachine;  // settled by the write test

@@ -40,9 +40,11 @@ inline constexpr Setting certificate_always_valid{LR"(HKLM\Software\Norvak\CSP\C
 inline constexpr Setting install_folder{LR"(HKLM\SOFTWARE\Norvak\pdf\path)", L"REG_SZ", L"",
                                         Usage::ReadAndWritten};
 inline constexpr Setting users_install_folder{LR"(HKCU\SOFTWARE\Norvak\pdf\path)", L"REG_SZ", L"",
-                                              Usage::Written};
+                                              Usage::ReadAndWritten};
 inline constexpr Setting second_install_folder{LR"(HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR)", L"REG_SZ", L"",
                                                Usage::Read};
+inline constexpr Setting users_second_install_folder{LR"(HKCU\SOFTWARE\Norvak\pdf\INSTALLDIR)", L"REG_SZ",
+                                                     L"", Usage::Read};
 inline constexpr Setting page_keeper_folder{LR"(HKLM\Software\Norvak\pagekeeper\path)", L"REG_SZ", L"",
                                             Usage::Read};
 inline constexpr Setting second_page_keeper_folder{LR"(HKLM\Software\Norvak\pagekeeper\INSTALLDIR)",
@@ -85,6 +87,13 @@ inline constexpr Setting drive_root_trace{LR"(HKLM\Software\Norvak\pdf\clog)", L
 inline constexpr Setting skip_auto_unload{LR"(HKLM\Software\Norvak\SkipAutoUnload)", L"REG_SZ", L"0",
                                           Usage::Read};
 
+// The branch of which a user who may not write for the machine has an own copy.
+inline constexpr std::wstring_view machine_branch = LR"(HKLM\SOFTWARE\Norvak\pdf)";
+inline constexpr std::wstring_view users_branch = LR"(HKCU\SOFTWARE\Norvak\pdf)";
+
+// Repaired when another program of the suite writes it; nothing here reads or writes it by itself.
+inline constexpr std::wstring_view joined_install_folder = LR"(HKLM\SOFTWARE\Norvak\pdfpath)";
+
 // How the suite's file types look.
 inline constexpr Setting envelope_icon{LR"(HKCR\.p7m\DefaultIcon\)", L"REG_SZ", L"", Usage::ReadAndWritten};
 inline constexpr Setting signature_icon{LR"(HKCR\.p7s\DefaultIcon\)", L"REG_SZ", L"", Usage::ReadAndWritten};
@@ -101,6 +110,7 @@ inline constexpr std::array all_settings{&menu_mode,
                                          &install_folder,
                                          &users_install_folder,
                                          &second_install_folder,
+                                         &users_second_install_folder,
                                          &page_keeper_folder,
                                          &second_page_keeper_folder,
                                          &quill_sign_folder,
