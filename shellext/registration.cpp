@@ -20,8 +20,8 @@ namespace {
 
 constexpr const wchar_t* progid = L"NorvakContextMenu.ShellExt";
 constexpr const wchar_t* description = L"Norvak - IContextMenu Shell Extension";
-constexpr WORD library_major = 1;
-constexpr WORD library_minor = 0;
+constexpr WORD library_major = LIBRARY_MAJOR;
+constexpr WORD library_minor = LIBRARY_MINOR;
 constexpr SYSKIND library_kind = sizeof(void*) == 4 ? SYS_WIN32 : SYS_WIN64;
 
 struct Row {

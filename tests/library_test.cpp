@@ -7,16 +7,18 @@ namespace {
 
 class LibraryFile : public Explorer {};
 
-TEST_F(LibraryFile, CarriesTheVersionOfTheProject) {
-  const auto path = built_File(L"NorvakContextMenu.dll");
-  std::string version(GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
-  GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(version.size()), version.data());
-  for (const std::string name : {"FileVersion", "ProductVersion"}) {
-    void* text = nullptr;
-    UINT size = 0;
-    ASSERT_TRUE(
-        VerQueryValueA(version.data(), (R"(\StringFileInfo\040904B0\)" + name).c_str(), &text, &size));
-    EXPECT_STREQ(static_cast<const char*>(text), PROJECT_VERSION);
+TEST_F(LibraryFile, AndTheHostCarryTheVersionOfTheProject) {
+  for (const auto* file : {L"NorvakContextMenu.dll", L"menuhost.exe"}) {
+    const auto path = built_File(file);
+    std::string version(GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
+    GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(version.size()), version.data());
+    for (const std::string name : {"FileVersion", "ProductVersion"}) {
+      void* text = nullptr;
+      UINT size = 0;
+      ASSERT_TRUE(
+          VerQueryValueA(version.data(), (R"(\StringFileInfo\040904B0\)" + name).c_str(), &text, &size));
+      EXPECT_STREQ(static_cast<const char*>(text), PROJECT_VERSION);
+    }
   }
 }
 

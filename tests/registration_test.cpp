@@ -15,6 +15,8 @@ const std::wstring class_key = LR"(clsid\)" + clsid;
 const std::wstring interface_key = LR"(interface\{595d7e94-9b83-4cfd-98cc-0312978c2bc0})";
 const std::wstring library_id = L"{60b0373e-c543-4525-a664-e9d775e867d8}";
 const std::wstring library_key = LR"(typelib\)" + library_id;
+const auto version = std::wstring(L"" PROJECT_VERSION).substr(0, std::string(PROJECT_VERSION).rfind('.'));
+const std::wstring version_key = library_key + LR"(\)" + version;
 const std::wstring progid = L"norvakcontextmenu.shellext";
 
 // "key\name=text" for each value, "key\" for each key.
@@ -75,11 +77,11 @@ TEST_F(Registration, WritesTheseRowsAndRemovesThemAgain) {
                  interface_key + LR"(\proxystubclsid\=)" + automation,
                  interface_key + LR"(\proxystubclsid32\=)" + automation,
                  interface_key + LR"(\typelib\=)" + library_id,
-                 interface_key + LR"(\typelib\version=1.0)",
-                 library_key + LR"(\1.0)" + description + L"...",
-                 library_key + LR"(\1.0\0\win32\=)" + path,
-                 library_key + LR"(\1.0\flags\=8)",
-                 library_key + LR"(\1.0\helpdir\=)" + path.substr(0, path.rfind(L'\\'))};
+                 interface_key + LR"(\typelib\version=)" + version,
+                 version_key + description + L"...",
+                 version_key + LR"(\0\win32\=)" + path,
+                 version_key + LR"(\flags\=8)",
+                 version_key + LR"(\helpdir\=)" + path.substr(0, path.rfind(L'\\'))};
   std::ranges::sort(expected);
   const auto before = all_Classes();
   for (int round = 0; round < 2; ++round) {
