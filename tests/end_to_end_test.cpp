@@ -178,6 +178,10 @@ TEST_F(EndToEnd, MenuHostListsInvokesAndExplainsItself) {
     EXPECT_TRUE(errors.empty() ? outcome.Errors.empty() : outcome.Errors.starts_with(errors))
         << outcome.Errors;
   }
+  const std::wstring log_folder = LR"(HKLM\Software\Norvak\debugpath)";
+  set_Value(log_folder, L"c:\\windows");
+  run_MenuHost(L"doctor " + file);
+  EXPECT_EQ(value_At(log_folder), L"c:\\windows") << "a diagnosis that changes a setting";
   m_library.run("DllUnregisterServer");
   const auto outcome = run_MenuHost(L"list " + file);
   EXPECT_EQ(outcome.ExitStatus, 1u);
