@@ -1,0 +1,379 @@
+; The setup of the Norvak Context Menu, for all users of a machine. scripts/package builds it.
+;
+;   setup.exe                     asks for the folder and shows what happens
+;   setup.exe /S [/D=C:\Folder]   installs or upgrades without a question; /D comes last and takes no quotes
+;   setup.exe /remove             uninstalls without a question, and waits until it is done
+;   Uninstall.exe [/S]            uninstalls; returns at once, while a copy of it goes on
+;
+; Exit status:
+;      0   done
+;      1   cancelled by the user
+;      2   failed, and everything is as it was; without a question, one sentence on the standard error output says why
+;   3010   done, but a file in use is removed only by the next restart of the machine
+Unicode true
+ManifestSupportedOS all
+ManifestDPIAware true
+RequestExecutionLevel admin
+SetCompressor /SOLID lzma
+
+!define PRODUCT "Norvak Context Menu"
+!define CLASS "{2E416DA3-34E8-444A-8288-8C2FF373681D}"
+!define LIBRARY "{60B0373E-C543-4525-A664-E9D775E867D8}"
+!define INTERFACE "{595D7E94-9B83-4CFD-98CC-0312978C2BC0}"
+!define CLASSES "Software\Classes"
+!define HANDLER "shellex\ContextMenuHandlers\Norvak"
+!define WINDOWS "Software\Microsoft\Windows\CurrentVersion"
+!define APPS "${WINDOWS}\Uninstall\${PRODUCT}"
+
+; A registry view and the program that registers a DLL in it.
+!define VIEW_32 0x200
+!define REGSVR_32 "$SYSDIR\regsvr32.exe"
+!define REG_SZ 1
+!define REG_DWORD 4
+
+; ---- The product: its files, its DLLs that register themselves, the keys that these write, and all other values
+
+!macro BuiltFiles STEP
+  !insertmacro ${STEP} NorvakContextMenu.dll
+  !insertmacro ${STEP} menuhost.exe
+!macroend
+
+!macro Files STEP
+  !insertmacro BuiltFiles ${STEP}
+  !insertmacro ${STEP} Uninstall.exe
+!macroend
+
+!macro Servers STEP
+  !insertmacro ${STEP} 32 NorvakContextMenu.dll
+!macroend
+
+!macro ServerKeys STEP VIEW
+  !insertmacro ${STEP} ${VIEW} "${CLASSES}\CLSID\${CLASS}"
+  !insertmacro ${STEP} ${VIEW} "${CLASSES}\NorvakContextMenu.ShellExt"
+  !insertmacro ${STEP} ${VIEW} "${CLASSES}\TypeLib\${LIBRARY}"
+  !insertmacro ${STEP} ${VIEW} "${CLASSES}\Interface\${INTERFACE}"
+!macroend
+
+!macro Values STEP
+  !insertmacro ${STEP} 32 "${CLASSES}\*\${HANDLER}" "" REG_SZ "${CLASS}"
+  !insertmacro ${STEP} 32 "${CLASSES}\Directory\${HANDLER}" "" REG_SZ "${CLASS}"
+  !insertmacro ${STEP} 32 "${CLASSES}\Drive\${HANDLER}" "" REG_SZ "${CLASS}"
+  !insertmacro ${STEP} 32 "${WINDOWS}\Shell Extensions\Approved" "${CLASS}" REG_SZ "${PRODUCT}"
+  !insertmacro ${STEP} 32 "${APPS}" "DisplayName" REG_SZ "${PRODUCT}"
+  !insertmacro ${STEP} 32 "${APPS}" "DisplayVersion" REG_SZ "${VERSION}"
+  !insertmacro ${STEP} 32 "${APPS}" "Publisher" REG_SZ "Norvak"
+  !insertmacro ${STEP} 32 "${APPS}" "DisplayIcon" REG_SZ "$INSTDIR\Uninstall.exe"
+  !insertmacro ${STEP} 32 "${APPS}" "InstallLocation" REG_SZ "$INSTDIR"
+  !insertmacro ${STEP} 32 "${APPS}" "UninstallString" REG_SZ '"$INSTDIR\Uninstall.exe"'
+  !insertmacro ${STEP} 32 "${APPS}" "QuietUninstallString" REG_SZ '"$INSTDIR\Uninstall.exe" /S'
+  !insertmacro ${STEP} 32 "${APPS}" "EstimatedSize" REG_DWORD "$Size"
+  !insertmacro ${STEP} 32 "${APPS}" "NoModify" REG_DWORD 1
+  !insertmacro ${STEP} 32 "${APPS}" "NoRepair" REG_DWORD 1
+  ; What was not there before, so that just this goes again.
+  !insertmacro ${STEP} 32 "${APPS}" "MadeFolder" REG_SZ "$MadeFolder"
+  !insertmacro ${STEP} 32 "${APPS}" "MadeKeys" REG_SZ "$MadeKeys"
+!macroend
+
+Var Failure
+Var Subject
+Var SavedTrees
+Var MadeKeys      ; each followed by "|", subkeys before their parents
+Var MadeFolder    ; the topmost
+Var OldFolder     ; of the installed version, or empty
+Var OldMadeKeys
+Var OldMadeFolder
+Var Size
+
+!include LogicLib.nsh
+!include FileFunc.nsh
+!include WordFunc.nsh
+!include MUI2.nsh
+
+Name "${PRODUCT}"
+OutFile "${SETUP}"
+BrandingText "${PRODUCT} ${VERSION}"
+ShowInstDetails nevershow
+ShowUninstDetails nevershow
+VIProductVersion "${VERSION}.0"
+VIAddVersionKey ProductName "${PRODUCT}"
+VIAddVersionKey ProductVersion "${VERSION}"
+VIAddVersionKey FileDescription "${PRODUCT} Setup"
+VIAddVersionKey FileVersion "${VERSION}"
+VIAddVersionKey CompanyName "Norvak"
+VIAddVersionKey LegalCopyright "Norvak"
+
+!define MUI_ABORTWARNING
+!define MUI_FINISHPAGE_REBOOTLATER_DEFAULT
+!insertmacro MUI_PAGE_WELCOME
+!insertmacro MUI_PAGE_DIRECTORY
+!insertmacro MUI_PAGE_INSTFILES
+!insertmacro MUI_PAGE_FINISH
+!insertmacro MUI_UNPAGE_CONFIRM
+!insertmacro MUI_UNPAGE_INSTFILES
+!insertmacro MUI_LANGUAGE English
+!insertmacro MUI_LANGUAGE German
+!include texts.nsh
+
+; ---- The lists' entries as steps
+
+!macro Unpack FILE
+  File "/oname=$PLUGINSDIR\${FILE}" "${BUILD}\${FILE}"
+!macroend
+
+!macro UnpackServer VIEW FILE
+  !insertmacro Unpack ${FILE}
+!macroend
+
+!macro Place FILE
+  StrCpy $R0 "$INSTDIR\${FILE}"
+  StrCpy $R2 "$PLUGINSDIR\${FILE}"
+  Call PlaceFile
+!macroend
+
+!macro MoveOldAside FILE
+  StrCpy $R0 "$OldFolder\${FILE}"
+  Call ${UN}MoveAside
+!macroend
+
+!macro DeleteOld FILE
+  StrCpy $R0 "$OldFolder\${FILE}"
+  Call ${UN}DeleteAside
+!macroend
+
+!macro DeleteReplaced FILE
+  StrCpy $R0 "$INSTDIR\${FILE}"
+  Call DeleteAside
+!macroend
+
+!macro SaveTree VIEW KEY
+  StrCpy $1 ${VIEW_${VIEW}}
+  StrCpy $2 "${KEY}"
+  Call ${UN}SaveTree
+!macroend
+
+!macro RunServer VIEW OPTIONS FILE
+  StrCpy $Subject "${FILE}"
+  StrCpy $0 -1
+  ExecWait '"${REGSVR_${VIEW}}" ${OPTIONS} "$Subject"' $0
+!macroend
+
+!macro Register VIEW FILE
+  !insertmacro ServerKeys SaveTree ${VIEW}
+  !insertmacro RunServer ${VIEW} "/s" "$INSTDIR\${FILE}"
+  ${If} $0 <> 0
+    !insertmacro Fail '$(CannotRegister)' ''
+  ${EndIf}
+!macroend
+
+; The installed DLL knows best what it wrote; where it is gone or broken, the one that was brought along does it.
+!macro Unregister VIEW FILE
+  !insertmacro ServerKeys SaveTree ${VIEW}
+  !insertmacro RunServer ${VIEW} "/s /u" "$OldFolder\${FILE}"
+  ${If} $0 <> 0
+    !insertmacro RunServer ${VIEW} "/s /u" "$PLUGINSDIR\${FILE}"
+  ${EndIf}
+  ${If} $0 <> 0
+    !insertmacro Fail '$(CannotUnregister)' ''
+  ${EndIf}
+!macroend
+
+!macro Write VIEW KEY NAME TYPE DATA
+  StrCpy $1 ${VIEW_${VIEW}}
+  StrCpy $2 "${KEY}"
+  StrCpy $3 "${NAME}"
+  StrCpy $4 ${${TYPE}}
+  StrCpy $5 '${DATA}'
+  Call WriteValue
+!macroend
+
+!macro Remove VIEW KEY NAME TYPE DATA
+  StrCpy $1 ${VIEW_${VIEW}}
+  StrCpy $2 "${KEY}"
+  StrCpy $3 "${NAME}"
+  Call ${UN}RemoveValue
+!macroend
+
+!macro RemoveOldVersion
+  !insertmacro Servers Unregister
+  !insertmacro Values Remove
+  ${DoUntil} $OldMadeKeys == ""
+    StrCpy $1 ${VIEW_32}
+    ${WordFind} $OldMadeKeys "|" "+1" $2
+    StrLen $0 "$2|"
+    StrCpy $OldMadeKeys $OldMadeKeys "" $0
+    Call ${UN}RemoveKey
+  ${Loop}
+  !insertmacro Files MoveOldAside
+!macroend
+
+!macro Finish
+  Call ${UN}DropSavedTrees
+  System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
+  ${If} ${RebootFlag}
+    SetErrorLevel 3010
+  ${EndIf}
+!macroend
+
+!macro Start
+  Push "begin"
+  System::Call 'kernel32::CreateMutexW(p 0, i 0, t "Global\NorvakContextMenuSetup") p .r1 ?e'
+  Pop $0
+  ${If} $0 <> 0
+    !insertmacro Fail '$(IsRunning)' ''
+  ${EndIf}
+  System::Call 'shell32::IsUserAnAdmin() i .r0'
+  ${If} $0 = 0
+    !insertmacro Fail '$(NeedsAdministrator)' ''
+  ${EndIf}
+  ReadRegStr $OldFolder HKLM "${APPS}" "InstallLocation"
+  ReadRegStr $OldMadeFolder HKLM "${APPS}" "MadeFolder"
+  ReadRegStr $OldMadeKeys HKLM "${APPS}" "MadeKeys"
+!macroend
+
+; ---- The setup
+
+!define UN ""
+!include steps.nsh
+
+; The folder that the command line names, as it stands there, in quotes or not. What arrives in $INSTDIR by itself may be
+; another one, or none.
+Function ReadFolder
+  System::Call 'kernel32::GetCommandLineW() t .r0'
+  StrCpy $1 0
+  ${Do}
+    IntOp $1 $1 + 1
+    StrCpy $2 $0 4 $1
+    ${If} $2 == ""
+      Return
+    ${ElseIf} $2 == ' /D='
+      IntOp $1 $1 + 4
+      StrCpy $Subject $0 "" $1
+      ${ExitDo}
+    ${ElseIf} $2 == '"/D='
+      IntOp $1 $1 + 4
+      StrCpy $Subject $0 "" $1
+      ${WordFind} $Subject '"' "+1" $Subject
+      ${ExitDo}
+    ${EndIf}
+  ${Loop}
+  StrCpy $3 $Subject 2 1
+  StrCpy $1 $Subject
+  System::Call 'kernel32::GetFullPathNameW(t r1, i ${NSIS_MAX_STRLEN}, t .r2, p 0)'
+  StrCpy $1 $2 1 -1
+  ${If} $1 == "\"
+    StrCpy $2 $2 -1
+  ${EndIf}
+  StrLen $4 $2
+  StrCpy $INSTDIR $2
+  ${If} $3 != ":\"
+  ${OrIf} $4 < 4
+  ${OrIf} $INSTDIR != $2
+    !insertmacro Fail '$(NotFullPath)' ''
+  ${EndIf}
+FunctionEnd
+
+Function .onInit
+  !insertmacro Start
+  ${GetParameters} $0
+  ClearErrors
+  ${GetOptions} $0 "/remove" $1
+  ${IfNot} ${Errors}
+    SetSilent silent
+    StrCpy $INSTDIR ""
+    Return
+  ${EndIf}
+  ${If} $INSTDIR == ""
+    StrCpy $INSTDIR $OldFolder
+  ${EndIf}
+  ${If} $INSTDIR == ""
+    StrCpy $INSTDIR "$PROGRAMFILES32\${PRODUCT}"
+  ${EndIf}
+  Call ReadFolder
+FunctionEnd
+
+; A folder that an earlier version made goes with this one.
+Function InheritMadeFolder
+  StrLen $0 $OldMadeFolder
+  StrLen $1 $MadeFolder
+  StrCpy $2 "$INSTDIR\" $0
+  StrCpy $3 "$INSTDIR\" 1 $0
+  ${If} $OldMadeFolder != ""
+  ${AndIf} $OldMadeFolder == $2
+  ${AndIf} $3 == "\"
+    ${If} $1 = 0
+    ${OrIf} $0 < $1
+      StrCpy $MadeFolder $OldMadeFolder
+    ${EndIf}
+  ${EndIf}
+FunctionEnd
+
+; Without a folder to install into, the installed version is just removed.
+Section "" InstallSection
+  Call DropSavedTrees
+  InitPluginsDir
+  ClearErrors
+  SetOverwrite try
+  !insertmacro BuiltFiles Unpack
+  WriteUninstaller "$PLUGINSDIR\Uninstall.exe"
+  ${If} ${Errors}
+    !insertmacro Fail '$(CannotUnpack)' ''
+  ${EndIf}
+
+  ${If} $INSTDIR != ""
+    Call MakeFolders
+  ${EndIf}
+  ${If} $OldFolder != ""
+    !insertmacro RemoveOldVersion
+  ${EndIf}
+  ${If} $INSTDIR != ""
+    !insertmacro Files Place
+    !insertmacro Servers Register
+    Call InheritMadeFolder
+    SectionGetSize ${InstallSection} $Size
+    !insertmacro Values Write
+  ${EndIf}
+
+  ; Nothing fails from here on.
+  ${If} $INSTDIR != ""
+    !insertmacro Files DeleteReplaced
+  ${EndIf}
+  ${If} $OldFolder != ""
+  ${AndIf} $OldFolder != $INSTDIR
+    !insertmacro Files DeleteOld
+    StrCpy $R0 $OldFolder
+    StrCpy $R1 $OldMadeFolder
+    Call RemoveFolders
+  ${EndIf}
+  !insertmacro Finish
+SectionEnd
+
+; ---- The uninstaller
+
+!define /redef UN "un."
+!include steps.nsh
+
+Function un.onInit
+  !insertmacro Start
+  ${If} $OldFolder == ""
+    StrCpy $OldFolder $INSTDIR
+  ${EndIf}
+FunctionEnd
+
+Section Uninstall
+  Call un.DropSavedTrees
+  InitPluginsDir
+  ClearErrors
+  SetOverwrite try
+  !insertmacro Servers UnpackServer
+  ${If} ${Errors}
+    !insertmacro Fail '$(CannotUnpack)' ''
+  ${EndIf}
+  !insertmacro RemoveOldVersion
+
+  ; Nothing fails from here on.
+  !insertmacro Files DeleteOld
+  StrCpy $R0 $OldFolder
+  StrCpy $R1 $OldMadeFolder
+  Call un.RemoveFolders
+  !insertmacro Finish
+SectionEnd
