@@ -221,8 +221,9 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${If} $0 <> 0
     !insertmacro Fail '$(IsRunning)' ''
   ${EndIf}
-  System::Call 'shell32::IsUserAnAdmin() i .r0'
-  ${If} $0 = 0
+  UserInfo::GetAccountType
+  Pop $0
+  ${If} $0 != "Admin"
     !insertmacro Fail '$(NeedsAdministrator)' ''
   ${EndIf}
   ReadRegStr $OldFolder HKLM "${APPS}" "InstallLocation"
