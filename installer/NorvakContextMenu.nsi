@@ -82,7 +82,7 @@ Var MadeFolder    ; the topmost
 Var OldFolder     ; of the installed version, or empty
 Var OldMadeKeys
 Var OldMadeFolder
-Var Size
+Var Size          ; in bytes, then in kilobytes
 
 !include LogicLib.nsh
 !include FileFunc.nsh
@@ -128,6 +128,13 @@ VIAddVersionKey LegalCopyright "Norvak"
   StrCpy $R0 "$INSTDIR\${FILE}"
   StrCpy $R2 "$PLUGINSDIR\${FILE}"
   Call PlaceFile
+!macroend
+
+!macro AddSize FILE
+  FileOpen $0 "$INSTDIR\${FILE}" r
+  FileSeek $0 0 END $1
+  FileClose $0
+  IntOp $Size $Size + $1
 !macroend
 
 !macro MoveOldAside FILE
@@ -309,7 +316,7 @@ Function InheritMadeFolder
 FunctionEnd
 
 ; Without a folder to install into, the installed version is just removed.
-Section "" InstallSection
+Section
   Call DropSavedTrees
   InitPluginsDir
   ClearErrors
@@ -330,7 +337,8 @@ Section "" InstallSection
     !insertmacro Files Place
     !insertmacro Servers Register
     Call InheritMadeFolder
-    SectionGetSize ${InstallSection} $Size
+    !insertmacro Files AddSize
+    IntOp $Size $Size / 1024
     !insertmacro Values Write
   ${EndIf}
 

@@ -1,0 +1,28 @@
+; Makes for scripts/test-installer what Wine's own programs cannot. The environment names the TASK and its ARGUMENT:
+;   volatile KEY            a key below HKLM that holds no lasting subkeys
+;   unprivileged COMMAND    runs a program without the rights of an administrator, and ends with its status
+Unicode true
+RequestExecutionLevel user
+SilentInstall silent
+OutFile "${TOOL}"
+!include LogicLib.nsh
+
+Section
+  ReadEnvStr $1 ARGUMENT
+  ReadEnvStr $2 TASK
+  ${If} $2 == volatile
+    System::Call 'advapi32::RegCreateKeyExW(i 0x80000002, t r1, i 0, p 0, i 1, i 0x20019, p 0, *p, p 0) i .r0'
+  ${ElseIf} $2 == unprivileged
+    System::Call 'advapi32::OpenProcessToken(p -1, i 0xF01FF, *p .r2)'
+    System::Call 'advapi32::ConvertStringSidToSidW(t "S-1-5-32-544", *p .r3)'
+    System::Call '*(p r3, i 0) p .r3'
+    System::Call 'advapi32::CreateRestrictedToken(p r2, i 0, i 1, p r3, i 0, p 0, i 0, p 0, *p .r2)'
+    System::Call '*(i 68, p, p, p, i, i, i, i, i, i, i, i, p, p, p, p, p) p .r3'
+    System::Call '*(p, p, i, i) p .r4'
+    System::Call 'advapi32::CreateProcessAsUserW(p r2, p, t r1, p, p, i 1, i 0, p, p, p r3, p r4)'
+    System::Call '*$4(p .r2)'
+    System::Call 'kernel32::WaitForSingleObject(p r2, i -1)'
+    System::Call 'kernel32::GetExitCodeProcess(p r2, *i .r0)'
+  ${EndIf}
+  SetErrorLevel $0
+SectionEnd
