@@ -172,11 +172,13 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${EndIf}
 !macroend
 
-; The installed DLL knows best what it wrote; where it is gone or broken, the one that was brought along does it.
+; The installed DLL knows best what it wrote. Where it is gone or broken, the one that was brought along does it, and
+; registers first: what is left of a registration cannot be taken back, only a whole one can.
 !macro Unregister VIEW FILE
   !insertmacro ServerKeys SaveTree ${VIEW}
   !insertmacro RunServer ${VIEW} "/s /u" "$OldFolder\${FILE}"
   ${If} $0 <> 0
+    !insertmacro RunServer ${VIEW} "/s" "$PLUGINSDIR\${FILE}"
     !insertmacro RunServer ${VIEW} "/s /u" "$PLUGINSDIR\${FILE}"
   ${EndIf}
   ${If} $0 <> 0
