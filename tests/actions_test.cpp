@@ -293,6 +293,17 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
                text,
                {},
                L"a.png "},
+              {"an envelope that is refused",
+               [this] {
+                 m_pkcs7->Table[L"validate_P7x"] = [](const Arguments& arguments) {
+                   make_File(text_Of(arguments.at(1)), L"content");
+                   return _variant_t(false);
+                 };
+               },
+               L"vPKCS7",
+               make_File(test_folder + L"a.png.pdf.p7m"),
+               {},
+               L"a.png "},
               {"a drive that vanished",
                [] {},
                L"mount",
