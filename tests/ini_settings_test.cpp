@@ -68,6 +68,11 @@ TEST_F(IniMode, ReadsTheUsersFileThenTheCommonOnesThenTheRegistry) {
     EXPECT_EQ(regread_Text(norvak + name), value) << to_Ansi(name);
 }
 
+TEST_F(IniMode, IsOffForANought) {
+  set_Value(norvak + L"useini", L"0");
+  EXPECT_EQ(regread_Text(norvak + L"a"), L"");
+}
+
 TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
   const std::wstring umlauts = L" \"Tr\u00E4ger\" ; = [x] ";
   const struct {
