@@ -271,7 +271,18 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
     std::wstring Action, Path;
     Lines Starts;
     std::wstring Content;
-  } rows[] = {{"a full disk", [] { patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_Copy)); },
+  } rows[] = {{"an envelope that is refused",
+               [this] {
+                 m_pkcs7->Table[L"validate_P7x"] = [](const Arguments& arguments) {
+                   make_File(text_Of(arguments.at(1)), L"content");
+                   return _variant_t(false);
+                 };
+               },
+               L"vPKCS7",
+               make_File(test_folder + L"a.png.pdf.p7m"),
+               {},
+               L"a.png b.txt.p7s "},
+              {"a full disk", [] { patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_Copy)); },
                L"view", picture, shown(L"a.png.pdf"), L"a.png b.txt.p7s "},
               {"no PDF component", [this] { m_editor->IsCreatable = false; }, L"view", picture,
                shown(L"a.png"), L"a.png b.txt.p7s "},
@@ -291,17 +302,6 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
                },
                L"p7s",
                text,
-               {},
-               L"a.png "},
-              {"an envelope that is refused",
-               [this] {
-                 m_pkcs7->Table[L"validate_P7x"] = [](const Arguments& arguments) {
-                   make_File(text_Of(arguments.at(1)), L"content");
-                   return _variant_t(false);
-                 };
-               },
-               L"vPKCS7",
-               make_File(test_folder + L"a.png.pdf.p7m"),
                {},
                L"a.png "},
               {"a drive that vanished",
