@@ -29,11 +29,6 @@ struct {
   std::optional<IniFiles> Files;
 } state;  // lives as long as the process
 
-struct Entry {
-  std::wstring Section;
-  std::wstring Key;
-};
-
 // What finds the INI files, what the system reads itself, and what the suite's services need before any INI
 // file can be reached. The parts are in lower case.
 constexpr std::array registry_only_settings{&use_ini, &global_ini, &users_ini, &install_folder};
@@ -67,6 +62,14 @@ std::wstring find_File(const std::wstring& folder, std::wstring name, const wcha
   return folder.empty() ? std::wstring() : folder + name;
 }
 
+bool is_IniMode() {
+  if (!state.IsOn) {
+    const auto text = as_Text(regread_api(use_ini.Path));
+    state.IsOn = !text.empty() && text != L"0";
+  }
+  return *state.IsOn;
+}
+
 const IniFiles& ini_Files() {
   if (!state.Files) {
     const auto folder = get_InstallFolder();
@@ -85,29 +88,20 @@ std::wstring target_File(std::wstring_view path) {
   return own.empty() ? other : own;
 }
 
-Entry entry_Of(std::wstring_view path) {
-  const auto root_end = path.find(L'\\');
-  const auto key_end = path.rfind(L'\\');
-  if (root_end == key_end)
-    return {};
-  return {std::wstring(path.substr(root_end + 1, key_end - root_end - 1)),
-          std::wstring(path.substr(key_end + 1))};
-}
-
 constexpr std::wstring_view line_ends{L"\r\n\0", 3};
 
-bool can_Hold(const Entry& entry) {
-  return !entry.Section.empty() && entry.Section.find_first_of(L"]\r\n") == std::wstring::npos &&
-         !entry.Key.empty() && trim(entry.Key) == entry.Key && !entry.Key.starts_with(L'[') &&
-         !entry.Key.starts_with(L';') && entry.Key.find_first_of(L"=\r\n") == std::wstring::npos;
+bool can_Hold(const RegistryPlace& place) {
+  return !place.Key.empty() && place.Key.find_first_of(L"]\r\n") == std::wstring::npos &&
+         !place.Name.empty() && trim(place.Name) == place.Name && !place.Name.starts_with(L'[') &&
+         !place.Name.starts_with(L';') && place.Name.find_first_of(L"=\r\n") == std::wstring::npos;
 }
 
-std::wstring read_File(const Entry& entry, const std::wstring& file) {
+std::wstring read_File(const RegistryPlace& place, const std::wstring& file) {
   constexpr std::size_t longest_value = 65536;
   std::vector<wchar_t> value(256);
   for (;;) {
     const auto size = static_cast<DWORD>(value.size());
-    const DWORD length = GetPrivateProfileStringW(entry.Section.c_str(), entry.Key.c_str(), L"", value.data(),
+    const DWORD length = GetPrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), L"", value.data(),
                                                   size, file.c_str());
     if (length + 1 < size || size >= longest_value)
       return std::wstring(value.data(), length);
@@ -141,9 +135,9 @@ unique_kernel_handle take_Lock(const std::wstring& ini_file) {
 }
 
 // A null value removes the entry. What the platform keeps of the file in memory is written at once.
-bool write_File(const Entry& entry, const wchar_t* value, const std::wstring& file) {
+bool write_File(const RegistryPlace& place, const wchar_t* value, const std::wstring& file) {
   const auto lock = take_Lock(file);
-  if (!lock || !WritePrivateProfileStringW(entry.Section.c_str(), entry.Key.c_str(), value, file.c_str()))
+  if (!lock || !WritePrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), value, file.c_str()))
     return false;
   WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
   return true;
@@ -151,23 +145,15 @@ bool write_File(const Entry& entry, const wchar_t* value, const std::wstring& fi
 
 }  // namespace
 
-bool is_IniMode() {
-  if (!state.IsOn) {
-    const auto text = as_Text(regread_api(use_ini.Path));
-    state.IsOn = !text.empty() && text != L"0";
-  }
-  return *state.IsOn;
-}
-
 bool is_KeptInIni(std::wstring_view path) {
-  return is_IniMode() && !is_RegistryOnly(path) && can_Hold(entry_Of(path)) && !target_File(path).empty();
+  return is_IniMode() && !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
 }
 
 IniValue read_Ini(std::wstring_view path) {
-  const auto entry = entry_Of(path);
+  const auto place = find_Place(path);
   const auto& files = ini_Files();
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
-    auto text = file->empty() ? std::wstring() : read_File(entry, *file);
+    auto text = file->empty() ? std::wstring() : read_File(place, *file);
     if (!text.empty())
       return {std::move(text), *file};
   }
@@ -176,19 +162,19 @@ IniValue read_Ini(std::wstring_view path) {
 
 bool write_Ini(std::wstring_view path, std::wstring_view value) {
   return value.find_first_of(line_ends) == std::wstring_view::npos &&
-         write_File(entry_Of(path), protect(value).c_str(), target_File(path));
+         write_File(find_Place(path), protect(value).c_str(), target_File(path));
 }
 
 bool delete_FromIni(std::wstring_view path) {
-  const auto entry = entry_Of(path);
+  const auto place = find_Place(path);
   const auto& files = ini_Files();
   bool found = false;
   bool removed = true;
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
-    if (file->empty() || read_File(entry, *file).empty())
+    if (file->empty() || read_File(place, *file).empty())
       continue;
     found = true;
-    removed &= write_File(entry, nullptr, *file);
+    removed &= write_File(place, nullptr, *file);
   }
   return found && removed;
 }

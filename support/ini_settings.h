@@ -8,11 +8,9 @@
 #include <string>
 #include <string_view>
 
-// Whether INI mode is on: "useini" is neither empty nor "0".
-bool is_IniMode();
-
-// Whether the value of the path (as normalised for the registry) is kept in INI files: INI mode is on, a file
-// is named, and the path neither belongs to the registry alone nor has names that no INI file can hold.
+// Whether the value of the path (as normalised for the registry) is kept in INI files: INI mode is on
+// ("useini" is neither empty nor "0"), a file is named, and the path neither belongs to the registry alone
+// nor has names that no INI file can hold.
 bool is_KeptInIni(std::wstring_view path);
 
 struct IniValue {
