@@ -10,9 +10,9 @@
 #include "support/diagnostic_log.h"
 #include "support/files.h"
 #include "support/registry.h"
-#include "support/registry_administration.h"
 #include "support/settings.h"
 #include "support/text.h"
+#include "support/value_deletion.h"
 
 namespace host {
 namespace {

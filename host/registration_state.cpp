@@ -7,7 +7,7 @@
 
 #include "shellext/shell_ext.h"
 #include "support/files.h"
-#include "support/registry_api.h"
+#include "support/registry_keys.h"
 #include "support/text.h"
 
 namespace host {

@@ -43,7 +43,7 @@ std::wstring get_ActionString(long command) {
       continue;
     log_Record(record);
     if (has_Action(record, command))
-      return record.MenuAction;
+      return std::wstring(record.MenuAction);
   }
   return {};
 }
@@ -52,5 +52,5 @@ std::wstring get_MenuName(long command) {
   const auto found = std::ranges::find_if(table, [command](const MenuRecord& record) {
     return !record.MenuName.empty() && record.MenuEnabled && record.MenuIDX == command;
   });
-  return found == table.end() ? std::wstring() : found->MenuName;
+  return found == table.end() ? std::wstring() : std::wstring(found->MenuName);
 }

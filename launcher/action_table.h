@@ -1,6 +1,6 @@
 // The action table joins the two halves of a menu's life: composing writes a record for every item offered,
 // and the shell's later questions are answered from it. One table a module, shared by all objects; it is
-// emptied with every new selection and at the end of every object.
+// emptied with every new selection and at the end of every object. Its texts live as long as the module.
 #pragma once
 
 #include <windows.h>
@@ -9,13 +9,14 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 struct MenuRecord {
-  std::wstring MenuName;                     // the translated caption; empty = free
+  std::wstring_view MenuName;                // the translated caption; empty = free
   long MenuIDX = -1;                         // absolute command identifier; -1 = unset
   long MenuICMD = -1;                        // command offset from the shell's first identifier; -1 = unset
   VARIANT_BOOL MenuEnabled = VARIANT_FALSE;  // the item was offered
-  std::wstring MenuAction;                   // the action keyword; empty = none
+  std::wstring_view MenuAction;              // the action keyword; empty = none
 };
 
 constexpr std::size_t action_table_size = 100;

@@ -1,4 +1,9 @@
+// The identifiers of the dialog are made here: the library of them comes into a module as a whole.
+#include <initguid.h>
+
 #include "launcher/waiting_status.h"
+
+#include <shlguid.h>
 
 namespace {
 

@@ -161,7 +161,7 @@ void offer(const MenuItem& item, std::wstring& caption, Block& block) {
   record.MenuIDX = static_cast<long>(block.Command);
   record.MenuAction = item.Keyword;
   record.MenuICMD = static_cast<long>(block.Record);
-  insert_MenuItem(block.Position, block.Command, item.CheckBitmap, 0, block.Menu, record.MenuName);
+  insert_MenuItem(block.Position, block.Command, item.CheckBitmap, 0, block.Menu, caption);
 }
 
 void offer_Items(std::span<const MenuItem> items, std::span<std::wstring> captions, Block& block) {

@@ -1,6 +1,8 @@
 #include "menu/insertion.h"
 
-#include <map>
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "menu/bitmaps.h"
 #include "support/boundary.h"
@@ -17,7 +19,7 @@ constexpr UINT picture_item = MF_BYPOSITION | MF_USECHECKBITMAPS | MF_BITMAP;
 constexpr const wchar_t* menu_mode_key = L"MenuMode";
 constexpr long highest_mode = 3;
 
-using BitmapTable = std::map<UINT, HBITMAP>;  // by menu position; the table owns the bitmaps
+using BitmapTable = std::vector<std::pair<UINT, HBITMAP>>;  // by menu position; the table owns the bitmaps
 
 struct {
   std::wstring MenuMode;
@@ -51,10 +53,16 @@ void release_AllBitmaps() {
   }
 }
 
+// The bitmap at the position; null where none was made yet.
+HBITMAP& bitmap_At(BitmapTable& table, UINT position) {
+  const auto found = std::ranges::find(table, position, &BitmapTable::value_type::first);
+  return found != table.end() ? found->second : table.emplace_back(position, nullptr).second;
+}
+
 // Makes the position's bitmap anew from the resource; null when it could not be made.
 HBITMAP renew_Bitmap(BitmapTable& table, UINT position, UINT id, unique_hbitmap (*make_Copy)(HBITMAP)) {
   release_Later(KeptUntil::ModuleUnloads, release_AllBitmaps);
-  auto& entry = table[position];
+  auto& entry = bitmap_At(table, position);
   if (entry != nullptr)
     DeleteObject(std::exchange(entry, nullptr));
   const auto picture = id != 0 ? load_Picture(id) : nullptr;
@@ -64,7 +72,7 @@ HBITMAP renew_Bitmap(BitmapTable& table, UINT position, UINT id, unique_hbitmap 
 
 std::wstring number_Text(std::wstring_view text) {
   const auto number = to_Number(text);
-  return number ? std::to_wstring(*number) : std::wstring();
+  return number ? decimal(*number) : std::wstring();
 }
 
 std::wstring read_ConfiguredMode() {
@@ -92,7 +100,7 @@ std::wstring find_MenuMode() {
 int get_MenuMode() {
   const auto number = to_Number(find_MenuMode()).value_or(0);
   const int mode = number < 0 || number > highest_mode ? 0 : static_cast<int>(number);
-  state.MenuMode = std::to_wstring(mode);
+  state.MenuMode = decimal(mode);
   return mode;
 }
 
@@ -121,7 +129,8 @@ void free_MenuBitmaps() {
     if (position >= freed_positions || bitmap == nullptr)
       continue;
     DeleteObject(bitmap);
-    if (const auto check = state.CheckBitmaps.find(position); check != state.CheckBitmaps.end())
+    const auto check = std::ranges::find(state.CheckBitmaps, position, &BitmapTable::value_type::first);
+    if (check != state.CheckBitmaps.end())
       DeleteObject(check->second);
   }
 }

@@ -184,7 +184,7 @@ void analyze_Folders(std::span<const FileEntry> files, const std::wstring& insta
     debug_Log(L"DataFiles contains one entry");
     analyze_Drive(paths.front());
   } else if (is_LogOn()) {
-    debug_Log(L"DataFiles contains " + std::to_wstring(paths.size()) + L" entries");
+    debug_Log(L"DataFiles contains " + decimal(paths.size()) + L" entries");
   }
   flags.HasPdf = flags.HasSignable = flags.HasXml = flags.HasConvertible = flags.HasPkcs7 = VARIANT_FALSE;
   debug_Log(L"Files are all Directory");

@@ -24,7 +24,7 @@ class ClassFactory final : public IClassFactory {
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     if (object == nullptr)
       return E_POINTER;
-    const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
+    const bool known = iid == __uuidof(IUnknown) || iid == __uuidof(IClassFactory);
     *object = known ? static_cast<IClassFactory*>(this) : nullptr;
     if (!known)
       return E_NOINTERFACE;

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "menu/composition.h"
+#include "support/text.h"
 
 namespace {
 
@@ -40,11 +41,11 @@ std::wstring get_ClsidString(const std::wstring& progid) {
   CLSID clsid{};
   const HRESULT outcome = CLSIDFromProgID(progid.c_str(), &clsid);
   if (FAILED(outcome))
-    return L"Bad ProgId rc::" + std::to_wstring(outcome);
+    return L"Bad ProgId rc::" + decimal(outcome);
   std::array<wchar_t, 40> text{};
   int length = StringFromGUID2(clsid, text.data(), static_cast<int>(text.size()));
   if (length <= 0)
-    return L"Bad ClassID rc::" + std::to_wstring(length);
+    return L"Bad ClassID rc::" + decimal(length);
   if (text[static_cast<std::size_t>(length) - 1] == L'\0')
     --length;
   return std::wstring(text.data(), static_cast<std::size_t>(length));

@@ -74,7 +74,7 @@ Answer answer_For(UINT uFlags) {
 std::wstring compose_Answer(Answer answer, UINT_PTR idCmd, const std::wstring& caption) {
   switch (answer) {
     case Answer::Verb:
-      return L"(GCS_VERB)MENUITEM" + std::to_wstring(static_cast<long>(idCmd) + 1);
+      return L"(GCS_VERB)MENUITEM" + decimal(static_cast<long>(idCmd) + 1);
     case Answer::HelpText:
       return caption;
     case Answer::Validation:
@@ -245,9 +245,9 @@ STDMETHODIMP ShellExt::QueryInterface(REFIID iid, void** object) {
   if (object == nullptr)
     return E_POINTER;
   static const QITAB interfaces[] = {
-      {&IID_IContextMenu, static_cast<int>(OFFSETOFCLASS(IContextMenu, ShellExt))},
-      {&IID_IShellExtInit, static_cast<int>(OFFSETOFCLASS(IShellExtInit, ShellExt))},
-      {&IID_IDispatch, static_cast<int>(OFFSETOFCLASS(DefaultInterface, ShellExt))},
+      {&__uuidof(IContextMenu), static_cast<int>(OFFSETOFCLASS(IContextMenu, ShellExt))},
+      {&__uuidof(IShellExtInit), static_cast<int>(OFFSETOFCLASS(IShellExtInit, ShellExt))},
+      {&__uuidof(IDispatch), static_cast<int>(OFFSETOFCLASS(DefaultInterface, ShellExt))},
       {&iid_ShellExt, static_cast<int>(OFFSETOFCLASS(DefaultInterface, ShellExt))},
       {},
   };

@@ -8,13 +8,15 @@
 
 namespace {
 
+constexpr IID no_interface{};  // what a late-bound call passes for the interface
+
 std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
                                  std::initializer_list<_variant_t> arguments) {
   if (object == nullptr)
     return {};
   DISPID member = DISPID_UNKNOWN;
   auto* writable_name = const_cast<wchar_t*>(name);
-  if (FAILED(object->GetIDsOfNames(IID_NULL, &writable_name, 1, LOCALE_USER_DEFAULT, &member)))
+  if (FAILED(object->GetIDsOfNames(no_interface, &writable_name, 1, LOCALE_USER_DEFAULT, &member)))
     return {};
 
   std::vector<_variant_t> reversed(std::rbegin(arguments), std::rend(arguments));
@@ -27,8 +29,8 @@ std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD ki
   _variant_t result;
   EXCEPINFO exception{};
   UINT argument_at_fault = 0;
-  const HRESULT outcome = object->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &parameters, &result,
-                                         &exception, &argument_at_fault);
+  const HRESULT outcome = object->Invoke(member, no_interface, LOCALE_USER_DEFAULT, kind, &parameters,
+                                         &result, &exception, &argument_at_fault);
   SysFreeString(exception.bstrSource);
   SysFreeString(exception.bstrDescription);
   SysFreeString(exception.bstrHelpFile);

@@ -105,7 +105,7 @@ bool is_Noise(std::wstring_view message) {
 struct Identity {
   std::wstring User = get_UserName();
   std::wstring Program = executable_Name();
-  std::wstring Process = std::to_wstring(GetCurrentProcessId());
+  std::wstring Process = decimal(GetCurrentProcessId());
   std::wstring LogFile{choose_LogFile(Program, project_name)};
 };
 
@@ -118,7 +118,7 @@ std::wstring compose_Header() {
   SYSTEMTIME now{};
   GetLocalTime(&now);
   std::array<wchar_t, 9> time{};  // day, hour, minute and second, two digits each
-  swprintf(time.data(), time.size(), L"%02u%02u%02u%02u", now.wDay, now.wHour, now.wMinute, now.wSecond);
+  wsprintfW(time.data(), L"%02u%02u%02u%02u", now.wDay, now.wHour, now.wMinute, now.wSecond);
 
   std::wstring header;
   const Identity& own = own_Identity();
@@ -248,7 +248,7 @@ void debug_Log(std::wstring_view label, std::wstring_view text) noexcept {
 
 void debug_Log(std::wstring_view label, long number) noexcept {
   if (is_LogOn())
-    run_Guarded([&] { debug_Log(std::wstring(label).append(std::to_wstring(number))); });
+    run_Guarded([&] { debug_Log(std::wstring(label).append(decimal(number))); });
 }
 
 void trace_Message(std::wstring_view message) noexcept {

@@ -7,12 +7,12 @@
 #include "support/boundary.h"
 #include "support/files.h"
 #include "support/ini_settings.h"
-#include "support/registry_administration.h"
 #include "support/registry_path.h"
 #include "support/registry_redirection.h"
 #include "support/script_host.h"
 #include "support/settings.h"
 #include "support/text.h"
+#include "support/value_deletion.h"
 
 namespace {
 
@@ -188,7 +188,7 @@ bool regwrite_dw(std::wstring& path, long value) {
   const bool in_ini = settle_Target(target);
   const BusyMark busy;
   ensure_ScriptHost(L"regwrite_dw");
-  return in_ini ? write_Ini(target, std::to_wstring(value)) : write_ByScriptHost(target, value, L"REG_DWORD");
+  return in_ini ? write_Ini(target, decimal(value)) : write_ByScriptHost(target, value, L"REG_DWORD");
 }
 
 void set_QuietState(bool quiet) {

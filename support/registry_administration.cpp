@@ -2,21 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <new>
+#include <span>
 
 #include "support/automation.h"
-#include "support/boundary.h"
-#include "support/ini_settings.h"
-#include "support/registry.h"
-#include "support/registry_path.h"
-#include "support/registry_provider.h"
-#include "support/registry_redirection.h"
-#include "support/script_host.h"
-#include "support/text.h"
+#include "support/registry_keys.h"
+#include "support/registry_member.h"
 
 namespace {
 
 using Names = std::vector<std::wstring>;
-enum class Target { ReadKey, WrittenKey, WrittenValue };
 
 struct ValueMethod {
   DWORD Type;
@@ -32,30 +28,13 @@ constexpr std::array value_methods{
     ValueMethod{REG_DWORD, L"SetDWORDValue", L"uValue", L"REG_DWORD"},
     ValueMethod{REG_MULTI_SZ, L"SetMultiStringValue", L"sValue", nullptr}};
 
-// Runs the body with the place of the path and the repaired path; the empty answer when there is none.
-template <typename Body>
-auto administer(std::wstring_view path, Target target, Body body) noexcept {
-  using Answer = decltype(body(RegistryPlace(), std::wstring()));
-  return run_Guarded(Answer(), [&]() -> Answer {
-    std::wstring repaired(path);
-    // The platform's functions would take the text before a NUL for the whole.
-    if (is_Quiet() || contains(path, {L"\0", 1}))
-      return {};
-    normalise_ForWrite(repaired);
-    if (target != Target::ReadKey)
-      redirect_ToUser(repaired);
-    const auto place = find_Place(target == Target::WrittenValue ? repaired : with_Backslash(repaired));
-    return place.Root == nullptr ? Answer() : body(place, repaired);
-  });
-}
-
-// What the provider decided, or the outcome of the other ways where it gave no answer.
-template <typename OtherWays>
-bool succeeds(const std::optional<ProviderAnswer>& answer, std::wstring_view member, OtherWays other_ways) {
-  if (answer)
-    return answer->ReturnCode == 0;
-  ensure_ScriptHost(member);
-  return other_ways();
+Names texts_Of(const _variant_t& list) {
+  Names texts;
+  if (list.vt == (VT_ARRAY | VT_BSTR) && list.parray != nullptr && SafeArrayGetDim(list.parray) == 1)
+    for (const BSTR text :
+         std::span(static_cast<BSTR*>(list.parray->pvData), list.parray->rgsabound[0].cElements))
+      texts.emplace_back(text, SysStringLen(text));
+  return texts;
 }
 
 std::optional<Names> find_Names(const RegistryPlace& place, KeyContent content, std::wstring_view member) {
@@ -67,7 +46,7 @@ std::optional<Names> find_Names(const RegistryPlace& place, KeyContent content, 
   // A provider may call an empty key one without more items.
   if (answer->ReturnCode != 0 && answer->ReturnCode != ERROR_NO_MORE_ITEMS)
     return {};
-  return answer->get_Texts(L"sNames");
+  return texts_Of(answer->get(L"sNames"));
 }
 
 bool fits(DWORD type, const RegistryValue& value) {
@@ -79,6 +58,31 @@ bool fits(DWORD type, const RegistryValue& value) {
     return text->empty() || std::ranges::find(texts, std::wstring()) == texts.end();
   return texts.size() == 1 &&
          (type == REG_SZ || type == REG_EXPAND_SZ || (type == REG_DWORD && to_Number(*text)));
+}
+
+template <typename Element, typename Elements, typename Conversion>
+_variant_t make_List(VARTYPE type, const Elements& elements, Conversion convert) {
+  _variant_t list;
+  list.parray = SafeArrayCreateVector(type, 0, static_cast<ULONG>(elements.size()));
+  if (list.parray == nullptr)
+    throw std::bad_alloc();
+  list.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+  std::ranges::transform(elements, static_cast<Element*>(list.parray->pvData), convert);
+  return list;
+}
+
+// A value that has the form of its type as a method's argument.
+_variant_t as_Argument(DWORD type, const RegistryValue& value) {
+  if (const auto* bytes = std::get_if<std::vector<std::byte>>(&value))
+    return make_List<std::byte>(VT_UI1, *bytes, std::identity());
+  const auto& text = std::get<std::wstring>(value);
+  if (type == REG_DWORD)
+    return to_Number(text).value_or(0);
+  if (type != REG_MULTI_SZ)
+    return text_Argument(text);
+  const auto texts = text.empty() ? std::vector<std::wstring>() : split(text, L'\0');
+  return make_List<BSTR>(VT_BSTR, texts,
+                         [](const auto& element) { return text_Argument(element).Detach().bstrVal; });
 }
 
 bool store(const RegistryPlace& place, const std::wstring& path, DWORD type, const RegistryValue& value) {
@@ -115,18 +119,6 @@ bool deletekey(std::wstring_view path) {
 bool createvalue(std::wstring_view path, DWORD type, const RegistryValue& value) {
   return administer(path, Target::WrittenValue, [&](const auto& place, const auto& repaired) {
     return fits(type, value) && store(place, repaired, type, value);
-  });
-}
-
-bool deletevalue(std::wstring_view path, std::wstring_view mark) {
-  return administer(path, Target::WrittenValue, [mark](const auto& place, const auto& repaired) {
-    const bool was_in_ini = mark != force_registry && is_KeptInIni(repaired) && delete_FromIni(repaired);
-    const auto answer = call_Provider(L"DeleteValue", place, {{L"sValueName", text_Argument(place.Name)}});
-    const bool was_in_registry = succeeds(answer, L"deletevalue", [&] {
-      return delete_ByScriptHost(repaired) ||
-             RegDeleteValueW(open_Key(place, KEY_SET_VALUE).get(), place.Name.c_str()) == ERROR_SUCCESS;
-    });
-    return was_in_ini || was_in_registry;
   });
 }
 

@@ -19,12 +19,6 @@ bool deletekey(std::wstring_view path);
 // number where there must be one, a NUL in a single text, an empty text in a list.
 bool createvalue(std::wstring_view path, DWORD type, const RegistryValue& value);
 
-// The mark that leaves INI files alone.
-inline constexpr std::wstring_view force_registry = L"forceregistry";
-
-// Removes the value, in INI mode from the INI files too unless the mark is given. False when it is missing.
-bool deletevalue(std::wstring_view path, std::wstring_view mark = {});
-
 // The names of the subkeys.
 std::vector<std::wstring> EnumKey(std::wstring_view path);
 

@@ -27,8 +27,6 @@ std::wstring as_Text(RegistryValue value);
 // REG_BINARY as bytes. The empty text for every other type, a missing key or value, and a denied access.
 RegistryValue regread_api(std::wstring_view path);
 
-enum class KeyContent { Subkeys, Values };
-
 struct RegistryPlace {
   HKEY Root;
   std::wstring Key;
@@ -49,14 +47,5 @@ RegistryPlace find_Place(std::wstring_view path);
 // The key, opened with these access rights; null when that failed.
 unique_hkey open_Key(const RegistryPlace& place, DWORD access);
 
-// Makes the key with all keys above it. True also when it is there already.
-bool create_Key(const RegistryPlace& place);
-
-// The names of the subkeys or of the values; nothing when the key cannot be read.
-std::optional<std::vector<std::wstring>> list_Key(const RegistryPlace& place, KeyContent content);
-
 // The value as `regread_api` has it, in letters of any language; empty for text that has no terminator.
 RegistryEntry read_Entry(const RegistryPlace& place);
-
-// Writes a value that has the form of its type; makes the key when it is missing.
-bool write_Value(const RegistryPlace& place, DWORD type, const RegistryValue& value);

@@ -24,7 +24,8 @@ ComPtr<IWbemServices> connect() {
   ComPtr<IWbemServices> services(state.Services.get());
   ComPtr<IWbemLocator> locator;
   if (services ||
-      FAILED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&locator))) ||
+      FAILED(
+          CoCreateInstance(__uuidof(WbemLocator), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&locator))) ||
       FAILED(locator->ConnectServer(_bstr_t(LR"(root\default)"), nullptr, nullptr, nullptr,
                                     WBEM_FLAG_CONNECT_USE_MAX_WAIT, nullptr, nullptr, &services)))
     return services;
@@ -67,17 +68,6 @@ std::optional<ProviderAnswer> call(IWbemServices* services, const wchar_t* metho
   return answer;
 }
 
-template <typename Element, typename Elements, typename Conversion>
-_variant_t make_List(VARTYPE type, const Elements& elements, Conversion convert) {
-  _variant_t list;
-  list.parray = SafeArrayCreateVector(type, 0, static_cast<ULONG>(elements.size()));
-  if (list.parray == nullptr)
-    throw std::bad_alloc();
-  list.vt = static_cast<VARTYPE>(VT_ARRAY | type);
-  std::ranges::transform(elements, static_cast<Element*>(list.parray->pvData), convert);
-  return list;
-}
-
 }  // namespace
 
 _variant_t ProviderAnswer::get(const wchar_t* name) const {
@@ -85,16 +75,6 @@ _variant_t ProviderAnswer::get(const wchar_t* name) const {
   if (Results)
     Results->Get(name, 0, &value, nullptr, nullptr);
   return value;
-}
-
-std::vector<std::wstring> ProviderAnswer::get_Texts(const wchar_t* name) const {
-  std::vector<std::wstring> texts;
-  const auto list = get(name);
-  if (list.vt == (VT_ARRAY | VT_BSTR) && list.parray != nullptr && SafeArrayGetDim(list.parray) == 1)
-    for (const BSTR text :
-         std::span(static_cast<BSTR*>(list.parray->pvData), list.parray->rgsabound[0].cElements))
-      texts.emplace_back(text, SysStringLen(text));
-  return texts;
 }
 
 std::optional<ProviderAnswer> call_Provider(const wchar_t* method, const RegistryPlace& place,
@@ -111,17 +91,4 @@ std::optional<ProviderAnswer> call_Provider(const wchar_t* method, const Registr
         return {};
     return call(services.Get(), method, parameters.Get());
   });
-}
-
-_variant_t as_Argument(DWORD type, const RegistryValue& value) {
-  if (const auto* bytes = std::get_if<std::vector<std::byte>>(&value))
-    return make_List<std::byte>(VT_UI1, *bytes, std::identity());
-  const auto& text = std::get<std::wstring>(value);
-  if (type == REG_DWORD)
-    return to_Number(text).value_or(0);
-  if (type != REG_MULTI_SZ)
-    return text_Argument(text);
-  const auto texts = text.empty() ? std::vector<std::wstring>() : split(text, L'\0');
-  return make_List<BSTR>(VT_BSTR, texts,
-                         [](const auto& element) { return text_Argument(element).Detach().bstrVal; });
 }

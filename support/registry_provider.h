@@ -18,14 +18,10 @@ struct ProviderAnswer {
   long ReturnCode;  // 0 for success
   Microsoft::WRL::ComPtr<IWbemClassObject> Results;
 
-  // An out-parameter, empty when the method did not set it; and the texts of one that is a list of them.
+  // An out-parameter; empty when the method did not set it.
   _variant_t get(const wchar_t* name) const;
-  std::vector<std::wstring> get_Texts(const wchar_t* name) const;
 };
 
 // Calls a method for the key. Nothing when provider or method is missing or the call did not get through.
 std::optional<ProviderAnswer> call_Provider(const wchar_t* method, const RegistryPlace& place,
                                             std::vector<ProviderArgument> arguments = {}) noexcept;
-
-// A value that has the form of its type as a method's argument.
-_variant_t as_Argument(DWORD type, const RegistryValue& value);

@@ -3,7 +3,9 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <cwchar>
 #include <utility>
 
@@ -104,6 +106,11 @@ std::wstring from_Ansi(std::string_view text) {
 
 std::wstring through_Ansi(std::wstring text) {
   return is_Ascii(text) ? std::move(text) : from_Ansi(to_Ansi(text));
+}
+
+std::wstring decimal(long long number) {
+  std::array<char, 20> digits;
+  return std::wstring(digits.begin(), std::to_chars(digits.begin(), digits.end(), number).ptr);
 }
 
 std::optional<long> to_Number(std::wstring_view text) {

@@ -45,5 +45,8 @@ std::wstring from_Ansi(std::string_view text);
 // What an `A` call would make of the text: there and back through the code page.
 std::wstring through_Ansi(std::wstring text);
 
+// The number in decimal.
+std::wstring decimal(long long number);
+
 // The whole trimmed text as a signed decimal 32-bit number; nothing when it is no number or out of range.
 std::optional<long> to_Number(std::wstring_view text);

@@ -373,7 +373,7 @@ TEST_F(ActionTable, LogsEachRecordUpToTheMatchAndIsClearedTogetherWithTheFlags) 
   clear_ActionTable();
   EXPECT_EQ(names_Of(selection_flags()), L"");
   for (const auto& record : action_table()) {
-    EXPECT_EQ(record.MenuName + record.MenuAction, L"");
+    EXPECT_EQ(std::wstring(record.MenuName).append(record.MenuAction), L"");
     EXPECT_EQ(record.MenuIDX + record.MenuICMD + record.MenuEnabled, -2);
   }
 }

@@ -65,7 +65,8 @@ TEST_P(Composition, FillsTheMenuAndTheTable) {
   long index = 0;
   for (const auto& keyword : keywords) {
     const auto& record = action_table()[static_cast<std::size_t>(index)];
-    EXPECT_EQ((Lines{record.MenuName, record.MenuAction}), (Lines{captions[keyword], keyword}));
+    EXPECT_EQ((Lines{std::wstring(record.MenuName), std::wstring(record.MenuAction)}),
+              (Lines{captions[keyword], keyword}));
     EXPECT_TRUE(record.MenuIDX == 100 + index && record.MenuICMD == index && record.MenuEnabled);
     const auto mark = keyword == L"signit" ? L" *" : L"";
     expected.push_back(std::to_wstring(100 + index++) + L" " + captions[keyword] + mark);

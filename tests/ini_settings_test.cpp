@@ -8,6 +8,7 @@
 #include "support/registry_administration.h"
 #include "support/text.h"
 #include "support/user.h"
+#include "support/value_deletion.h"
 #include "tests/components.h"
 
 namespace {

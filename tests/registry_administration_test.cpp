@@ -1,6 +1,7 @@
 #include "support/registry_administration.h"
 
 #include "support/registry.h"
+#include "support/value_deletion.h"
 #include "tests/components.h"
 
 namespace {
