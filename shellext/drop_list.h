@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,3 +12,6 @@
 // list is read in one pass and never beyond its block: a name that the block cuts off is left out, and a
 // block that is too small, cannot be locked or starts its names behind its end gives no names.
 std::vector<std::wstring> read_DropList(HGLOBAL block);
+
+// The same for the bytes of a block.
+std::vector<std::wstring> read_DropNames(std::span<const char> block);
