@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cwctype>
 #include <optional>
 #include <vector>
 
@@ -90,10 +91,19 @@ std::wstring target_File(std::wstring_view path) {
 
 constexpr std::wstring_view line_ends{L"\r\n\0", 3};
 
+// The platform takes white space of every kind off the ends of what it reads.
+bool has_SpaceAtAnEnd(std::wstring_view text) {
+  return !text.empty() && (std::iswspace(text.front()) != 0 || std::iswspace(text.back()) != 0);
+}
+
+bool is_OneLine(std::wstring_view text) {
+  return text.find_first_of(line_ends) == std::wstring_view::npos;
+}
+
 bool can_Hold(const RegistryPlace& place) {
-  return !place.Key.empty() && place.Key.find_first_of(L"]\r\n") == std::wstring::npos &&
-         !place.Name.empty() && trim(place.Name) == place.Name && !place.Name.starts_with(L'[') &&
-         !place.Name.starts_with(L';') && place.Name.find_first_of(L"=\r\n") == std::wstring::npos;
+  return !place.Key.empty() && !contains(place.Key, L"]") && is_OneLine(place.Key) && !place.Name.empty() &&
+         !has_SpaceAtAnEnd(place.Name) && !place.Name.starts_with(L'[') && !place.Name.starts_with(L';') &&
+         !contains(place.Name, L"=") && is_OneLine(place.Name);
 }
 
 std::wstring read_File(const RegistryPlace& place, const std::wstring& file) {
@@ -109,9 +119,9 @@ std::wstring read_File(const RegistryPlace& place, const std::wstring& file) {
   }
 }
 
-// The platform takes quotes and blanks off a value's ends when it reads it, one pair of quotes at most.
+// The platform takes quotes off a value's ends too, one pair at most.
 std::wstring protect(std::wstring_view value) {
-  const bool is_bare = value == trim(value) && !value.starts_with(L'"') && !value.starts_with(L'\'');
+  const bool is_bare = !has_SpaceAtAnEnd(value) && !value.starts_with(L'"') && !value.starts_with(L'\'');
   return is_bare ? std::wstring(value) : quoted(value);
 }
 
@@ -161,8 +171,7 @@ IniValue read_Ini(std::wstring_view path) {
 }
 
 bool write_Ini(std::wstring_view path, std::wstring_view value) {
-  return value.find_first_of(line_ends) == std::wstring_view::npos &&
-         write_File(find_Place(path), protect(value).c_str(), target_File(path));
+  return is_OneLine(value) && write_File(find_Place(path), protect(value).c_str(), target_File(path));
 }
 
 bool delete_FromIni(std::wstring_view path) {
