@@ -74,7 +74,7 @@ Answer answer_For(UINT uFlags) {
 std::wstring compose_Answer(Answer answer, UINT_PTR idCmd, const std::wstring& caption) {
   switch (answer) {
     case Answer::Verb:
-      return L"(GCS_VERB)MENUITEM" + decimal(static_cast<long>(idCmd) + 1);
+      return L"(GCS_VERB)MENUITEM" + decimal(static_cast<long>(idCmd + 1));
     case Answer::HelpText:
       return caption;
     case Answer::Validation:
