@@ -1,0 +1,210 @@
+// Runs one fuzz target: first the inputs kept in its corpus, then mutations of them. A seed and an index name
+// an input, so every failure can be run again.
+#include <windows.h>
+
+#include <process.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <random>
+#include <thread>
+
+#include "fuzz/machine_targets.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t longest_input = 16384;
+constexpr const wchar_t* failed_input = L"fuzz-failed";
+
+struct {
+  const Target* Running = nullptr;
+  std::string Origin;  // the file, or the seed and the index
+  Bytes Input;
+  std::atomic<ULONGLONG> Since = 0;
+} state;
+
+void write_File(const fs::path& path, const Bytes& bytes) {
+  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+}
+
+Bytes read_File(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Ends at once: the state of the process is not to be trusted.
+[[noreturn]] void fail(const char* what) {
+  constexpr std::size_t shown_bytes = 256;
+  std::printf("%s: %s\n  input: %s, %u bytes, all in fuzz-failed:", state.Running->Name, what,
+              state.Origin.c_str(), static_cast<unsigned>(state.Input.size()));
+  for (const auto byte : std::span(state.Input).first(std::min(state.Input.size(), shown_bytes)))
+    std::printf(" %02x", byte);
+  std::printf("\n  again: scripts/fuzz --target %s %s\n", state.Running->Name, state.Origin.c_str());
+  std::fflush(stdout);
+  write_File(failed_input, state.Input);
+  TerminateProcess(GetCurrentProcess(), 1);
+  std::abort();
+}
+
+LONG CALLBACK fail_ByException(EXCEPTION_POINTERS* pointers) {
+  char text[64];
+  std::snprintf(text, sizeof text, "exception %08lx at %p", pointers->ExceptionRecord->ExceptionCode,
+                pointers->ExceptionRecord->ExceptionAddress);
+  fail(text);
+}
+
+void watch() {
+  constexpr ULONGLONG longest_run = 20000;
+  for (;; Sleep(1000))
+    if (GetTickCount64() - state.Since > longest_run)
+      fail("takes more than twenty seconds");
+}
+
+// One change of many kinds. Ranges are cut to what is there.
+void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds, std::mt19937& random) {
+  const auto below = [&random](std::size_t limit) { return limit == 0 ? 0 : random() % limit; };
+  const auto at = below(bytes.size() + 1);
+  const auto length = std::min<std::size_t>(1 + below(below(8) == 0 ? 4096 : 16), bytes.size() - at);
+  const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+  const auto last = first + static_cast<std::ptrdiff_t>(length);
+  const auto insert = [&bytes, first](const auto& part) { bytes.insert(first, part.begin(), part.end()); };
+  static constexpr std::uint32_t edges[] = {0,    1,      2,      0x7F,       0x80,
+                                            0xFF, 0x7FFF, 0xFFFF, 0x7FFFFFFF, 0x80000000};
+  switch (random() % 8) {
+    case 0:
+      std::for_each(first, last, [&](auto& byte) { byte ^= static_cast<std::uint8_t>(1U << below(8)); });
+      break;
+    case 1:
+      std::generate(first, last, [&] { return static_cast<std::uint8_t>(random()); });
+      break;
+    case 2:
+      bytes.erase(first, last);
+      break;
+    case 3:
+      bytes.erase(first, below(4) == 0 ? bytes.end() : first);
+      break;
+    case 4:
+      insert(Bytes(first, last));
+      break;
+    case 5: {
+      const auto edge = edges[below(std::size(edges))] - below(2);
+      for (std::size_t index = 0; index < std::min<std::size_t>(4, bytes.size() - at); ++index)
+        bytes[at + index] = static_cast<std::uint8_t>(edge >> (8 * index));
+      break;
+    }
+    case 6:
+      insert(seeds[below(seeds.size())]);
+      break;
+    default: {
+      const auto word = target.Words.empty() ? std::string(1, static_cast<char>(random()))
+                                             : target.Words[below(target.Words.size())];
+      for (auto count = below(32) == 0 ? below(2000) : 1; count-- > 0;)
+        bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(at), word.begin(), word.end());
+    }
+  }
+}
+
+Bytes make_Input(const Target& target, const std::vector<Bytes>& seeds, unsigned seed, unsigned index) {
+  constexpr unsigned spread = 0x9E3779B9;  // seeds that follow each other share no input
+  std::mt19937 random(seed * spread + index);
+  auto bytes = seeds[random() % seeds.size()];
+  for (auto changes = 1 + random() % 8; changes-- > 0;)
+    change(bytes, target, seeds, random);
+  bytes.resize(std::min(bytes.size(), longest_input));
+  return bytes;
+}
+
+void run_Fresh(const Target& target) {
+  write_File(failed_input, state.Input);
+  require(_wspawnl(_P_WAIT, _wpgmptr, L"fuzz", L"--target", fs::path(target.Name).c_str(), L"--input",
+                   failed_input, nullptr) == 0,
+          "a process of its own survives it");
+}
+
+void run(const Target& target, const std::string& origin, Bytes bytes) {
+  state.Origin = origin;
+  state.Input = std::move(bytes);
+  state.Since = GetTickCount64();
+  if (target.IsFresh && !origin.starts_with("--input fuzz-failed"))
+    run_Fresh(target);
+  else
+    target.Run(Input(state.Input));
+}
+
+void run_All(const Target& target, unsigned seed, unsigned inputs, ULONGLONG milliseconds, int only) {
+  const auto start = GetTickCount64();
+  std::vector<Bytes> seeds{{}};
+  const auto folder = fs::path(SOURCE_FOLDER "/fuzz/corpus") / target.Name;
+  std::error_code missing;
+  std::vector<fs::path> files;
+  for (const auto& file : fs::directory_iterator(folder, missing))
+    files.push_back(file.path());
+  std::ranges::sort(files);
+  for (const auto& file : files) {
+    seeds.push_back(read_File(file));
+    if (only < 0)
+      run(target, "--input " + file.string(), seeds.back());
+  }
+  unsigned index = only < 0 ? 0 : static_cast<unsigned>(only);
+  const auto end = only < 0 ? inputs : index + 1;
+  for (auto shown = start; index < end && GetTickCount64() - start < milliseconds; ++index) {
+    run(target, "--seed " + std::to_string(seed) + " --index " + std::to_string(index),
+        make_Input(target, seeds, seed, index));
+    if (GetTickCount64() - shown < 1000)
+      continue;
+    shown = GetTickCount64();
+    std::printf("%s: %u of %u\n", target.Name, index + 1, end);
+    std::fflush(stdout);
+  }
+  std::printf("%s: %u kept, %u of %u inputs of seed %u in %.1f s\n", target.Name,
+              static_cast<unsigned>(files.size()), index, end, seed,
+              static_cast<double>(GetTickCount64() - start) / 1000);
+}
+
+}  // namespace
+
+void require(bool condition, const char* what) {
+  if (!condition)
+    fail((std::string("does not hold: ") + what).c_str());
+}
+
+int main(int count, char** arguments) {
+  std::map<std::string, std::string> options{{"--target", ""},  {"--seed", "1"}, {"--inputs", "0"},
+                                             {"--index", "-1"}, {"--input", ""}, {"--seconds", "3600"}};
+  for (int index = 1; index + 1 < count; index += 2)
+    options[arguments[index]] = arguments[index + 1];
+  const auto number = [&options](const char* name) { return std::atoi(options[name].c_str()); };
+  auto targets = plain_Targets();
+  std::ranges::copy(machine_Targets(), std::back_inserter(targets));
+  const auto target =
+      std::ranges::find(targets, options["--target"], [](const auto& entry) { return entry.Name; });
+  if (target == targets.end()) {
+    for (const auto& entry : targets)
+      std::printf("%s\n", entry.Name);
+    return 2;
+  }
+  state.Running = &*target;
+  state.Since = GetTickCount64();
+  std::thread(watch).detach();
+  SetUnhandledExceptionFilter(fail_ByException);
+  std::signal(SIGABRT, [](int) { fail("abort"); });
+  if (const auto& file = options["--input"]; !file.empty())
+    run(*target, "--input " + file, read_File(file));
+  else
+    run_All(*target, static_cast<unsigned>(number("--seed")),
+            static_cast<unsigned>(number("--inputs") > 0 ? number("--inputs") : target->Inputs),
+            1000ULL * static_cast<unsigned>(number("--seconds")), number("--index"));
+  std::fflush(stdout);
+  TerminateProcess(GetCurrentProcess(), 0);  // what the product keeps has no end of its own
+}

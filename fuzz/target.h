@@ -1,0 +1,64 @@
+// What every fuzz target is made of: it takes an input apart and requires what must hold for every input.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+// An input that is taken apart from its start; an input that has no more gives noughts and empty texts.
+class Input {
+ public:
+  explicit Input(std::span<const std::uint8_t> bytes) : m_rest(bytes) {}
+
+  bool has_More() const { return !m_rest.empty(); }
+
+  template <typename Number>
+  Number take() {
+    Number number{};
+    const auto size = std::min(m_rest.size(), sizeof number);
+    std::copy_n(m_rest.begin(), size, reinterpret_cast<std::uint8_t*>(&number));
+    m_rest = m_rest.subspan(size);
+    return number;
+  }
+
+  // A text ends at FF; FE says that the next two bytes are one letter. Other bytes are letters as they are,
+  // so that inputs can be read and written by hand.
+  std::wstring take_Text() {
+    std::wstring text;
+    while (has_More()) {
+      const auto byte = take<std::uint8_t>();
+      if (byte == 0xFF)
+        break;
+      text += static_cast<wchar_t>(byte == 0xFE ? take<std::uint16_t>() : byte);
+    }
+    return text;
+  }
+
+  // All that is left, or that stands before the next FF.
+  std::span<const char> rest() const { return {reinterpret_cast<const char*>(m_rest.data()), m_rest.size()}; }
+  std::string take_Bytes() {
+    const auto end = std::ranges::find(m_rest, 0xFF);
+    const std::string bytes(m_rest.begin(), end);
+    m_rest = m_rest.subspan(std::min(bytes.size() + 1, m_rest.size()));
+    return bytes;
+  }
+
+ private:
+  std::span<const std::uint8_t> m_rest;
+};
+
+// Ends the program with the target and its input when the condition does not hold.
+void require(bool condition, const char* what);
+
+struct Target {
+  const char* Name;
+  void (*Run)(Input input);
+  int Inputs = 0;                       // for the share of the test command
+  bool IsFresh = false;                 // each input in a process of its own
+  std::vector<std::string> Words = {};  // what the mutations insert
+};
+
+// The targets that need nothing of the platform.
+const std::vector<Target>& plain_Targets();
