@@ -154,7 +154,7 @@ void run_All(const Target& target, unsigned seed, unsigned inputs, ULONGLONG mil
   for (const auto& file : files) {
     seeds.push_back(read_File(file));
     if (only < 0)
-      run(target, "--input " + file.string(), seeds.back());
+      run(target, "--input " + file.generic_string(), seeds.back());
   }
   unsigned index = only < 0 ? 0 : static_cast<unsigned>(only);
   const auto end = only < 0 ? inputs : index + 1;

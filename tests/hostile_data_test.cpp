@@ -1,92 +1,10 @@
-// Selections as no shell should hand them over, and the two helpers that read them.
-#include <windows.h>
-
-#include <shellapi.h>
-
-#include <array>
+// Selections as no shell should hand them over; the fuzzing has many more (fuzz/).
 #include <optional>
-#include <random>
 
-#include "shellext/drop_list.h"
-#include "shellext/path_list.h"
-#include "support/text.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
 
 namespace {
-
-// What the shell's own routine gives for the list, asked as for a path.
-Lines shell_Names(HGLOBAL block) {
-  Lines names;
-  for (UINT index = 0; index < DragQueryFileA(static_cast<HDROP>(block), 0xFFFFFFFF, nullptr, 0); ++index) {
-    std::array<char, 500> buffer{};
-    DragQueryFileA(static_cast<HDROP>(block), index, buffer.data(), 500);
-    names.push_back(from_Ansi(buffer.data()));
-  }
-  return names;
-}
-
-TEST(DropList, ReadsWholeListsAsTheShellDoes) {
-  const std::wstring a499(499, L'a');
-  const Lines cases[] = {{L""},
-                         {L"c:\\x"},
-                         {L"c:\\a b\\x.pdf", L"", L"hidden"},
-                         {L"", L"behind"},
-                         {L" ", L"|", L"||||", L"\u00e4\u4e2d\u20ac", L"c:\\"},
-                         {a499, a499 + L"b", a499 + a499, L"z"}};
-  for (const auto& names : cases) {
-    for (const bool wide : {true, false}) {
-      for (const DWORD offset : {20, 21, 33}) {
-        const auto block = make_Block(drop_List(names, wide, offset));
-        EXPECT_EQ(read_DropList(block), shell_Names(block)) << to_Ansi(names[0]) << wide << offset;
-        GlobalFree(block);
-      }
-    }
-  }
-}
-
-TEST(DropList, NeverReadsBehindItsBlock) {
-  const auto list = drop_List({L"ab", L"cd"}, false);
-  const auto with_Offset = [&list](DWORD offset) {
-    return std::string(list).replace(0, sizeof offset, reinterpret_cast<const char*>(&offset), sizeof offset);
-  };
-  constexpr auto header = sizeof(DROPFILES);
-  const std::pair<std::string, Lines> cases[] = {{list.substr(0, 1), {}},
-                                                 {list.substr(0, header - 1), {}},
-                                                 {list.substr(0, header), {}},
-                                                 {list.substr(0, header + 2), {}},
-                                                 {list.substr(0, header + 3), {L"ab"}},
-                                                 {list.substr(0, header + 5), {L"ab"}},
-                                                 {list.substr(0, list.size() - 1), {L"ab", L"cd"}},
-                                                 {drop_List({L"ab", L"cd"}).substr(0, header + 11), {L"ab"}},
-                                                 {with_Offset(0x7FFFFFFF), {}},
-                                                 {with_Offset(0xFFFFFFFF), {}},
-                                                 {with_Offset(static_cast<DWORD>(list.size())), {}}};
-  for (const auto& [bytes, names] : cases) {
-    const auto block = make_Block(bytes);
-    EXPECT_EQ(read_DropList(block), names) << bytes.size();
-    GlobalFree(block);
-  }
-  EXPECT_EQ(read_DropList(nullptr), Lines());
-}
-
-TEST(PathList, GivesWhatTheStepsOverTheWholeListGive) {
-  std::mt19937 random(20);
-  const Lines parts{L"", L"|", L"||", L"|||", L"a", L"a|b", L"|a|", L"c:\\x"};
-  for (int round = 0; round < 2000; ++round) {
-    PathList list;
-    std::wstring expected;
-    for (auto left = random() % 9; left-- > 0;) {
-      const auto path = parts[random() % parts.size()] + parts[random() % parts.size()];
-      list.append(path);
-      expected += L"|" + path;
-      replace_All(expected, L"||", L"|");
-      if (expected.starts_with(L'|'))
-        expected.erase(0, 1);
-      ASSERT_EQ(list.text(), expected) << to_Ansi(path);
-    }
-  }
-}
 
 class HostileData : public Explorer {
  protected:
