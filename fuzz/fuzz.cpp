@@ -16,7 +16,7 @@
 #include <random>
 #include <thread>
 
-#include "fuzz/machine_targets.h"
+#include "fuzz/target.h"
 
 namespace {
 

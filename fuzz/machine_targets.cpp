@@ -1,5 +1,5 @@
 // The targets that run on the platform; each process arranges the machine once.
-#include "fuzz/machine_targets.h"
+#include "fuzz/target.h"
 
 #include <windows.h>
 

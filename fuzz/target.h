@@ -60,5 +60,6 @@ struct Target {
   std::vector<std::string> Words = {};  // what the mutations insert
 };
 
-// The targets that need nothing of the platform.
+// The targets that need nothing of the platform, and those that run on it.
 const std::vector<Target>& plain_Targets();
+const std::vector<Target>& machine_Targets();
