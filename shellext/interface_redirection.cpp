@@ -22,8 +22,10 @@ void* patch_VTableEntry(void* interface_pointer, std::int16_t entry, void* addre
   auto* slot = reinterpret_cast<void* volatile*>(table + static_cast<std::int16_t>(entry * width - width));
   void* const replaced = *slot;
   DWORD protection = 0;
-  VirtualProtect(const_cast<void**>(slot), width, PAGE_EXECUTE_READWRITE, &protection);
-  *slot = address;
+  if (VirtualProtect(const_cast<void**>(slot), width, PAGE_EXECUTE_READWRITE, &protection))
+    *slot = address;
+  else  // still attempted, but where the entry is write-protected a plain write would end Explorer
+    WriteProcessMemory(GetCurrentProcess(), const_cast<void**>(slot), &address, width, nullptr);
   VirtualProtect(const_cast<void**>(slot), width, protection, &protection);
   return replaced;
 }
