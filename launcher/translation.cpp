@@ -23,9 +23,11 @@ struct {
 } state;  // lives as long as the module
 
 void create_Translator() {
+  release_Later(KeptUntil::ObjectEnds, release_Translator);
+  // One that could not be asked at the end of an object goes now.
+  release_Later(KeptUntil::ModuleUnloads, [] { state.Translator.release(); });
   state.Translator.keep(
       create_OrRegister(L"NorvakTranslator.Language", {get_CommonProgramFolder() + L"NorvakTranslator.dll"}));
-  release_Later(KeptUntil::ObjectEnds, release_Translator);
 }
 
 // One question to the dictionary; an unknown text comes back as it is. Nothing when the call failed.

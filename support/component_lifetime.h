@@ -1,5 +1,5 @@
 // When the cached automation objects are let go. A module that keeps one names its release routine here the
-// first time that it creates the object.
+// first time that it creates the object, and before it keeps it: without memory for the name nothing is kept.
 #pragma once
 
 enum class KeptUntil {

@@ -138,10 +138,10 @@ void release_Logger() {
 
 bool ensure_Logger() {
   if (state.ComponentState == Component::Untried) {
+    release_Later(KeptUntil::ModuleUnloads, release_Logger);
     state.Logger.keep(create_OrRegister(
         L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"}));
     state.ComponentState = state.Logger.get() != nullptr ? Component::Ready : Component::Off;
-    release_Later(KeptUntil::ModuleUnloads, release_Logger);
   }
   return state.ComponentState == Component::Ready;
 }

@@ -31,8 +31,8 @@ ComPtr<IWbemServices> connect() {
     return services;
   CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
                     RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
-  state.Services.keep(services);
   release_Later(KeptUntil::ModuleUnloads, [] { state.Services.release(); });
+  state.Services.keep(services);
   return services;
 }
 

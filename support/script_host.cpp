@@ -12,8 +12,8 @@ struct {
 } state;  // lives as long as the process
 
 bool create_Shell() {
-  state.Shell.keep(create_Object(L"WScript.Shell"));
   release_Later(KeptUntil::ModuleUnloads, [] { state.Shell.release(); });
+  state.Shell.keep(create_Object(L"WScript.Shell"));
   return state.Shell.get() != nullptr;
 }
 

@@ -35,11 +35,11 @@ AutomationObject take_Semaphore(const wchar_t* caller) {
 }
 
 void create_Store() {
+  release_Later(KeptUntil::ModuleUnloads, [] { state.Store.release(); });
   const auto semaphore = take_Semaphore(L"load_permcache");
   constexpr std::wstring_view server = L"NorvakCertInstaller.dll";
   state.Store.keep(create_OrRegister(L"NorvakCertInstaller.iCache", {get_CommonProgramFolder().append(server),
                                                                      get_InstallFolder().append(server)}));
-  release_Later(KeptUntil::ModuleUnloads, [] { state.Store.release(); });
 }
 
 void remember(const std::wstring& key, const std::wstring& value) {
