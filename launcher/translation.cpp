@@ -64,8 +64,10 @@ std::wstring translate_String(const std::wstring& text) {
   auto answer = look_Up(text);
   replace_All(answer, escaped_break, line_break);
   if (!answer.empty()) {
-    state.LastInput = text;
-    state.LastOutput = answer;
+    // Both or neither: copied first, since memory may run out in between.
+    std::wstring input = text, output = answer;
+    state.LastInput.swap(input);
+    state.LastOutput.swap(output);
   }
   return answer;
 }

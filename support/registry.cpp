@@ -138,8 +138,11 @@ RegistryValue regread(std::wstring& path) {
   if (is_Remembered(path))
     return state.LastValue;
   auto value = read_Full(path).Value;
-  state.LastPath = path;
-  state.LastValue = value;
+  // Both or neither: copied first, since memory may run out in between.
+  auto last_path = path;
+  auto last_value = value;
+  state.LastPath.swap(last_path);
+  state.LastValue.swap(last_value);
   return value;
 }
 

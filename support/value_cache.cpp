@@ -42,9 +42,10 @@ void create_Store() {
                                                                      get_InstallFolder().append(server)}));
 }
 
-void remember(const std::wstring& key, const std::wstring& value) {
-  state.LastKey = key;
-  state.LastValue = value;
+// Both or neither: they come as copies, since memory may run out in between.
+void remember(std::wstring key, std::wstring value) {
+  state.LastKey.swap(key);
+  state.LastValue.swap(value);
 }
 
 bool counts_FromZero(const std::wstring& key) {
