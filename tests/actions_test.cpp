@@ -9,6 +9,7 @@
 #include "support/value_cache.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
+#include "tests/holdings.h"
 
 namespace {
 

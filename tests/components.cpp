@@ -8,21 +8,22 @@
 namespace {
 
 Lines recorded;
+long living = 0;
 
 long calls_UntilFailure = 0;
-
-bool is_ToFail() {
-  return --calls_UntilFailure == 0;
-}
 
 using Definition = std::shared_ptr<Component::Definition>;
 
 class Object final : public suite::ComObject<IDispatch> {
  public:
   explicit Object(Definition definition) : m_definition(std::move(definition)) {
+    ++living;
     recorded.push_back(L"+" + m_definition->ProgId);
   }
-  ~Object() override { recorded.push_back(L"-" + m_definition->ProgId); }
+  ~Object() override {
+    --living;
+    recorded.push_back(L"-" + m_definition->ProgId);
+  }
 
   STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
   STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
@@ -106,8 +107,20 @@ Lines calls(std::wstring_view part) {
   return lines;
 }
 
+void forget_Calls() {
+  Lines().swap(recorded);
+}
+
+long living_Objects() {
+  return living;
+}
+
 bool fail_Call(long number) {
   return std::exchange(calls_UntilFailure, number) <= 0;
+}
+
+bool is_ToFail() {
+  return --calls_UntilFailure == 0;
 }
 
 Log::Log() : Component(L"logging.logme", {{L"LogfileName", answers({})}, {L"logge", answers({})}}) {

@@ -48,10 +48,16 @@ class Component {
 // object made and released, "member(1, 2:short, text)" for a call, "Property=value". Those with `part` in
 // them.
 Lines calls(std::wstring_view part = {});
+// Starts the record anew.
+void forget_Calls();
+// How many objects have been made and not released.
+long living_Objects();
 
 // Has the call with this number from now on fail, the making of objects and `info` counted. True when the
 // call that was to fail last has come.
 bool fail_Call(long number);
+// Counts a call, of a component or of the platform's; true when it is the one to fail.
+bool is_ToFail();
 
 // The log component, with the log switched on.
 class Log : public Component {

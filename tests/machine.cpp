@@ -1,7 +1,5 @@
 #include "tests/machine.h"
 
-#include <winternl.h>
-
 #include <array>
 #include <bit>
 #include <filesystem>
@@ -111,19 +109,9 @@ Lines read_Lines(const std::wstring& path) {
   return lines;
 }
 
-long kernel_Handles() {
-  constexpr auto all_handles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-  std::vector<ULONG> table(1 << 18);  // their count, then four numbers for each; the first one is its process
-  NtQuerySystemInformation(all_handles, table.data(), static_cast<ULONG>(table.size() * sizeof table[0]),
-                           nullptr);
-  long count = 0;
-  for (std::size_t index = 0; index < table[0]; ++index)
-    count += table[1 + 4 * index] == GetCurrentProcessId();
-  return count;
-}
-
-void patch_Import(std::string_view function, void* replacement) {
-  auto* base = reinterpret_cast<std::byte*>(GetModuleHandleW(nullptr));
+bool patch_Import(std::string_view function, void* replacement, HMODULE module) {
+  bool found = false;
+  auto* base = reinterpret_cast<std::byte*>(module);
   const auto* header =
       reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
   const auto imports = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
@@ -137,8 +125,10 @@ void patch_Import(std::string_view function, void* replacement) {
         continue;
       VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &protection);
       entry->u1.Function = reinterpret_cast<ULONG_PTR>(replacement);
+      found = true;
     }
   }
+  return found;
 }
 
 std::wstring names_Of(const SelectionFlags& flags) {

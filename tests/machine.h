@@ -43,11 +43,9 @@ void make_DriveE();
 // The lines of a UTF-8 file; none when it is missing.
 Lines read_Lines(const std::wstring& path);
 
-// Has this program's own calls of a function of the platform land in the replacement.
-void patch_Import(std::string_view function, void* replacement);
-
-// How many handles of kernel objects this process has.
-long kernel_Handles();
+// Has a module's calls of a function of the platform land in the replacement, this program's own unless
+// another is named. False when the module does not import it.
+bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
 
 // The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image
 // Signable Convertible Pkcs7 Link Card".

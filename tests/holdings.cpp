@@ -1,0 +1,73 @@
+#include "tests/holdings.h"
+
+#include <winternl.h>
+
+#include <algorithm>
+#include <functional>
+#include <ostream>
+#include <vector>
+
+#include "tests/components.h"
+
+namespace {
+
+// In the order of the kinds.
+constexpr const char* names[] = {"kernel handles", "GDI objects", "menus",
+                                 "heap blocks",    "heap bytes",  "components"};
+
+// Every possible handle is tried; the step is how far those of two objects are apart at least.
+template <typename Handle, auto exists, ULONG_PTR step>
+long existing() {
+  long count = 0;
+  for (ULONG_PTR handle = step; handle <= 0xFFFF; handle += step)
+    count += exists(reinterpret_cast<Handle>(handle)) != 0;
+  return count;
+}
+
+void count_Heaps(long& blocks, long& bytes) {
+  HANDLE heaps[64];
+  for (DWORD index = GetProcessHeaps(64, heaps); index-- > 0;) {
+    PROCESS_HEAP_ENTRY entry{};
+    while (HeapWalk(heaps[index], &entry)) {
+      if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) == 0)
+        continue;
+      ++blocks;
+      bytes += static_cast<long>(entry.cbData);
+    }
+  }
+}
+
+}  // namespace
+
+Holdings Holdings::operator-(const Holdings& earlier) const {
+  Holdings grown;
+  std::ranges::transform(Counts, earlier.Counts, grown.Counts.begin(), std::minus());
+  return grown;
+}
+
+void PrintTo(const Holdings& all, std::ostream* stream) {
+  for (int kind = 0; kind < Holdings::Kinds; ++kind)
+    *stream << names[kind] << " " << all.Counts[static_cast<std::size_t>(kind)] << " ";
+}
+
+long kernel_Handles() {
+  constexpr auto all_handles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
+  std::vector<ULONG> table(1 << 18);  // their count, then four numbers for each; the first one is its process
+  NtQuerySystemInformation(all_handles, table.data(), static_cast<ULONG>(table.size() * sizeof table[0]),
+                           nullptr);
+  long count = 0;
+  for (std::size_t index = 0; index < table[0]; ++index)
+    count += table[1 + 4 * index] == GetCurrentProcessId();
+  return count;
+}
+
+Holdings count_Holdings() {
+  Holdings all;
+  auto& counts = all.Counts;
+  counts[Holdings::KernelHandles] = kernel_Handles();
+  counts[Holdings::GdiObjects] = existing<HGDIOBJ, &GetObjectType, 1>();
+  counts[Holdings::Menus] = existing<HMENU, &IsMenu, 2>();
+  count_Heaps(counts[Holdings::HeapBlocks], counts[Holdings::HeapBytes]);
+  counts[Holdings::Components] = living_Objects();
+  return all;
+}
