@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <thread>
 
 #include "shellext/interface_redirection.h"
 #include "support/automation.h"
@@ -65,11 +66,9 @@ TEST_F(ShellExtTest, LibraryMayGoOnceNothingNeedsIt) {
   EXPECT_EQ(may_Unload(), S_OK);
 }
 
-TEST_F(ShellExtTest, EveryInterfaceLeadsToEveryOther) {
-  const auto object = m_library.create();
+void expect_OneIdentity(IUnknown* object, std::span<const IID> interfaces) {
   ComPtr<IUnknown> identity;
-  object.As(&identity);
-  const IID interfaces[] = {IID_IUnknown, IID_IContextMenu, IID_IShellExtInit, IID_IDispatch, iid_ShellExt};
+  ASSERT_EQ(object->QueryInterface(IID_PPV_ARGS(&identity)), S_OK);
   for (const auto& from : interfaces) {
     for (const auto& to : interfaces) {
       ComPtr<IUnknown> start, end, same;
@@ -82,6 +81,41 @@ TEST_F(ShellExtTest, EveryInterfaceLeadsToEveryOther) {
       EXPECT_EQ(end->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     }
   }
+}
+
+TEST_F(ShellExtTest, EveryInterfaceLeadsToEveryOther) {
+  const IID of_object[] = {IID_IUnknown, IID_IContextMenu, IID_IShellExtInit, IID_IDispatch, iid_ShellExt};
+  const IID of_factory[] = {IID_IUnknown, IID_IClassFactory};
+  auto object = m_library.create();
+  expect_OneIdentity(object.Get(), of_object);
+  EXPECT_EQ(object.Reset(), 0u);
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(m_library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory)), S_OK);
+  expect_OneIdentity(factory.Get(), of_factory);
+  EXPECT_EQ(factory.Reset(), 0u);
+}
+
+// Each right-click on a thread and in an apartment of its own; the inner one comes and goes while the outer
+// one's object lives.
+TEST_F(ShellExtTest, ServesOneApartmentAfterTheOther) {
+  const std::function<void(int)> right_click = [&](int inner) {
+    std::thread([&] {
+      CoInitialize(nullptr);
+      auto object = m_library.create();
+      for (const auto& meanwhile : {inner, 0}) {
+        select(object, Lines{test_folder});
+        EXPECT_EQ(offered(object), folder_menu);
+        if (meanwhile != 0)
+          right_click(meanwhile - 1);
+      }
+      EXPECT_EQ(may_Unload(), S_FALSE);
+      EXPECT_EQ(object.Reset(), 0u);
+      CoUninitialize();
+    }).join();
+  };
+  for (const int inner : {0, 0, 2})
+    right_click(inner);
+  EXPECT_EQ(may_Unload(), S_OK);
 }
 
 TEST_F(ShellExtTest, AnswersLateBoundCallers) {
@@ -256,6 +290,40 @@ TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
   auto starts = recorded_Starts(3);
   std::ranges::sort(starts);
   EXPECT_EQ(starts, (Lines{start(L"PageKeeper.exe"), start(L"quill!.exe"), start(L"quill!.exe")}));
+}
+
+// The table of actions belongs to all objects: Explorer may report a pick to another one than filled the
+// menu.
+TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
+  const Log log;
+  const auto suite = install_Suite();
+  const auto first = m_library.create();
+  auto second = m_library.create();
+  // What it finds to do for the first item, and how often the viewer has been started by then.
+  const auto expect_Picked = [&](const ComPtr<IContextMenu>& object, const std::wstring& action,
+                                 std::size_t starts) {
+    CMINVOKECOMMANDINFO command{sizeof command, 0, nullptr, nullptr, nullptr, nullptr,
+                                SW_SHOWNORMAL,  0, nullptr};
+    boxes_During([&] { EXPECT_EQ(object->InvokeCommand(&command), S_OK); });
+    auto messages = log.messages();
+    std::erase_if(messages, [](const auto& line) { return !line.starts_with(L"ActionString: "); });
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.back(), L"ActionString: " + action);
+    EXPECT_EQ(recorded_Starts(starts).size(), starts);
+  };
+  select(first, Lines{m_pdf});
+  const auto menu = offered(first);
+  expect_Picked(second, L"view", 0);  // it has no files
+  expect_Picked(first, L"view", 1);
+  select(second, Lines{m_note});
+  expect_Picked(first, L"", 1);
+  offered(second);
+  expect_Picked(first, L"p7s", 1);
+  second.Reset();
+  expect_Picked(first, L"", 1);
+  select(first, Lines{m_pdf});
+  EXPECT_EQ(offered(first), menu);
+  expect_Picked(first, L"view", 2);
 }
 
 TEST_F(ShellExtTest, EnsuresItsCertificateCacheAtEveryStep) {
