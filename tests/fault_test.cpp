@@ -222,6 +222,8 @@ Lines Faults::right_Click(const Library& library) const {
   return items;
 }
 
+constexpr long without_click = -1;
+
 // One load of the DLL, whose first right-click has the fault and whose second one has to be as any other.
 // False when the number was beyond the last call.
 bool Faults::fail_AndRecover(long number) const {
@@ -234,6 +236,8 @@ bool Faults::fail_AndRecover(long number) const {
   // What the compiler's runtime keeps of the first exception of a load, it keeps of each.
   fail_Call(1);
   EXPECT_EQ(library.run("DllRegisterServer"), E_OUTOFMEMORY);
+  if (number == without_click)
+    return false;
   fail_Call(number);
   right_Click(library);
   const bool has_failed = fail_Call(0);
@@ -267,7 +271,7 @@ TEST_P(Faults, OfEachCallLeaveTheNextRightClickWhole) {
   const long end = first == nullptr ? LONG_MAX : start + most_loads;
   for (int round = 0; round < 2; ++round)
     left_By(0);
-  const auto kept_ByRuntime = left_By(0);
+  const auto kept_ByRuntime = left_By(without_click);
   for (long number = start; number < end; number += first == nullptr ? stride : 1) {
     auto left = left_By(number);
     if (left != kept_ByRuntime)  // what the platform makes once on the way of a failure is there now
