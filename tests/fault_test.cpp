@@ -1,7 +1,9 @@
 // Whole right-clicks in which one call fails, of the platform or of a component, and that for every call on
 // the way: nothing may crash, stay behind or spoil the next right-click. With NORVAK_ENDURANCE set every call
 // has its turn (scripts/endure), else a share of them.
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 
@@ -161,6 +163,7 @@ class Faults : public Machine, public testing::WithParamInterface<const char*> {
 
 void Faults::SetUp() {
   Machine::SetUp();
+  SetEnvironmentVariableW(L"TMP", test_folder.c_str());
   const std::string kind = GetParam();
   const auto pdf = make_File(test_folder + L"a letter.pdf");
   if (kind == "BareMachine") {
@@ -282,6 +285,10 @@ TEST_P(Faults, OfEachCallLeaveTheNextRightClickWhole) {
       break;
     }
   }
+  // Only where its deletion is what failed does a temporary file stay.
+  EXPECT_LE(std::ranges::count_if(std::filesystem::directory_iterator(test_folder),
+                                  [](const auto& entry) { return entry.path().extension() == L".tmp"; }),
+            1);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Faults, testing::Values("Pdf", "Envelope", "Drive", "BareMachine"),
