@@ -73,6 +73,6 @@ std::wstring new_TemporaryPath() {
   if (GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()) == 0 ||
       GetTempFileNameW(folder.data(), L"nvk", 0, path.data()) == 0)
     return {};
-  delete_File(path.data());
+  DeleteFileW(path.data());  // before anything that needs memory
   return path.data();
 }
