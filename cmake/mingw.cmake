@@ -5,6 +5,9 @@ set(CMAKE_SYSTEM_PROCESSOR ${triplet_processor})
 set(triplet ${triplet_processor}-w64-mingw32)
 set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
+# The runtime of this compiler uses the system's own threads; that of the other one brings a thread library, which
+# would do work when the DLL is loaded. The tests need the other one's headers.
+set(NATIVE_THREADS_LINKER ${triplet}-g++-win32)
 set(CMAKE_RC_COMPILER ${triplet}-windres)
 set(WIDL ${triplet}-widl)
 set(CMAKE_FIND_ROOT_PATH /usr/${triplet})

@@ -19,6 +19,7 @@
 #include "support/diagnostic_log.h"
 #include "support/ini_settings.h"
 #include "support/registry.h"
+#include "support/registry_keys.h"
 #include "support/registry_path.h"
 #include "support/settings.h"
 #include "support/text.h"

@@ -9,9 +9,11 @@
 #include "shellext/shell_ext.h"
 #include "support/boundary.h"
 #include "support/component_lifetime.h"
+#include "support/stack_guard.h"
 
 // A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
+  choose_StackGuard();
   if (factory == nullptr)
     return E_POINTER;
   *factory = nullptr;
@@ -20,6 +22,7 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
 
 // S_OK when no object, factory or server lock needs the module; what it still keeps is released then.
 STDAPI DllCanUnloadNow() {
+  choose_StackGuard();
   if (is_ModuleLocked())
     return S_FALSE;
   run_Guarded(release_Components);
@@ -28,10 +31,12 @@ STDAPI DllCanUnloadNow() {
 
 // Registers the class, its ProgID and the type library; all or nothing.
 STDAPI DllRegisterServer() {
+  choose_StackGuard();
   return register_Module();
 }
 
 // Removes what DllRegisterServer wrote.
 STDAPI DllUnregisterServer() {
+  choose_StackGuard();
   return unregister_Module();
 }

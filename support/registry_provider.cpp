@@ -79,16 +79,18 @@ _variant_t ProviderAnswer::get(const wchar_t* name) const {
 
 std::optional<ProviderAnswer> call_Provider(const wchar_t* method, const RegistryPlace& place,
                                             std::vector<ProviderArgument> arguments) noexcept {
-  return run_Guarded(std::optional<ProviderAnswer>(), [&]() -> std::optional<ProviderAnswer> {
+  std::optional<ProviderAnswer> answer;
+  run_Guarded([&] {
     const auto services = connect();
     const auto parameters = services ? find_Parameters(services.Get(), method) : nullptr;
     if (!parameters)
-      return {};
+      return;
     arguments.emplace_back(L"hDefKey", static_cast<long>(reinterpret_cast<INT_PTR>(place.Root)));
     arguments.emplace_back(L"sSubKeyName", text_Argument(place.Key));
     for (const auto& argument : arguments)
       if (!put(parameters.Get(), argument))
-        return {};
-    return call(services.Get(), method, parameters.Get());
+        return;
+    answer = call(services.Get(), method, parameters.Get());
   });
+  return answer;
 }
