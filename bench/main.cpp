@@ -1,0 +1,194 @@
+// Times right-clicks with the product and with the floor handler, one after the other in one run, so that
+// what slows the machine slows both.
+//   bench SUITE FILE     SUITE says in the results what is installed; FILE gets them as one JSON object a
+//   line bench --cold CLSID   one right-click on one file in this fresh process; the exit code is its
+//   microseconds
+#include <windows.h>
+
+#include <ole2.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bench/floor_handler.h"
+#include "bench/right_click.h"
+#include "host/drop_list.h"
+#include "shellext/shell_ext.h"
+
+namespace {
+
+struct Handler {
+  const char* Name;
+  CLSID Class;
+};
+
+constexpr std::array handlers{Handler{"floor", clsid_Floor}, Handler{"norvak", clsid_ShellExt}};
+
+struct Kind {
+  const char* Name;
+  const wchar_t* Pattern;
+  std::size_t Count;
+};
+
+constexpr std::array kinds{
+    Kind{"files", L"Letter %04u.pdf", 1},       Kind{"files", L"Letter %04u.pdf", 10},
+    Kind{"files", L"Letter %04u.pdf", 100},     Kind{"files", L"Letter %04u.pdf", 1000},
+    Kind{"files", L"Letter %04u.pdf", 5000},    Kind{"folders", L"Folder %04u", 1000},
+    Kind{"pictures", L"Picture %04u.jpg", 1000}};
+
+// The paths of a selection, each of which exists.
+std::vector<std::wstring> make_Paths(const Kind& kind) {
+  const std::filesystem::path folder(LR"(c:\Correspondence\Offers and invoices)");
+  std::filesystem::create_directories(folder);
+  std::vector<std::wstring> paths;
+  for (unsigned number = 1; number <= kind.Count; ++number) {
+    std::array<wchar_t, 32> name;
+    wsprintfW(name.data(), kind.Pattern, number);
+    const auto path = folder / name.data();
+    if (std::string_view(kind.Name) == "folders")
+      std::filesystem::create_directory(path);
+    else
+      std::ofstream(path, std::ios::app);
+    paths.push_back(path.wstring());
+  }
+  return paths;
+}
+
+// A sample's quartiles; the middle one is the median.
+using Quartiles = std::array<double, 3>;
+
+Quartiles quartiles_Of(std::vector<double> sample) {
+  std::ranges::sort(sample);
+  Quartiles quartiles;
+  for (std::size_t part = 0; part < quartiles.size(); ++part)
+    quartiles[part] = sample[(sample.size() - 1) * (part + 1) / 4];
+  return quartiles;
+}
+
+class Results {
+ public:
+  Results(std::string suite, const char* file) : m_suite(std::move(suite)), m_lines(file) {}
+
+  // Writes the handlers' samples of one kind and phase and returns the ratio of their medians.
+  double add(const Kind& kind, const char* phase,
+             const std::array<std::vector<double>, handlers.size()>& samples) {
+    std::array<double, handlers.size()> medians;
+    for (std::size_t index = 0; index < handlers.size(); ++index) {
+      const auto [first, median, third] = quartiles_Of(samples[index]);
+      medians[index] = median;
+      std::array<char, 512> line;
+      snprintf(line.data(), line.size(),
+               R"({"suite": "%s", "selection": "%s", "count": %u, "phase": "%s", "handler": "%s", )"
+               R"("first_quartile_us": %.1f, "median_us": %.1f, "third_quartile_us": %.1f})",
+               m_suite.c_str(), kind.Name, static_cast<unsigned>(kind.Count), phase, handlers[index].Name,
+               first, median, third);
+      m_lines << line.data() << '\n';
+      printf("%-10s %6u %-9s %-17s %-7s %10.1f %10.1f %10.1f", m_suite.c_str(),
+             static_cast<unsigned>(kind.Count), kind.Name, phase, handlers[index].Name, first, median, third);
+      printf(index == 0 ? "\n" : "   %5.2f\n", median / medians[0]);
+    }
+    fflush(stdout);
+    return medians[1] / medians[0];
+  }
+
+ private:
+  std::string m_suite;
+  std::ofstream m_lines;
+};
+
+bool measure_Warm(const Kind& kind, Results& results) {
+  const auto paths = make_Paths(kind);
+  const auto selection = host::create_drop_list_object(paths);
+  const std::size_t rounds = std::clamp<std::size_t>(100000 / (kind.Count + 100), 60, 600);
+  constexpr std::size_t warm_up = 5;
+  std::array<std::array<std::vector<double>, handlers.size()>, phase_names.size()> samples;
+  for (std::size_t round = 0; round < rounds + warm_up; ++round) {
+    for (std::size_t turn = 0; turn < handlers.size(); ++turn) {
+      const auto index = (round + turn) % handlers.size();
+      const auto times = right_Click(handlers[index].Class, selection.Get());
+      if (!times)
+        return false;
+      for (std::size_t phase = 0; round >= warm_up && phase < times->size(); ++phase)
+        samples[phase][index].push_back((*times)[phase]);
+    }
+  }
+  for (std::size_t phase = 0; phase < phase_names.size(); ++phase)
+    results.add(kind, phase_names[phase], samples[phase]);
+  return true;
+}
+
+// Runs this program anew for one right-click; its microseconds.
+double measure_Cold(const char* handler) {
+  std::array<char, MAX_PATH> own_path;
+  GetModuleFileNameA(nullptr, own_path.data(), MAX_PATH);
+  auto command_line = std::string("bench --cold ") + handler;
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessA(own_path.data(), command_line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                      &startup, &process))
+    return 0;
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD microseconds = 0;
+  GetExitCodeProcess(process.hProcess, &microseconds);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return microseconds;
+}
+
+void measure_ColdProcesses(Results& results) {
+  constexpr std::size_t rounds = 30;
+  std::array<std::vector<double>, handlers.size()> samples;
+  for (std::size_t round = 0; round < rounds; ++round)
+    for (std::size_t turn = 0; turn < handlers.size(); ++turn) {
+      const auto index = (round + turn) % handlers.size();
+      samples[index].push_back(measure_Cold(handlers[index].Name));
+    }
+  results.add(kinds.front(), "cold process", samples);
+}
+
+int run_Cold(std::string_view name) {
+  const auto selection = host::create_drop_list_object(make_Paths(kinds.front()));
+  const auto handler = std::ranges::find(handlers, name, &Handler::Name);
+  const auto times = right_Click(handler->Class, selection.Get());
+  return times ? static_cast<int>((*times)[static_cast<std::size_t>(Phase::Total)]) : 0;
+}
+
+// The floor handler's DLL stands beside this program.
+void register_Floor() {
+  std::array<wchar_t, MAX_PATH> path;
+  GetModuleFileNameW(nullptr, path.data(), MAX_PATH);
+  const auto dll = std::filesystem::path(path.data()).replace_filename("floor_handler.dll").wstring();
+  std::array<wchar_t, 40> clsid;
+  StringFromGUID2(clsid_Floor, clsid.data(), clsid.size());
+  const auto key = std::wstring(LR"(CLSID\)") + clsid.data() + LR"(\InprocServer32)";
+  RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, REG_SZ, dll.c_str(),
+                  static_cast<DWORD>((dll.size() + 1) * sizeof(wchar_t)));
+  constexpr wchar_t model[] = L"Apartment";
+  RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), L"ThreadingModel", REG_SZ, model, sizeof model);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  OleInitialize(nullptr);
+  if (count != 3)
+    return 2;
+  if (std::strcmp(arguments[1], "--cold") == 0)
+    return run_Cold(arguments[2]);
+  register_Floor();
+  Results results(arguments[1], arguments[2]);
+  for (const auto& kind : kinds)
+    if (!measure_Warm(kind, results)) {
+      fprintf(stderr, "bench: a handler is not registered\n");
+      return 1;
+    }
+  measure_ColdProcesses(results);
+  return 0;
+}
