@@ -32,7 +32,7 @@ std::array<MenuRecord, action_table_size>& action_table() {
 }
 
 void clear_ActionTable() {
-  table.fill({});
+  table.fill({{}, -1, -1, VARIANT_FALSE, {}});
   selection_flags() = {};
 }
 

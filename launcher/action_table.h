@@ -12,11 +12,11 @@
 #include <string_view>
 
 struct MenuRecord {
-  std::wstring_view MenuName;                // the translated caption; empty = free
-  long MenuIDX = -1;                         // absolute command identifier; -1 = unset
-  long MenuICMD = -1;                        // command offset from the shell's first identifier; -1 = unset
-  VARIANT_BOOL MenuEnabled = VARIANT_FALSE;  // the item was offered
-  std::wstring_view MenuAction;              // the action keyword; empty = none
+  std::wstring_view MenuName;    // the translated caption; empty = free
+  long MenuIDX;                  // absolute command identifier; -1 = unset
+  long MenuICMD;                 // command offset from the shell's first identifier; -1 = unset
+  VARIANT_BOOL MenuEnabled;      // the item was offered
+  std::wstring_view MenuAction;  // the action keyword; empty = none
 };
 
 constexpr std::size_t action_table_size = 100;

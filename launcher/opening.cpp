@@ -28,7 +28,7 @@ template <typename Open>
 void open_Each(std::span<const FileEntry> files, Open&& open) {
   for (const auto& entry : files) {
     debug_Log(entry.LongName);
-    const auto& file = entry.path();
+    const std::wstring file(entry.path());
     if (file.empty())
       return;
     debug_Log(L"do action: ", file);

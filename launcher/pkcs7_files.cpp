@@ -34,7 +34,7 @@ void process_Each(std::span<const FileEntry> files, Process&& process) {
     if (entry.path().empty())
       return;
     if (component)
-      process(component.Get(), entry.path());
+      process(component.Get(), std::wstring(entry.path()));
   }
 }
 

@@ -23,7 +23,7 @@ constexpr DWORD pass_milliseconds = 1000;
 std::wstring collect(std::span<const FileEntry> files) {
   std::wstring list;
   for (const auto& entry : files) {
-    const auto& file = entry.path();
+    const auto file = entry.path();
     if (file.empty())
       break;
     debug_Log(L"Passing ", file);

@@ -20,65 +20,71 @@ constexpr std::array signable_extensions{L"p7m"sv, L"d2d"sv, L"pkcs7"sv};
 constexpr std::array convertible_extensions{L"pdf"sv, L"gif"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L"pcx"sv,
                                             L"jpg"sv, L"bmp"sv, L"jp2"sv, L"jpc"sv, L"pgx"sv,  L"tga"sv};
 
-// The last eight letters of a name in lower case, so that a test for an extension is a comparison of numbers.
-struct Tail {
-  std::uint64_t Last4 = 0;
-  std::uint64_t Before4 = 0;
+void set_If(VARIANT_BOOL& flag, bool condition) {
+  if (condition)
+    flag = VARIANT_TRUE;
+}
+
+// The end of a name in lower case, a byte a letter: what follows its last dot, or its last eight letters
+// where that is longer. An extension of at most eight letters is then found by comparing numbers. No
+// extension has a letter outside ASCII, so one byte stands for all of those.
+using Tail = std::uint64_t;
+
+constexpr std::size_t tail_letters = sizeof(Tail);
+constexpr unsigned letter_bits = 8;
+
+Tail tail_Letter(wchar_t letter) {
+  constexpr Tail other_letter = 0x80;
+  return std::min<Tail>(to_Lower(letter), other_letter);
+}
+
+struct NameEnd {
+  Tail Letters = 0;
+  bool IsWhole = false;  // all that follows a dot
 };
 
-constexpr std::size_t tail_letters = 8;
-constexpr unsigned letter_bits = 16;
-
-Tail tail_Of(std::wstring_view name) {
-  Tail tail;
-  for (const wchar_t letter : name.substr(name.size() - std::min(name.size(), tail_letters))) {
-    tail.Before4 = tail.Before4 << letter_bits | tail.Last4 >> (3 * letter_bits);
-    tail.Last4 = tail.Last4 << letter_bits | to_Lower(letter);
+NameEnd end_Of(std::wstring_view name) {
+  NameEnd end;
+  for (unsigned count = 0; count < tail_letters && !name.empty(); ++count, name.remove_suffix(1)) {
+    if (name.back() == L'.')
+      break;
+    end.Letters |= tail_Letter(name.back()) << (count * letter_bits);
   }
-  return tail;
+  end.IsWhole = name.ends_with(L'.');
+  return end;
 }
 
-std::uint64_t mask_Of(std::size_t letters) {
-  constexpr std::size_t all = 4;
-  return letters >= all ? ~std::uint64_t{0} : (std::uint64_t{1} << (letters * letter_bits)) - 1;
-}
-
-// A lower-case extension of at most eight letters.
 class Extension {
  public:
   explicit Extension(std::wstring_view letters)
-      : m_tail(tail_Of(letters)),
-        m_mask{mask_Of(letters.size()), mask_Of(letters.size() - std::min<std::size_t>(letters.size(), 4))} {}
+      : m_letters(end_Of(letters).Letters),
+        m_mask(~Tail{0} >> ((tail_letters - letters.size()) * letter_bits)) {}
 
-  bool ends(const Tail& name) const {
-    return ((name.Last4 ^ m_tail.Last4) & m_mask.Last4) == 0 &&
-           ((name.Before4 ^ m_tail.Before4) & m_mask.Before4) == 0;
-  }
+  bool ends(Tail name) const { return ((name ^ m_letters) & m_mask) == 0; }
 
  private:
-  Tail m_tail;
+  Tail m_letters;
   Tail m_mask;
 };
 
-bool is_Link(const Tail& name) {
+bool is_Link(Tail name) {
   static const Extension shortcut(L"lnk");
   static const Extension internet_shortcut(L"url");
   return shortcut.ends(name) || internet_shortcut.ends(name);
 }
 
-// The entries as the extension tests see them. Some twenty-five tests walk the same names, so what they ask
-// of a name is worked out once, and the file system is asked about a name once at most.
+// The entries as the extension tests see them. Some twenty-five tests walk the same names in their order, and
+// only the first name with an ending can matter to a walk, so the endings are what is kept. The file system
+// is asked about a name once at most.
 class NameScan {
  public:
   explicit NameScan(std::span<const FileEntry> files) {
-    m_names.reserve(files.size());
     for (const auto& entry : files) {
-      const auto& name = entry.path();
-      if (name.empty())
-        return;  // a name that could not be read ends every walk
-      const auto tail = tail_Of(name);
-      m_names.push_back({&name, tail, is_Link(tail)});
+      if (entry.path().empty())
+        break;  // a name that could not be read ends every walk
+      add(entry.path());
     }
+    m_files = files.first(m_count);
   }
 
   // True when a name ends in the extension. A link ends the walk of a three-letter extension, so that it
@@ -86,16 +92,15 @@ class NameScan {
   bool has_Extension(std::wstring_view letters) {
     constexpr std::size_t link_letters = 3;
     const Extension extension(letters);
-    for (std::size_t index = 0; index < m_names.size(); ++index) {
-      test_Image(index);
-      const auto& name = m_names[index];
-      if (name.IsLink && letters.size() == link_letters) {
-        selection_flags().HasLink = VARIANT_TRUE;
-        return false;
-      }
-      if (extension.ends(name.End))
-        return true;
+    for (const auto& ending : m_endings) {
+      const bool is_link = ending.IsLink && letters.size() == link_letters;
+      if (!is_link && !extension.ends(ending.Letters))
+        continue;
+      test_Images(ending.First + 1);
+      set_If(selection_flags().HasLink, is_link);
+      return !is_link;
     }
+    test_Images(m_count);
     return false;
   }
 
@@ -106,33 +111,43 @@ class NameScan {
   }
 
  private:
-  struct Name {
-    const std::wstring* Path;
-    Tail End;
+  struct Ending {
+    Tail Letters;
+    std::size_t First;  // the first name that has it
     bool IsLink;
   };
 
-  void test_Image(std::size_t index) {
-    if (index < m_images_tested)
-      return;
-    m_images_tested = index + 1;
-    auto& flags = selection_flags();
-    const bool settled = flags.HasImage && flags.HasConvertible;
-    if (!settled && is_ImageFile(*m_names[index].Path))
-      flags.HasImage = flags.HasConvertible = VARIANT_TRUE;
+  void add(std::wstring_view name) {
+    constexpr std::size_t remembered_endings = 16;  // a selection with more of them is walked name by name
+    const auto end = end_Of(name);
+    const auto known = std::span(m_endings).first(std::min(m_endings.size(), remembered_endings));
+    if (!end.IsWhole || std::ranges::find(known, end.Letters, &Ending::Letters) == known.end()) {
+      m_endings.push_back({end.Letters, m_count, is_Link(end.Letters)});
+      m_has_images |= has_ImageExtension(name);
+    }
+    ++m_count;
   }
 
-  std::vector<Name> m_names;
+  void test_Images(std::size_t end) {
+    auto& flags = selection_flags();
+    for (; m_has_images && m_images_tested < end; ++m_images_tested) {
+      if (flags.HasImage && flags.HasConvertible)
+        return;
+      if (is_ImageFile(std::wstring(m_files[m_images_tested].path())))
+        flags.HasImage = flags.HasConvertible = VARIANT_TRUE;
+    }
+  }
+
+  std::span<const FileEntry> m_files;
+  std::vector<Ending> m_endings;
+  std::size_t m_count = 0;
+  bool m_has_images = false;  // some name ends like an image
   std::size_t m_images_tested = 0;
 };
 
-bool all_Folders(const std::vector<std::wstring>& paths) {
-  return !paths.empty() && std::ranges::all_of(paths, folder_Exists);
-}
-
-void set_If(VARIANT_BOOL& flag, bool condition) {
-  if (condition)
-    flag = VARIANT_TRUE;
+bool all_Folders(std::span<const std::wstring_view> paths) {
+  return !paths.empty() &&
+         std::ranges::all_of(paths, [](auto path) { return folder_Exists(std::wstring(path)); });
 }
 
 void analyze_Files(std::span<const FileEntry> files) {
@@ -160,10 +175,12 @@ bool is_DriveRoot(std::wstring_view path) {
   return path.size() == 3 && path.substr(1) == LR"(:\)";
 }
 
-void analyze_Drive(std::wstring& path) {
+void analyze_Drive(std::wstring path) {
   auto& flags = selection_flags();
-  if (path.size() == 2 && path[1] == L':')
+  if (path.size() == 2 && path[1] == L':') {
     path += L'\\';
+    selected_files().replace_First(path);
+  }
   if (!is_DriveRoot(path))
     return;
   flags.IsDrive = VARIANT_TRUE;
@@ -174,15 +191,16 @@ void analyze_Drive(std::wstring& path) {
 
 void analyze_Folders(std::span<const FileEntry> files, const std::wstring& install_folder) {
   auto& flags = selection_flags();
-  auto& paths = selected_files();
+  auto& selected = selected_files();
+  const auto paths = selected.paths();
   flags.DriveMounted = VARIANT_FALSE;
   flags.ContainerPresent = VARIANT_TRUE;
   flags.IsDrive = VARIANT_FALSE;
   if (!files.empty() && !files.front().LongName.empty())
-    paths.front() = files.front().LongName;
+    selected.replace_First(files.front().LongName);
   if (paths.size() == 1 && !find_InFolder(install_folder, L"vaultware.exe").empty()) {
     debug_Log(L"DataFiles contains one entry");
-    analyze_Drive(paths.front());
+    analyze_Drive(std::wstring(paths.front()));
   } else if (is_LogOn()) {
     debug_Log(L"DataFiles contains " + decimal(paths.size()) + L" entries");
   }
@@ -195,7 +213,7 @@ void analyze_Folders(std::span<const FileEntry> files, const std::wstring& insta
 void analyze_Selection(std::span<const FileEntry> files) {
   const auto install_folder = get_InstallFolder();
   update_CardSigningAvailable();
-  selection_flags().FilesAreFolder = to_VariantBool(all_Folders(selected_files()));
+  selection_flags().FilesAreFolder = to_VariantBool(all_Folders(selected_files().paths()));
   if (selection_flags().FilesAreFolder)
     analyze_Folders(files, install_folder);
   else

@@ -9,16 +9,50 @@
 #include "support/boundary.h"
 #include "support/text.h"
 
-std::vector<std::wstring> read_DropNames(std::span<const char> block) {
+namespace {
+
+// Gives each name the form that `convert` makes of it.
+template <typename Letter, typename Conversion>
+DroppedNames convert_Each(const std::vector<std::basic_string_view<Letter>>& names, Conversion convert) {
+  DroppedNames converted;
+  std::vector<std::size_t> ends;
+  for (const auto& name : names) {
+    const auto text = convert(name);
+    converted.Letters.insert(converted.Letters.end(), text.begin(), text.end());
+    ends.push_back(converted.Letters.size());
+  }
+  for (std::size_t start = 0; const auto end : ends) {
+    converted.Names.emplace_back(converted.Letters.data() + start, end - start);
+    start = end;
+  }
+  return converted;
+}
+
+DroppedNames read_WideNames(std::span<const char> bytes) {
+  DroppedNames dropped;
+  // A copy, since the names may start at an odd address.
+  dropped.Letters.resize(bytes.size() / sizeof(wchar_t));
+  std::memcpy(dropped.Letters.data(), bytes.data(), dropped.Letters.size() * sizeof(wchar_t));
+  const std::wstring_view letters(dropped.Letters.data(), dropped.Letters.size());
+  dropped.Names = find_Names(letters);
+  if (is_Ascii(letters))
+    return dropped;
+  return convert_Each(dropped.Names, [](std::wstring_view name) { return through_Ansi(std::wstring(name)); });
+}
+
+}  // namespace
+
+DroppedNames read_DropNames(std::span<const char> block) {
   DROPFILES header{};
   if (block.size() < sizeof header)
     return {};
   std::memcpy(&header, block.data(), sizeof header);
   const auto names = block.subspan(std::min<std::size_t>(header.pFiles, block.size()));
-  return header.fWide ? take_Names<wchar_t>(names, through_Ansi) : take_Names<char>(names, from_Ansi);
+  return header.fWide ? read_WideNames(names)
+                      : convert_Each(find_Names(std::string_view(names.data(), names.size())), from_Ansi);
 }
 
-std::vector<std::wstring> read_DropList(HGLOBAL block) {
+DroppedNames read_DropList(HGLOBAL block) {
   const auto size = block == nullptr ? 0 : GlobalSize(block);
   const auto* bytes = size == 0 ? nullptr : static_cast<const char*>(GlobalLock(block));
   if (bytes == nullptr)

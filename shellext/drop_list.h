@@ -4,14 +4,24 @@
 #include <windows.h>
 
 #include <span>
-#include <string>
+#include <string_view>
 #include <vector>
+
+// The names as parts of one text, which may be moved, but not copied.
+struct DroppedNames {
+  DroppedNames() = default;
+  DroppedNames(DroppedNames&&) = default;
+  DroppedNames& operator=(DroppedNames&&) = default;
+
+  std::vector<wchar_t> Letters;
+  std::vector<std::wstring_view> Names;
+};
 
 // The names of a drop list (CF_HDROP) in its order, each as a 500-byte `DragQueryFileA` would give it: in the
 // code page and cut to 499 characters. An empty first name counts as an item, as the shell counts it. The
 // list is read in one pass and never beyond its block: a name that the block cuts off is left out, and a
 // block that is too small, cannot be locked or starts its names behind its end gives no names.
-std::vector<std::wstring> read_DropList(HGLOBAL block);
+DroppedNames read_DropList(HGLOBAL block);
 
 // The same for the bytes of a block.
-std::vector<std::wstring> read_DropNames(std::span<const char> block);
+DroppedNames read_DropNames(std::span<const char> block);

@@ -1,7 +1,6 @@
 #include "shellext/path_list.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "support/text.h"
 
@@ -12,6 +11,13 @@ constexpr std::wstring_view doubled_separator = L"||";
 }  // namespace
 
 void PathList::append(std::wstring_view path) {
+  if (m_closed == m_text.size() && !path.empty() && path.find(path_separator) == std::wstring_view::npos) {
+    if (!m_text.empty())
+      m_text += path_separator;
+    m_text += path;
+    m_closed = m_text.size();
+    return;
+  }
   std::wstring open = m_text.substr(m_closed);
   m_text.resize(m_closed);
   open.append(1, path_separator).append(path);
@@ -24,8 +30,6 @@ void PathList::append(std::wstring_view path) {
   m_closed = pair != std::wstring::npos ? pair : m_text.size() - (m_text.ends_with(path_separator) ? 1 : 0);
 }
 
-std::wstring without_Separators(std::wstring_view list) {
-  std::wstring rest;
-  std::ranges::remove_copy(list, std::back_inserter(rest), path_separator);
-  return rest;
+bool names_Anything(std::wstring_view list) {
+  return std::ranges::any_of(list, [](wchar_t letter) { return letter != path_separator && letter != L' '; });
 }

@@ -20,5 +20,5 @@ class PathList {
   std::size_t m_closed = 0;  // no doubled separator starts before this index
 };
 
-// The list with every separator removed.
-std::wstring without_Separators(std::wstring_view list);
+// Whether the list has more than separators and blanks.
+bool names_Anything(std::wstring_view list);

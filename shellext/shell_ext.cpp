@@ -32,14 +32,14 @@ constexpr DWORD path_buffer_size = 500;
 constexpr ULONG_PTR text_verb_bits = sizeof(void*) == 4 ? 0x0FFFF000 : ~ULONG_PTR{0xFFF};
 
 // The short form of the path in its 8.3 names; empty when there is none or it is longer than a path may be.
-std::wstring short_Path(const std::wstring& path) {
+std::wstring short_Path(std::wstring_view path) {
   std::array<char, path_buffer_size> buffer{};
   const DWORD length = GetShortPathNameA(to_Ansi(path).c_str(), buffer.data(), path_buffer_size);
   return length < path_buffer_size ? from_Ansi({buffer.data(), length}) : std::wstring();
 }
 
 // Nothing when the object refuses the drop list or hands it over in another medium than memory.
-std::vector<std::wstring> dropped_Names(IDataObject* lpdobj) {
+DroppedNames dropped_Names(IDataObject* lpdobj) {
   Microsoft::WRL::ComPtr<IDataObject> data;
   if (lpdobj == nullptr || FAILED(lpdobj->QueryInterface(IID_PPV_ARGS(&data))) || !data)
     return {};
@@ -49,7 +49,7 @@ std::vector<std::wstring> dropped_Names(IDataObject* lpdobj) {
     static_cast<STGMEDIUM&>(medium) = {};  // what a failed call left there is not ours to release
     return {};
   }
-  return medium.tymed == TYMED_HGLOBAL ? read_DropList(medium.hGlobal) : std::vector<std::wstring>();
+  return medium.tymed == TYMED_HGLOBAL ? read_DropList(medium.hGlobal) : DroppedNames();
 }
 
 // What a menu host asks for: the verb of an item, its help text, or whether it is there.
@@ -152,13 +152,17 @@ HRESULT ShellExt::IShellExtInit_Initialize(IDataObject* lpdobj) noexcept {
 void ShellExt::capture_Selection(IDataObject* lpdobj) {
   read_Paths(dropped_Names(lpdobj));
   // The short paths of an earlier selection must not stand in for an empty one.
-  const bool named = m_Files.empty() || !trim(without_Separators(m_szFile)).empty();
-  selected_files() = split(named ? m_szFile : m_szShortFile, path_separator);
+  const bool named = m_Files.empty() || names_Anything(m_szFile);
+  selected_files().assign(named ? m_szFile : m_szShortFile, path_separator);
   analyze_Selection(m_Files);
 }
 
-void ShellExt::read_Paths(std::vector<std::wstring>&& names) {
-  m_Files.assign(names.size(), {});
+void ShellExt::read_Paths(DroppedNames&& dropped) {
+  m_Files.clear();
+  m_short_names.clear();
+  m_names = std::move(dropped);
+  const auto& names = m_names.Names;
+  m_Files.resize(names.size());
   if (names.empty())
     debug_Log(L"Subscript out of range");
   debug_Log(L"ifiles: ", static_cast<long>(names.size()));
@@ -168,7 +172,7 @@ void ShellExt::read_Paths(std::vector<std::wstring>&& names) {
   // path read them.
   const bool logged = is_LogOn();
   for (std::size_t index = 0; index < names.size(); ++index) {
-    auto& name = names[index];
+    const auto name = names[index];
     if (name.empty())
       continue;
     const auto long_name = trim(name);
@@ -177,7 +181,7 @@ void ShellExt::read_Paths(std::vector<std::wstring>&& names) {
     list.append(long_name);
     if (logged || long_name.empty())
       read_ShortPath(name, m_Files[index]);
-    m_Files[index].LongName = long_name.size() == name.size() ? std::move(name) : std::wstring(long_name);
+    m_Files[index].LongName = long_name;
   }
   m_szShortFile = std::wstring(trim(m_szShortFile));
   m_szFile = trim(list.text());
@@ -187,10 +191,11 @@ void ShellExt::read_Paths(std::vector<std::wstring>&& names) {
     debug_Log(L"Files: ", static_cast<long>(m_Files.size()));
 }
 
-void ShellExt::read_ShortPath(const std::wstring& path, FileEntry& entry) {
-  const auto short_path = short_Path(path);
-  if (short_path.empty())
+void ShellExt::read_ShortPath(std::wstring_view path, FileEntry& entry) {
+  auto found = short_Path(path);
+  if (found.empty())
     return;
+  const std::wstring_view short_path = m_short_names.emplace_front(std::move(found));
   entry.ShortName = trim(short_path);
   if (entry.ShortName.empty())
     debug_Log(L"sztemp empty");

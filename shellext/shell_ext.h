@@ -8,9 +8,11 @@
 #include <ole2.h>
 #include <shlobj.h>
 
+#include <forward_list>
 #include <string>
 #include <vector>
 
+#include "shellext/drop_list.h"
 #include "support/automation.h"
 #include "support/selection_state.h"
 
@@ -75,14 +77,16 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
 
   long ensure_Cache() noexcept;
   void capture_Selection(IDataObject* lpdobj);
-  void read_Paths(std::vector<std::wstring>&& names);
-  void read_ShortPath(const std::wstring& path, FileEntry& entry);
+  void read_Paths(DroppedNames&& dropped);
+  void read_ShortPath(std::wstring_view path, FileEntry& entry);
   void run_Command(const CMINVOKECOMMANDINFO& command);
 
   std::wstring m_szFile;       // the long paths joined by "|"
   std::wstring m_szShortFile;  // the short paths joined by blanks; grows over the life of the object
   std::vector<FileEntry> m_Files;
-  AutomationObject m_Cache;  // the suite's certificate cache
+  DroppedNames m_names;                           // what the entries' long names are parts of
+  std::forward_list<std::wstring> m_short_names;  // and their short ones
+  AutomationObject m_Cache;                       // the suite's certificate cache
   HWND m_hWnd = nullptr;
   LONG m_references = 0;
 };

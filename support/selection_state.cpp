@@ -1,10 +1,12 @@
 #include "support/selection_state.h"
 
+#include "support/text.h"
+
 namespace {
 
 struct {
   SelectionFlags Flags;
-  std::vector<std::wstring> SelectedFiles;
+  SelectedFiles Files;
 } state;  // lives as long as the module
 
 }  // namespace
@@ -13,6 +15,18 @@ SelectionFlags& selection_flags() {
   return state.Flags;
 }
 
-std::vector<std::wstring>& selected_files() {
-  return state.SelectedFiles;
+SelectedFiles& selected_files() {
+  return state.Files;
+}
+
+void SelectedFiles::assign(std::wstring_view list, wchar_t separator) {
+  m_paths.clear();  // they end with the text that they are parts of, whatever fails here
+  m_list = list;
+  m_paths = split_Views(m_list, separator);
+}
+
+void SelectedFiles::replace_First(std::wstring_view path) {
+  std::wstring first(path);
+  m_first.swap(first);
+  m_paths.front() = m_first;
 }

@@ -6,16 +6,19 @@
 
 #include <oleauto.h>
 
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
-// One selected item; both paths are trimmed of blanks.
+// One selected item; both paths are trimmed of blanks. They are parts of texts that the object has which
+// captured the selection.
 struct FileEntry {
-  std::wstring LongName;   // full path; empty when it could not be read
-  std::wstring ShortName;  // 8.3 form; fetched only where something reads it
+  std::wstring_view LongName;   // full path; empty when it could not be read
+  std::wstring_view ShortName;  // 8.3 form; fetched only where something reads it
 
   // The long path, or the short one where the long one is empty.
-  const std::wstring& path() const { return LongName.empty() ? ShortName : LongName; }
+  std::wstring_view path() const { return LongName.empty() ? ShortName : LongName; }
 };
 
 struct SelectionFlags {
@@ -41,5 +44,21 @@ constexpr VARIANT_BOOL to_VariantBool(bool value) {
 // The flags of the last analysis.
 SelectionFlags& selection_flags();
 
-// The selection list split at its separator; a drive without backslash gets one here during the analysis.
-std::vector<std::wstring>& selected_files();
+// The selection list split at its separator. The paths share one text: a large selection is split with every
+// right-click, and most selections have few readers.
+class SelectedFiles {
+ public:
+  void assign(std::wstring_view list, wchar_t separator);
+  // Puts another path in the place of the first one, which must be there.
+  void replace_First(std::wstring_view path);
+  // Valid until the next change.
+  std::span<const std::wstring_view> paths() const { return m_paths; }
+
+ private:
+  std::wstring m_list;
+  std::wstring m_first;  // the first path, once it was replaced
+  std::vector<std::wstring_view> m_paths;
+};
+
+// The paths of the last selection; a drive without backslash gets one here during the analysis.
+SelectedFiles& selected_files();

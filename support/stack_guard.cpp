@@ -9,8 +9,8 @@ extern "C" {
 
 void* __stack_chk_guard = nullptr;
 
-// Reached when a function has written beyond its frame: nothing can be trusted any more, so the process ends at
-// once and leaves the finding to the system's error reporting.
+// Reached when a function has written beyond its frame: nothing can be trusted any more, so the process ends
+// at once and leaves the finding to the system's error reporting.
 [[noreturn]] void __stack_chk_fail();
 
 void __stack_chk_fail() {

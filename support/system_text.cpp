@@ -10,11 +10,11 @@ namespace {
 
 constexpr wchar_t first_letter_outside_ascii = 0x80;
 
+}  // namespace
+
 bool is_Ascii(std::wstring_view text) {
   return std::ranges::all_of(text, [](wchar_t letter) { return letter < first_letter_outside_ascii; });
 }
-
-}  // namespace
 
 wchar_t to_Lower(wchar_t letter) {
   if (letter < first_letter_outside_ascii)

@@ -27,11 +27,15 @@ bool contains(std::wstring_view text, std::wstring_view part) {
 }
 
 std::vector<std::wstring> split(std::wstring_view text, wchar_t separator) {
-  std::vector<std::wstring> pieces;
-  pieces.reserve(static_cast<std::size_t>(std::ranges::count(text, separator)) + 1);
+  const auto views = split_Views(text, separator);
+  return {views.begin(), views.end()};
+}
+
+std::vector<std::wstring_view> split_Views(std::wstring_view text, wchar_t separator) {
+  std::vector<std::wstring_view> pieces;
   for (std::size_t start = 0;;) {
     const auto end = text.find(separator, start);
-    pieces.emplace_back(text.substr(start, end - start));
+    pieces.push_back(text.substr(start, end - start));
     if (end == std::wstring_view::npos)
       return pieces;
     start = end + 1;

@@ -27,6 +27,9 @@ bool equals_IgnoringCase(std::wstring_view left, std::wstring_view right);
 // The pieces between the separators; a text without one is a single piece, also when it is empty.
 std::vector<std::wstring> split(std::wstring_view text, wchar_t separator);
 
+// The same without copying them.
+std::vector<std::wstring_view> split_Views(std::wstring_view text, wchar_t separator);
+
 // The text after the last `mark`, or the whole text when it has none.
 std::wstring_view after_Last(std::wstring_view text, wchar_t mark);
 
@@ -35,6 +38,9 @@ std::wstring with_Backslash(std::wstring_view folder);
 
 // The text in quotes.
 std::wstring quoted(std::wstring_view text);
+
+// Whether the text has ASCII letters alone, which are the same in every code page.
+bool is_Ascii(std::wstring_view text);
 
 // The text in the system's ANSI code page; what it cannot say becomes that page's default character.
 std::string to_Ansi(std::wstring_view text);

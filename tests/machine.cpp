@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 
@@ -148,9 +149,10 @@ SelectionFlags flags_Of(const std::wstring& names) {
 }
 
 std::vector<FileEntry> entries(const Lines& paths) {
+  static std::deque<std::wstring> kept;  // the entries name parts of it
   std::vector<FileEntry> files;
   for (const auto& path : paths)
-    files.push_back({path, {}});
+    files.push_back({kept.emplace_back(path), {}});
   return files;
 }
 

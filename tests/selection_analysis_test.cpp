@@ -12,7 +12,10 @@ namespace {
 
 std::wstring analyze(const Lines& paths) {
   clear_ActionTable();
-  selected_files() = paths;
+  std::wstring list = paths.front();
+  for (const auto& path : std::span(paths).subspan(1))
+    list += L"|" + path;
+  selected_files().assign(list, L'|');
   analyze_Selection(entries(paths));
   return names_Of(selection_flags());
 }
@@ -63,15 +66,15 @@ TEST_F(SelectionAnalysis, RecognisesASecureDrive) {
     make_File(test_folder + file);
     EXPECT_EQ(analyze(split(paths, L'|')), flags) << to_Ansi(paths);
     const bool is_drive = contains(flags, L"Drive");
-    EXPECT_EQ(selected_files().front(), is_drive ? LR"(E:\)" : split(paths, L'|').front());
+    EXPECT_EQ(selected_files().paths().front(), is_drive ? LR"(E:\)" : split(paths, L'|').front());
     for (const auto& message : split(expected, L'|'))
       messages.push_back(message);
   }
   std::erase(messages, L"");
   EXPECT_EQ(log.messages(), messages);
-  selected_files() = {test_folder};
+  selected_files().assign(test_folder, L'|');
   selection_flags() = flags_Of(L"Drive Mounted");
-  analyze_Selection(entries(selected_files()));
+  analyze_Selection(entries({test_folder}));
   EXPECT_EQ(names_Of(selection_flags()), L"Folders Container");
 }
 

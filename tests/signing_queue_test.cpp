@@ -52,20 +52,19 @@ class SigningQueue : public Machine {
 
 TEST_F(SigningQueue, TakesAWholeSelectionInPlaceOfAStaleQueue) {
   m_store.Values[L"SignFiles"] = busy;
-  std::vector<FileEntry> files{{L"", L"C:\\short.pdf"}};
   std::wstring list = L"C:\\short.pdf";
-  for (int number = 0; number < 2000; ++number) {
-    files.push_back({LR"(C:\some folder\)" + std::to_wstring(number) + L".pdf", L""});
-    list += L"|" + files.back().LongName;
-  }
+  for (int number = 0; number < 2000; ++number)
+    list += LR"(|C:\some folder\)" + std::to_wstring(number) + L".pdf";
+  auto files = entries(split(list, L'|'));
+  files.front() = {{}, files.front().LongName};
   queue_ForSigning(files);
   EXPECT_EQ(m_store.Values[L"SignFiles"], list);
   EXPECT_EQ(recorded_Starts(1), Lines{L"NorvakWorkerProcess.exe\t" + m_command});
   const auto messages = m_log.messages();
   ASSERT_EQ(messages.size(), 2005u);
   EXPECT_EQ((Lines{messages[0], messages[1], messages[2001], messages[2002], messages[2004]}),
-            (Lines{L"called action signit", L"Passing C:\\short.pdf", L"Passing " + files[2000].LongName,
-                   L"Signlist: " + list, m_command}));
+            (Lines{L"called action signit", L"Passing C:\\short.pdf",
+                   L"Passing " + std::wstring(files[2000].LongName), L"Signlist: " + list, m_command}));
   queue_ForSigning(entries({L"relative.pdf"}));
   queue_ForSigning({});
   EXPECT_EQ(m_store.Values[L"SignFiles"], list);
