@@ -61,7 +61,7 @@ void launch_Portable() {
   const auto folder = find_StickFolder();
   const auto program = complete_Root(folder) + LR"(Norvak\Vaultware.exe)";
   if (is_FullPath(program) && file_Exists(program))
-    launch_Program(program + L" stop");
+    launch_Program(program + L" stop", program);
 }
 
 }  // namespace

@@ -9,11 +9,14 @@
 
 namespace {
 
-bool create_Process(const std::wstring& command_line, STARTUPINFOA startup) {
+bool create_Process(const std::wstring& command_line, STARTUPINFOA startup,
+                    const std::wstring& program = {}) {
   auto text = to_Ansi(command_line);
+  const auto file = to_Ansi(program);
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
-  if (!CreateProcessA(nullptr, text.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &started))
+  if (!CreateProcessA(file.empty() ? nullptr : file.c_str(), text.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                      nullptr, &startup, &started))
     return false;
   const unique_kernel_handle process(started.hProcess);
   const unique_kernel_handle thread(started.hThread);
@@ -22,8 +25,8 @@ bool create_Process(const std::wstring& command_line, STARTUPINFOA startup) {
 
 }  // namespace
 
-bool launch_Program(const std::wstring& command_line) {
-  return create_Process(command_line, {});
+bool launch_Program(const std::wstring& command_line, const std::wstring& program) {
+  return create_Process(command_line, {}, program);
 }
 
 bool start_Program(const std::wstring& command_line) {

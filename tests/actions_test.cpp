@@ -84,10 +84,11 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
   make_DriveE();
   fs::current_path(test_folder);
   for (const std::wstring folder :
-       {LR"(E:\Norvak)", L"trueNorvak"}) {  // the latter one in the current folder
+       {LR"(E:\Norvak)", LR"(E:\my stick\Norvak)", L"trueNorvak"}) {  // the last one in the current folder
     fs::create_directories(folder);
     fs::copy_file(m_suite + L"Vaultware.exe", folder + LR"(\Vaultware.exe)");
   }
+  fs::copy_file(m_suite + L"Vaultware.exe", LR"(E:\my.exe)");
   const Lines portable{LR"(Vaultware.exe	E:\Norvak\Vaultware.exe stop)"};
   const Lines worker{start(L"NorvakWorkerProcess.exe", L" signit")};
   const std::wstring gone = LR"(dword:0|E:\|(none)|)", container = LR"(pdf\UniqueContainerName)";
@@ -100,6 +101,11 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
               {L"unmount", {start(L"Vaultware.exe", L" unmountdrive")}, gone, L"", L""},
               {L"unmount", {}, gone, L"", L""},
               {L"unmount", portable, gone, users + L"StickDrive", L"E"},
+              {L"unmount",
+               {LR"(Vaultware.exe	E:\my stick\Norvak\Vaultware.exe stop)"},
+               gone,
+               users + L"StickDrive",
+               LR"(E:\my stick\)"},
               {L"unmount", {}, gone, users + L"StickDrive", L""},
               {L"unmount", portable, gone, norvak + L"StickDrive", L"E:"},
               {L"unmount", {}, gone, norvak + L"StickDrive", L""},
