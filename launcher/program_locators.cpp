@@ -8,7 +8,6 @@
 #include "support/files.h"
 #include "support/registry.h"
 #include "support/suite_folders.h"
-#include "support/text.h"
 
 namespace {
 
@@ -57,7 +56,8 @@ struct {
 template <typename Take>
 void visit_Candidates(const Locator& locator, Take&& take) {
   const auto is_Taken = [&](const std::wstring& folder) {
-    return !folder.empty() && take(with_Backslash(folder) + locator.FileName);
+    const auto full = full_Folder(folder);
+    return !full.empty() && take(full + locator.FileName);
   };
   if (locator.IsShared && is_Taken(get_CommonProgramFolder()))
     return;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "support/boundary.h"
+#include "support/files.h"
 #include "support/handles.h"
 
 namespace {
@@ -50,6 +51,8 @@ AutomationObject create_Object(const wchar_t* progid) noexcept {
 }
 
 bool register_Server(const std::wstring& path) noexcept {
+  if (!is_FullPath(path))  // it would be looked for in the current folder too
+    return false;
   const unique_hmodule server(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
   if (!server)
     return false;

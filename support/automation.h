@@ -43,8 +43,8 @@ using KeptObject = KeptInterface<IDispatch>;
 // A new object of the class registered under the ProgID; null when there is none or it cannot be made.
 AutomationObject create_Object(const wchar_t* progid) noexcept;
 
-// Runs the registration entry point of a COM server DLL, given by its full path. False when the file cannot
-// be loaded, has no such entry or the entry fails.
+// Runs the registration entry point of a COM server DLL. False when the path is no full one, or the file
+// cannot be loaded, has no such entry or the entry fails.
 bool register_Server(const std::wstring& path) noexcept;
 
 // `create_Object`; when that fails, each of the DLLs is registered and the object is tried once more.

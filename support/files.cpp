@@ -19,7 +19,12 @@ constexpr std::array image_extensions{L"bmp"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L
 }  // namespace
 
 bool is_FullPath(std::wstring_view path) {
-  return path.find(LR"(:\)") == 1 || path.starts_with(LR"(\\)");
+  return path.find(LR"(:\)") == 1 || path.find(L":/") == 1 || path.starts_with(LR"(\\)");
+}
+
+std::wstring full_Folder(std::wstring_view folder) {
+  auto full = with_Backslash(folder);
+  return is_FullPath(full) ? full : std::wstring();
 }
 
 bool file_Exists(const std::wstring& path) {

@@ -8,6 +8,10 @@
 // The path starts at a drive's root or names a network share, and so means the same in every current folder.
 bool is_FullPath(std::wstring_view path);
 
+// The folder with a backslash at its end; empty unless that is a full path. A setting that names no full path
+// would have programs and components taken from the current folder, into which anyone may have put files.
+std::wstring full_Folder(std::wstring_view folder);
+
 // A file of that path exists; a folder is none.
 bool file_Exists(const std::wstring& path);
 

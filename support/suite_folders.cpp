@@ -12,10 +12,10 @@
 #include "support/text.h"
 
 std::wstring get_InstallFolder() {
-  auto folder = regread_Text(install_folder.Path);
+  auto folder = full_Folder(regread_Text(install_folder.Path));
   if (folder.empty())
-    folder = regread_Text(second_install_folder.Path);
-  return with_Backslash(folder);
+    folder = full_Folder(regread_Text(second_install_folder.Path));
+  return folder;
 }
 
 std::wstring get_CommonProgramFolder() {
@@ -27,8 +27,9 @@ std::wstring get_CommonProgramFolder() {
 }
 
 std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name) {
-  if (folder.empty())
+  auto path = full_Folder(folder);
+  if (path.empty())
     return {};
-  auto path = with_Backslash(folder).append(file_name);
+  path.append(file_name);
   return file_Exists(path) ? path : std::wstring();
 }

@@ -4,12 +4,13 @@
 #include <string>
 
 // The suite's install folder: the text of "HKLM\SOFTWARE\Norvak\pdf\path", else of
-// "HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR", with a backslash at its end; empty when neither is set.
+// "HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR", with a backslash at its end; empty when neither is a full path.
 std::wstring get_InstallFolder();
 
 // The system's common program files folder, which the suite's shared programs and components are put into,
 // with a backslash at its end; empty when the system does not tell it.
 std::wstring get_CommonProgramFolder();
 
-// The full path of a file of the folder when that file exists; empty when it does not or the folder is empty.
+// The full path of a file of the folder when that file exists; empty when it does not or the folder is no
+// full path.
 std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name);
