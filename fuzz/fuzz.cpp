@@ -45,12 +45,9 @@ Bytes read_File(const fs::path& path) {
 
 // Ends at once: the state of the process is not to be trusted.
 [[noreturn]] void fail(const char* what) {
-  constexpr std::size_t shown_bytes = 256;
-  std::printf("%s: %s\n  input: %s, %u bytes, all in fuzz-failed:", state.Running->Name, what,
-              state.Origin.c_str(), static_cast<unsigned>(state.Input.size()));
-  for (const auto byte : std::span(state.Input).first(std::min(state.Input.size(), shown_bytes)))
-    std::printf(" %02x", byte);
-  std::printf("\n  again: scripts/fuzz --target %s %s\n", state.Running->Name, state.Origin.c_str());
+  std::printf("%s: %s\n  input: %s, %u bytes, in fuzz-failed\n  again: scripts/fuzz --target %s %s\n",
+              state.Running->Name, what, state.Origin.c_str(), static_cast<unsigned>(state.Input.size()),
+              state.Running->Name, state.Origin.c_str());
   std::fflush(stdout);
   write_File(failed_input, state.Input);
   TerminateProcess(GetCurrentProcess(), 1);
@@ -78,10 +75,9 @@ void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds,
   const auto length = std::min<std::size_t>(1 + below(below(8) == 0 ? 4096 : 16), bytes.size() - at);
   const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(at);
   const auto last = first + static_cast<std::ptrdiff_t>(length);
-  const auto insert = [&bytes, first](const auto& part) { bytes.insert(first, part.begin(), part.end()); };
   static constexpr std::uint32_t edges[] = {0,    1,      2,      0x7F,       0x80,
                                             0xFF, 0x7FFF, 0xFFFF, 0x7FFFFFFF, 0x80000000};
-  switch (random() % 8) {
+  switch (random() % 6) {
     case 0:
       std::for_each(first, last, [&](auto& byte) { byte ^= static_cast<std::uint8_t>(1U << below(8)); });
       break;
@@ -89,23 +85,19 @@ void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds,
       std::generate(first, last, [&] { return static_cast<std::uint8_t>(random()); });
       break;
     case 2:
-      bytes.erase(first, last);
+      bytes.erase(first, below(8) == 0 ? bytes.end() : last);
       break;
-    case 3:
-      bytes.erase(first, below(4) == 0 ? bytes.end() : first);
+    case 3: {
+      const auto part = below(2) == 0 ? Bytes(first, last) : seeds[below(seeds.size())];
+      bytes.insert(first, part.begin(), part.end());
       break;
-    case 4:
-      insert(Bytes(first, last));
-      break;
-    case 5: {
+    }
+    case 4: {
       const auto edge = edges[below(std::size(edges))] - below(2);
       for (std::size_t index = 0; index < std::min<std::size_t>(4, bytes.size() - at); ++index)
         bytes[at + index] = static_cast<std::uint8_t>(edge >> (8 * index));
       break;
     }
-    case 6:
-      insert(seeds[below(seeds.size())]);
-      break;
     default: {
       const auto word = target.Words.empty() ? std::string(1, static_cast<char>(random()))
                                              : target.Words[below(target.Words.size())];
@@ -158,14 +150,9 @@ void run_All(const Target& target, unsigned seed, unsigned inputs, ULONGLONG mil
   }
   unsigned index = only < 0 ? 0 : static_cast<unsigned>(only);
   const auto end = only < 0 ? inputs : index + 1;
-  for (auto shown = start; index < end && GetTickCount64() - start < milliseconds; ++index) {
+  for (; index < end && GetTickCount64() - start < milliseconds; ++index) {
     run(target, "--seed " + std::to_string(seed) + " --index " + std::to_string(index),
         make_Input(target, seeds, seed, index));
-    if (GetTickCount64() - shown < 1000)
-      continue;
-    shown = GetTickCount64();
-    std::printf("%s: %u of %u\n", target.Name, index + 1, end);
-    std::fflush(stdout);
   }
   std::printf("%s: %u kept, %u of %u inputs of seed %u in %.1f s\n", target.Name,
               static_cast<unsigned>(files.size()), index, end, seed,
@@ -186,7 +173,8 @@ int main(int count, char** arguments) {
     options[arguments[index]] = arguments[index + 1];
   const auto number = [&options](const char* name) { return std::atoi(options[name].c_str()); };
   auto targets = plain_Targets();
-  std::ranges::copy(machine_Targets(), std::back_inserter(targets));
+  for (const auto* more : {&selection_Targets(), &settings_Targets(), &component_Targets()})
+    targets.insert(targets.end(), more->begin(), more->end());
   const auto target =
       std::ranges::find(targets, options["--target"], [](const auto& entry) { return entry.Name; });
   if (target == targets.end()) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // An input that is taken apart from its start; an input that has no more gives noughts and empty texts.
@@ -28,10 +29,10 @@ class Input {
   std::wstring take_Text() {
     std::wstring text;
     while (has_More()) {
-      const auto byte = take<std::uint8_t>();
-      if (byte == 0xFF)
+      const auto letter = take<std::uint8_t>();
+      if (letter == 0xFF)
         break;
-      text += static_cast<wchar_t>(byte == 0xFE ? take<std::uint16_t>() : byte);
+      text += static_cast<wchar_t>(letter == 0xFE ? take<std::uint16_t>() : letter);
     }
     return text;
   }
@@ -60,6 +61,16 @@ struct Target {
   std::vector<std::string> Words = {};  // what the mutations insert
 };
 
+// The words between the bars.
+inline std::vector<std::string> words(std::string_view text) {
+  std::vector<std::string> words(1);
+  for (const char letter : text)
+    letter == '|' ? static_cast<void>(words.emplace_back()) : words.back().push_back(letter);
+  return words;
+}
+
 // The targets that need nothing of the platform, and those that run on it.
 const std::vector<Target>& plain_Targets();
-const std::vector<Target>& machine_Targets();
+const std::vector<Target>& selection_Targets();
+const std::vector<Target>& settings_Targets();
+const std::vector<Target>& component_Targets();
