@@ -97,6 +97,15 @@ void select(const ComPtr<IContextMenu>& object, const Lines& paths) {
   select(object, &selection);
 }
 
+void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder) {
+  CMINVOKECOMMANDINFO command{};
+  command.cbSize = sizeof command;
+  command.lpVerb = verb;
+  command.lpDirectory = folder;
+  command.nShow = SW_SHOWNORMAL;
+  EXPECT_EQ(object->InvokeCommand(&command), S_OK);
+}
+
 MENUITEMINFOW Menu::item(UINT position) const {
   MENUITEMINFOW info{};
   info.cbSize = sizeof info;

@@ -72,6 +72,12 @@ class Selection : public IDataObject {
 void select(const ComPtr<IContextMenu>& object, IDataObject* selection);
 void select(const ComPtr<IContextMenu>& object, const Lines& paths);
 
+// Picks a command, by its offset or by a text.
+void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder = nullptr);
+inline void invoke(const ComPtr<IContextMenu>& object, ULONG_PTR offset, const char* folder = nullptr) {
+  invoke(object, reinterpret_cast<const char*>(offset), folder);
+}
+
 struct Menu {
   ~Menu() { DestroyMenu(Handle); }
   // Identifier and caption of each line, a star where a bitmap is shown; a separator is a dash.

@@ -71,9 +71,11 @@ void* failing() {
 
 constexpr LONG_PTR no_file = -1;
 
-// Left out are the imports that cannot fail; those that release something, whose failure nobody could mend;
-// those of registration, of registry administration and of late-bound callers, which no right-click reaches;
-// and those of the compiler's runtime, but for its memory.
+// Left out are the imports that cannot fail, or only for wrong arguments as CharLowerBuffW and
+// StringFromGUID2; those that release something, whose failure nobody could mend; those of registration, of
+// registry administration, of late-bound callers and of the wait for another signing order (the list of
+// processes, MsgWaitForMultipleObjects), which no right-click here reaches; WriteProcessMemory, which only
+// follows another failure; and those of the compiler's runtime, but for its memory.
 const std::pair<const char*, void*> faults[] = {
     {"malloc", address<allocate>()},
     {"calloc", address<allocate_Zeroed>()},
@@ -216,12 +218,8 @@ Lines Faults::right_Click(const Library& library) const {
     char text[128];
     EXPECT_EQ(object->GetCommandString(id, GCS_HELPTEXTA, nullptr, text, 100), S_OK);
   }
-  for (const auto offset : m_click.Commands) {
-    CMINVOKECOMMANDINFO command{sizeof command, 0,       nullptr,       reinterpret_cast<const char*>(offset),
-                                nullptr,        nullptr, SW_SHOWNORMAL, 0,
-                                nullptr};
-    EXPECT_EQ(object->InvokeCommand(&command), S_OK);
-  }
+  for (const auto offset : m_click.Commands)
+    invoke(object, offset);
   return items;
 }
 

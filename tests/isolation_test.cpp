@@ -19,10 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int WINAPI answer_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
-  return IDOK;
-}
-
 HRESULT WINAPI know_NoFolder(HWND, int, HANDLE, DWORD, wchar_t*) {
   return E_FAIL;
 }
@@ -32,14 +28,8 @@ void right_Click(const Library& library, const std::wstring& path) {
   const auto object = library.create();
   select(object, {path});
   const auto folder = fs::path(path).parent_path().string();
-  for (auto offset = offered(object, 100).size(); offset-- > 0;) {
-    CMINVOKECOMMANDINFO command{sizeof command, 0,
-                                nullptr,        reinterpret_cast<const char*>(static_cast<ULONG_PTR>(offset)),
-                                nullptr,        folder.c_str(),
-                                SW_SHOWNORMAL,  0,
-                                nullptr};
-    EXPECT_EQ(object->InvokeCommand(&command), S_OK);
-  }
+  for (auto offset = offered(object, 100).size(); offset-- > 0;)
+    invoke(object, offset, folder.c_str());
 }
 
 // Every name of a program or a library in the product's sources.
@@ -89,7 +79,7 @@ void Decoys::SetUp() {
 TEST_P(Decoys, AreNeitherLoadedNorStarted) {
   const Library library;
   for (const HMODULE module : {GetModuleHandleW(nullptr), library.handle()}) {
-    patch_Import("MessageBoxW", reinterpret_cast<void*>(answer_Box), module);
+    answer_Boxes(module);
     EXPECT_TRUE(patch_Import("SHGetFolderPathW", reinterpret_cast<void*>(know_NoFolder), module));
   }
   for (const std::wstring& path : {selected + L"a.pdf", selected + L"b.png", selected + L"c.p7m",
@@ -160,7 +150,7 @@ TEST_F(Isolation, NothingAroundTheExtensionChanges) {
   const auto pdf = make_File(test_folder + L"a.pdf");
   EXPECT_EQ(changed_By([&] {
               const Library library;
-              patch_Import("MessageBoxW", reinterpret_cast<void*>(answer_Box), library.handle());
+              answer_Boxes(library.handle());
               right_Click(library, pdf);
               EXPECT_EQ(library.run("DllCanUnloadNow"), S_OK);
             }),

@@ -11,16 +11,12 @@
 
 namespace {
 
-int WINAPI answer_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
-  return IDOK;
-}
-
 class Leaks : public Machine {
  protected:
   void SetUp() override {
     Machine::SetUp();
     install_Suite();
-    patch_Import("MessageBoxW", reinterpret_cast<void*>(answer_Box), m_library.handle());
+    answer_Boxes(m_library.handle());
   }
   void right_Click(const Lines& paths) const;
   Holdings growth(
@@ -41,12 +37,8 @@ void Leaks::right_Click(const Lines& paths) const {
   offered(object, 0);
   char text[128];
   object->GetCommandString(0, GCS_HELPTEXTA, nullptr, text, 100);
-  for (const ULONG_PTR offset : {3, 50, paths.size() == 1 ? 1 : 50}) {
-    CMINVOKECOMMANDINFO command{sizeof command, 0,       nullptr,       reinterpret_cast<const char*>(offset),
-                                nullptr,        nullptr, SW_SHOWNORMAL, 0,
-                                nullptr};
-    object->InvokeCommand(&command);
-  }
+  for (const ULONG_PTR offset : {3, 50, paths.size() == 1 ? 1 : 50})
+    invoke(object, offset);
 }
 
 Holdings Leaks::growth(int clicks, const Lines& paths, const std::function<void()>& leak) const {

@@ -44,6 +44,10 @@ void CALLBACK answer_Box(HWND, UINT, UINT_PTR, DWORD) {
   SendMessageW(box, WM_COMMAND, IDOK, 0);
 }
 
+int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
+  return IDOK;
+}
+
 }  // namespace
 
 Machine::Machine() {
@@ -130,6 +134,10 @@ bool patch_Import(std::string_view function, void* replacement, HMODULE module) 
     }
   }
   return found;
+}
+
+void answer_Boxes(HMODULE module) {
+  patch_Import("MessageBoxW", reinterpret_cast<void*>(confirm_Box), module);
 }
 
 std::wstring names_Of(const SelectionFlags& flags) {

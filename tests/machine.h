@@ -47,6 +47,9 @@ Lines read_Lines(const std::wstring& path);
 // another is named. False when the module does not import it.
 bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
 
+// Answers a module's message boxes without showing them.
+void answer_Boxes(HMODULE module);
+
 // The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image
 // Signable Convertible Pkcs7 Link Card".
 std::wstring names_Of(const SelectionFlags& flags);

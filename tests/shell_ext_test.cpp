@@ -270,9 +270,7 @@ TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
                                                           {at(0x1000), nullptr}};
   const auto boxes = boxes_During([&] {
     for (const auto& [verb, folder] : commands) {
-      CMINVOKECOMMANDINFO command{sizeof command, 0, nullptr, verb, nullptr, folder,
-                                  SW_SHOWNORMAL,  0, nullptr};
-      EXPECT_EQ(object->InvokeCommand(&command), S_OK);
+      invoke(object, verb, folder);
     }
     EXPECT_EQ(object->InvokeCommand(nullptr), S_OK);
   });
@@ -302,9 +300,7 @@ TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
   // What it finds to do for the first item, and how often the viewer has been started by then.
   const auto expect_Picked = [&](const ComPtr<IContextMenu>& object, const std::wstring& action,
                                  std::size_t starts) {
-    CMINVOKECOMMANDINFO command{sizeof command, 0, nullptr, nullptr, nullptr, nullptr,
-                                SW_SHOWNORMAL,  0, nullptr};
-    boxes_During([&] { EXPECT_EQ(object->InvokeCommand(&command), S_OK); });
+    boxes_During([&] { invoke(object, nullptr); });
     auto messages = log.messages();
     std::erase_if(messages, [](const auto& line) { return !line.starts_with(L"ActionString: "); });
     ASSERT_FALSE(messages.empty());
