@@ -1,7 +1,7 @@
 // The targets that need nothing of the platform. Each holds the product's fast ways to plain ones over
 // letters.
-#include <limits>
 #include <cstring>
+#include <limits>
 #include <optional>
 
 #include "fuzz/target.h"

@@ -63,12 +63,13 @@ void drop_list(Input input) {
     is_whole = header.fWide ? read_Names<wchar_t>(block, header.pFiles, expected)
                             : read_Names<char>(block, header.pFiles, expected);
   }
-  require(read_DropNames(block) == expected, "the names are those that end within the block");
+  require(std::ranges::equal(read_DropNames(block).Names, expected),
+          "the names are those that end within the block");
   if (!is_whole)
     return;
   // The shell's own routine reads up to the end of the list, wherever that is.
   const auto global = make_Block({block.data(), block.size()});
-  require(read_DropList(global) == expected, "a block of memory gives the same");
+  require(std::ranges::equal(read_DropList(global).Names, expected), "a block of memory gives the same");
   const auto drop = static_cast<HDROP>(global);
   require(DragQueryFileA(drop, ~0U, nullptr, 0) == expected.size(), "the shell counts as many");
   for (UINT index = 0; index < expected.size(); ++index) {

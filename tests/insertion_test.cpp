@@ -6,6 +6,7 @@
 #include "support/value_cache.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
+#include "tests/holdings.h"
 
 namespace {
 
@@ -23,11 +24,8 @@ std::string bits_Of(HBITMAP bitmap) {
   return bits;
 }
 
-int count_GdiObjects() {
-  int count = 0;
-  for (ULONG_PTR handle = 1; handle <= 0xFFFF; ++handle)
-    count += GetObjectType(reinterpret_cast<HGDIOBJ>(handle)) != 0;
-  return count;
+long count_GdiObjects() {
+  return count_Holdings().Counts[Holdings::GdiObjects];
 }
 
 TEST_F(Insertion, ShowsTextOrPictureWithOrWithoutACheckBitmap) {
@@ -54,7 +52,7 @@ TEST_F(Insertion, KeepsTheBitmapsOfEachPosition) {
       insert_MenuItem(position, 1, check_bitmap, picture, menu.Handle, L"");
     return count_GdiObjects();
   };
-  const int none = count_GdiObjects();
+  const auto none = count_GdiObjects();
   EXPECT_EQ(insert({0, 3, 250}, 101, 101), none + 6);
   EXPECT_EQ(insert({0, 3, 250}, 101, 101), none + 6);
   EXPECT_EQ(insert({0, 3, 250}, 199, 101), none + 3) << "a missing resource leaves no bitmap";

@@ -28,23 +28,6 @@ Members host_OfPlainUser() {
                                   }}};
 }
 
-TEST_F(Registry, RepairsLooselyWrittenPaths) {
-  for (const auto* row :
-       {LR"(hklm\software\a\b>HKLM\SOFTWARE\a\b>HKLM\SOFTWARE\a\b)",
-        LR"(hkcu\Software\b>HKCU\SOFTWARE\b>HKCU\SOFTWARE\b)", LR"(hlcr\b>HKCR\b>HKCR\b)",
-        LR"(hkcr\b>hkcr\b>hkcr\b)", LR"(HKLM\system\System\b>HKLM\SYSTEM\SYSTEM\b>HKLM\SYSTEM\SYSTEM\b)",
-        LR"(HKLM\Sofware\b>HKLM\Sofware\b>HKLM\SOFTWARE\b)",
-        LR"(HKEY_LOCAL_MACHINE\b>HKLM\b>HKEY_LOCAL_MACHINE\b)",
-        LR"(HKLM\\Norvak\pdf\\to>HKLM\Norvak\pdf\to>HKLM\Norvak\pdf\to)"}) {
-    const auto forms = split(row, L'>');  // as given, as read, as written
-    auto read = forms[0], number = forms[0], text = forms[0];
-    normalise_ForRead(read);
-    normalise_ForWrite(number);
-    normalise_ForTextWrite(text);
-    EXPECT_EQ((Lines{read, number, text}), (Lines{forms[1], forms[2], forms[2]}));
-  }
-}
-
 TEST_F(Registry, DeliversEachTypeInItsForm) {
   using namespace std::string_view_literals;
   const auto large = std::string(20000, 'x') + '\0';
