@@ -23,7 +23,7 @@ std::wstring make_TemporaryPdf(IDispatch* editor, const std::wstring& picture) {
 }
 
 std::wstring keep_Beside(const std::wstring& picture, const std::wstring& pdf) {
-  const auto kept = picture + L".pdf";
+  auto kept = picture + L".pdf";
   if (!file_Exists(kept))
     copy_ToNewFile(pdf, kept);
   // A component that answers with one of the two files themselves has made nothing temporary.
@@ -41,7 +41,7 @@ std::wstring convert_ToPdf(const std::wstring& picture) {
   if (get_hwnd() != nullptr)
     call_Member(editor.Get(), L"set_hwnd", {hwnd_Argument(get_hwnd())});
   const auto pdf = make_TemporaryPdf(editor.Get(), picture);
-  const auto file = file_Exists(pdf) ? keep_Beside(picture, pdf) : picture;
+  auto file = file_Exists(pdf) ? keep_Beside(picture, pdf) : picture;
   put_Property(editor.Get(), called_from_shell, false);
   return file;
 }

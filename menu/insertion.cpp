@@ -76,7 +76,7 @@ std::wstring number_Text(std::wstring_view text) {
 }
 
 std::wstring read_ConfiguredMode() {
-  const auto mode = std::wstring(trim(regread_Text(menu_mode.Path)));
+  auto mode = std::wstring(trim(regread_Text(menu_mode.Path)));
   if (mode.empty()) {
     std::wstring path(menu_mode.Path);
     regwrite_dw(path, 0);
