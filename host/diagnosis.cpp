@@ -41,8 +41,7 @@ std::wstring describe_search(Program program) {
   std::wstring places;
   auto candidates = list_Candidates(program);
   std::ranges::sort(candidates);
-  const auto repeated = std::ranges::unique(candidates);
-  candidates.erase(repeated.begin(), repeated.end());
+  candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
   for (const std::wstring& candidate : candidates) {
     places += (places.empty() ? L"not found as " : L", ") + candidate;
   }
@@ -189,9 +188,10 @@ Times time_right_click(const Selection& selection) {
   LARGE_INTEGER frequency{};
   QueryPerformanceFrequency(&frequency);
   auto time = [&, phase = std::size_t{0}](auto&& run) mutable {
-    LARGE_INTEGER start{}, end{};
+    LARGE_INTEGER start{};
     QueryPerformanceCounter(&start);
     run();
+    LARGE_INTEGER end{};
     QueryPerformanceCounter(&end);
     times[phase++] = (end.QuadPart - start.QuadPart) * 1'000'000 / frequency.QuadPart;
   };

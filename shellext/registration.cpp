@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <vector>
 
@@ -99,7 +98,7 @@ void undo(const Undo& step) {
 class RowWriter {
  public:
   RowWriter() = default;
-  ~RowWriter() { std::ranges::for_each(m_steps | std::views::reverse, undo); }
+  ~RowWriter() { std::for_each(m_steps.rbegin(), m_steps.rend(), undo); }
   RowWriter(const RowWriter&) = delete;
   RowWriter& operator=(const RowWriter&) = delete;
 
@@ -196,7 +195,9 @@ LSTATUS remove_Row(const Row& row) {
 
 HRESULT remove_Registration() {
   HRESULT result = remove_TypeLibrary();
-  for (const auto& row : registration_Rows() | std::views::reverse) {
+  auto rows = registration_Rows();
+  std::ranges::reverse(rows);
+  for (const auto& row : rows) {
     const LSTATUS status = remove_Row(row);
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND && SUCCEEDED(result))
       result = HRESULT_FROM_WIN32(static_cast<unsigned long>(status));
