@@ -20,6 +20,8 @@ void run_MainOnce() {
 class ClassFactory final : public IClassFactory {
  public:
   ClassFactory() { lock_Module(); }
+  ClassFactory(const ClassFactory&) = delete;
+  ClassFactory& operator=(const ClassFactory&) = delete;
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     if (object == nullptr)
