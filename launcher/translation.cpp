@@ -65,7 +65,8 @@ std::wstring translate_String(const std::wstring& text) {
   replace_All(answer, escaped_break, line_break);
   if (!answer.empty()) {
     // Both or neither: copied first, since memory may run out in between.
-    std::wstring input = text, output = answer;
+    std::wstring input = text;
+    std::wstring output = answer;
     state.LastInput.swap(input);
     state.LastOutput.swap(output);
   }

@@ -19,9 +19,9 @@ void paint_Windows() {
 
 }  // namespace
 
-WaitingStatus::WaitingStatus(const std::wstring& title) noexcept {
-  m_problem = CoCreateInstance(CLSID_ProgressDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IProgressDialog,
-                               reinterpret_cast<void**>(m_dialog.GetAddressOf()));
+WaitingStatus::WaitingStatus(const std::wstring& title) noexcept
+    : m_problem(CoCreateInstance(CLSID_ProgressDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IProgressDialog,
+                                 reinterpret_cast<void**>(m_dialog.GetAddressOf()))) {
   if (FAILED(m_problem))
     return;
   m_dialog->SetTitle(title.c_str());

@@ -128,7 +128,8 @@ std::wstring protect(std::wstring_view value) {
 // Taken without sharing, so that one program has it at a time, and gone with its handle, so that none stays
 // behind a program that dies. A file on its way out, or one that may not be made at all, is "access denied".
 unique_kernel_handle take_Lock(const std::wstring& ini_file) {
-  constexpr ULONGLONG longest_wait = 2000, longest_wait_when_denied = 100;
+  constexpr ULONGLONG longest_wait = 2000;
+  constexpr ULONGLONG longest_wait_when_denied = 100;
   const auto path = ini_file + L".lock";
   const auto start = GetTickCount64();
   for (;;) {
