@@ -4,12 +4,9 @@
 
 namespace suite {
 
-// The platform reports a file that cannot be opened as -1, which a unique_kernel_handle would take for an
-// open one.
 unique_kernel_handle open_file(const std::wstring& path, DWORD access, DWORD share, DWORD disposition) {
-  const HANDLE handle =
-      CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-  return unique_kernel_handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+  return own_File(
+      CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 std::optional<std::string> read_file(const std::wstring& path) {
