@@ -40,7 +40,7 @@ ComPtr<IWICBitmapFrameDecode> open_picture(IWICImagingFactory& factory, const st
 void append_row(std::string& pixels, const std::vector<BYTE>& row) {
   for (std::size_t i = 0; i < row.size(); i += 4) {
     const int white = 255 - row[i + 3];
-    for (const std::size_t colour : {2, 1, 0}) {
+    for (const std::size_t colour : {2U, 1U, 0U}) {
       pixels += static_cast<char>(row[i + colour] + white);
     }
   }
@@ -143,7 +143,7 @@ _variant_t convert_picture(Arguments arguments) {
   const std::string document = compose_document(read_picture(convert_to_text(arguments[0])));
   const std::wstring path = compose_temporary_path();
   throw_unless_success(static_cast<LSTATUS>(write_file(path, document)));
-  return path.c_str();
+  return _variant_t(path.c_str());
 }
 
 // What callers tell about themselves. It is kept for as long as the object lives.
@@ -154,7 +154,7 @@ struct Caller {
 };
 
 std::function<_variant_t(Arguments)> keep_in(std::shared_ptr<_variant_t> place) {
-  return [place](Arguments arguments) {
+  return [place = std::move(place)](Arguments arguments) {
     *place = arguments[0];
     return _variant_t();
   };

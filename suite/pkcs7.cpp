@@ -110,7 +110,7 @@ std::string sign(const std::string& content, PCCERT_CONTEXT certificate, bool is
   parameters.cMsgCert = 1;
   parameters.rgpMsgCert = &certificate;
   const BYTE* bytes = get_bytes(content);
-  DWORD length = static_cast<DWORD>(content.size());
+  auto length = static_cast<DWORD>(content.size());
   DWORD size = 0;
   throw_unless(CryptSignMessage(&parameters, is_detached, 1, &bytes, &length, nullptr, &size));
   std::string message(size, '\0');
@@ -136,7 +136,7 @@ CRYPT_VERIFY_MESSAGE_PARA compose_verification() {
 Finding verify_detached(const std::string& message, const std::string& content) {
   auto parameters = compose_verification();
   const BYTE* bytes = get_bytes(content);
-  DWORD length = static_cast<DWORD>(content.size());
+  auto length = static_cast<DWORD>(content.size());
   PCCERT_CONTEXT certificate = nullptr;
   const bool is_valid = CryptVerifyDetachedMessageSignature(&parameters, 0, get_bytes(message),
                                                             static_cast<DWORD>(message.size()), 1, &bytes,
@@ -149,7 +149,7 @@ Finding verify_detached(const std::string& message, const std::string& content) 
 Finding verify_enclosing(const std::string& message) {
   auto parameters = compose_verification();
   std::string content(message.size(), '\0');
-  DWORD length = static_cast<DWORD>(content.size());
+  auto length = static_cast<DWORD>(content.size());
   PCCERT_CONTEXT certificate = nullptr;
   if (!CryptVerifyMessageSignature(&parameters, 0, get_bytes(message), static_cast<DWORD>(message.size()),
                                    reinterpret_cast<BYTE*>(content.data()), &length, &certificate)) {
