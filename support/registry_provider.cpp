@@ -38,7 +38,9 @@ ComPtr<IWbemServices> connect() {
 
 // The in-parameters of a method; null when the provider or the method is missing.
 ComPtr<IWbemClassObject> find_Parameters(IWbemServices* services, const wchar_t* method) {
-  ComPtr<IWbemClassObject> methods, signature, parameters;
+  ComPtr<IWbemClassObject> methods;
+  ComPtr<IWbemClassObject> signature;
+  ComPtr<IWbemClassObject> parameters;
   if (FAILED(services->GetObject(_bstr_t(provider_class), 0, nullptr, &methods, nullptr)))
     state.Services.release();
   else if (SUCCEEDED(methods->GetMethod(method, 0, &signature, nullptr)) && signature)
