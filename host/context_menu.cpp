@@ -49,6 +49,7 @@ std::basic_string<Character> ask_text(IContextMenu* extension, UINT offset, UINT
   std::basic_string<Character> buffer(capacity + 2, Character{});
   const HRESULT result =
       extension->GetCommandString(offset, type, nullptr, reinterpret_cast<char*>(buffer.data()), capacity);
+  // NOLINTNEXTLINE(readability-redundant-string-cstr): up to the first NUL only
   return SUCCEEDED(result) ? std::basic_string<Character>(buffer.c_str()) : std::basic_string<Character>();
 }
 

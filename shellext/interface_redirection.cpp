@@ -55,6 +55,7 @@ std::wstring get_ClsidString(const std::wstring& progid) {
 
 void Main() {
   // Automation stays loaded for the life of the process, so the first menu does not wait for it.
+  // cppcheck-suppress leakReturnValNotUsed
   LoadLibraryA("oleaut32.dll");
   // Older releases were registered under this name; what the look-up finds is of no use to anyone.
   static_cast<void>(get_ClsidString(L"pIContextMenu.ShellExt"));

@@ -38,7 +38,7 @@ struct Component {
 };
 
 /// Defined once in each component's own file.
-extern const Component component;
+extern const Component component;  // NOLINT(bugprone-dynamic-static-initializers): declared here only
 
 /// The full path of the component's DLL.
 std::filesystem::path find_module_file();
