@@ -90,7 +90,7 @@ void take_AllNames(const std::vector<char>& block) {
   std::size_t letters = 0, count = 0;
   std::vector<Letter> all(block.size() / sizeof(Letter));
   std::memcpy(all.data(), block.data(), all.size() * sizeof(Letter));
-  for (const auto name : find_Names(std::basic_string_view<Letter>(all.data(), all.size()))) {
+  for (const auto name : find_Names(std::basic_string_view<Letter>(all.data(), all.size())).Names) {
     require(name.size() <= 499 && name.find(Letter{}) == name.npos, "a name is a cut text");
     require(!name.empty() || count == 0, "only the first name may be empty");
     letters += name.size() + 1;

@@ -1,17 +1,38 @@
 #include "menu/bitmaps.h"
 
+#include <array>
 #include <optional>
+#include <utility>
 
+#include "support/component_lifetime.h"
 #include "support/module.h"
 
 namespace {
 
 constexpr UINT first_icon_id = 200;
 
+// Loading takes longer than all that a menu then does with a picture, so it stays loaded while what it is
+// made of stays the same.
+struct {
+  UINT Id;
+  std::array<COLORREF, 3> Colours;
+  HBITMAP Picture;
+} kept;  // until the module unloads
+
 // Colours of a picture that stand for those of a button face follow the user's colours.
+std::array<COLORREF, 3> picture_Colours() {
+  return {GetSysColor(COLOR_3DSHADOW), GetSysColor(COLOR_3DFACE), GetSysColor(COLOR_3DLIGHT)};
+}
+
+void release_Picture() {
+  if (const auto picture = std::exchange(kept.Picture, nullptr))
+    DeleteObject(picture);
+}
+
+// In the form that it has in the file, which is the same for every display.
 unique_hbitmap load_BitmapResource(UINT id) {
-  return unique_hbitmap(static_cast<HBITMAP>(
-      LoadImageW(get_Module(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_LOADMAP3DCOLORS)));
+  return unique_hbitmap(static_cast<HBITMAP>(LoadImageW(get_Module(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0,
+                                                        0, LR_LOADMAP3DCOLORS | LR_CREATEDIBSECTION)));
 }
 
 unique_hbitmap load_IconResource(UINT id) {
@@ -22,6 +43,15 @@ unique_hbitmap load_IconResource(UINT id) {
     return {};
   const unique_hbitmap mask(parts.hbmMask);
   return unique_hbitmap(parts.hbmColor);
+}
+
+unique_hbitmap load(UINT id) {
+  auto picture = id < first_icon_id ? load_BitmapResource(id) : load_IconResource(id);
+  if (!picture)
+    picture = load_IconResource(id);
+  if (!picture)
+    picture = load_BitmapResource(id);
+  return picture;
 }
 
 // A bitmap in a memory context, for as long as it is worked on.
@@ -45,10 +75,13 @@ std::optional<SIZE> character_Cell(HDC context) {
   return SIZE{metrics.tmMaxCharWidth, metrics.tmHeight};
 }
 
-// The description of a bitmap like the given one but of that size; its rows fill whole 16-bit words.
-BITMAP resized(BITMAP bitmap, SIZE size) {
+// The description of a bitmap of the context's device in that size; its rows fill whole 16-bit words.
+BITMAP device_Bitmap(HDC context, SIZE size) {
   constexpr LONG word_bits = 16;
   constexpr LONG word_bytes = 2;
+  BITMAP bitmap{};
+  bitmap.bmPlanes = static_cast<WORD>(GetDeviceCaps(context, PLANES));
+  bitmap.bmBitsPixel = static_cast<WORD>(GetDeviceCaps(context, BITSPIXEL));
   bitmap.bmWidth = size.cx;
   bitmap.bmHeight = size.cy;
   bitmap.bmWidthBytes = (size.cx * bitmap.bmBitsPixel + word_bits - 1) / word_bits * word_bytes;
@@ -73,28 +106,29 @@ unique_hbitmap stretch(HDC source_context, HBITMAP source, const BITMAP& from, H
 enum class Size { Own, CharacterCell };
 
 unique_hbitmap copy(HBITMAP source, Size size) {
-  unique_hdc display(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
-  const auto cell = size == Size::CharacterCell ? character_Cell(display.get()) : std::nullopt;
-  const unique_hdc source_context(CreateCompatibleDC(display.get()));
-  const unique_hdc target_context(CreateCompatibleDC(display.get()));
-  display.reset();
+  // Compatible with the display, and so with its font; a context of the display itself costs ten times as
+  // much.
+  const unique_hdc source_context(CreateCompatibleDC(nullptr));
+  const unique_hdc target_context(CreateCompatibleDC(nullptr));
+  const auto cell = size == Size::CharacterCell ? character_Cell(source_context.get()) : std::nullopt;
   BITMAP from{};
   const bool described = GetObjectA(source, sizeof from, &from) != 0;
   if (!described || !source_context || !target_context || (size == Size::CharacterCell && !cell))
     return {};
-  return stretch(source_context.get(), source, from, target_context.get(),
-                 cell ? resized(from, *cell) : from);
+  const auto to = device_Bitmap(target_context.get(), cell.value_or(SIZE{from.bmWidth, from.bmHeight}));
+  return stretch(source_context.get(), source, from, target_context.get(), to);
 }
 
 }  // namespace
 
-unique_hbitmap load_Picture(UINT id) {
-  auto picture = id < first_icon_id ? load_BitmapResource(id) : load_IconResource(id);
-  if (!picture)
-    picture = load_IconResource(id);
-  if (!picture)
-    picture = load_BitmapResource(id);
-  return picture;
+HBITMAP load_Picture(UINT id) {
+  const auto colours = picture_Colours();
+  if (kept.Picture == nullptr || kept.Id != id || kept.Colours != colours) {
+    release_Picture();
+    release_Later(KeptUntil::ModuleUnloads, release_Picture);
+    kept = {id, colours, load(id).release()};
+  }
+  return kept.Picture;
 }
 
 unique_hbitmap scale_CheckBitmap(HBITMAP source) {

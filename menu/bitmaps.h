@@ -1,4 +1,5 @@
-// The bitmaps of the menu: pictures of the DLL's resources, copied for the screen. No state.
+// The bitmaps of the menu: pictures of the DLL's resources, copied for the screen. The picture loaded last is
+// kept until the module unloads.
 #pragma once
 
 #include "support/handles.h"
@@ -7,8 +8,8 @@
 constexpr UINT check_mark_bitmap = 101;
 
 // The resource as a bitmap: ids below 200 are bitmaps, others icons; each kind is tried where the first
-// fails. Null when there is none.
-unique_hbitmap load_Picture(UINT id);
+// fails. Null when there is none. It is the module's own, and ends with the next call for another one.
+HBITMAP load_Picture(UINT id);
 
 // A copy of the bitmap stretched to one character cell of the display font. Null when it cannot be made.
 unique_hbitmap scale_CheckBitmap(HBITMAP source);

@@ -66,7 +66,7 @@ HBITMAP renew_Bitmap(BitmapTable& table, UINT position, UINT id, unique_hbitmap 
   if (entry != nullptr)
     DeleteObject(std::exchange(entry, nullptr));
   const auto picture = id != 0 ? load_Picture(id) : nullptr;
-  entry = make_Copy(picture.get()).release();
+  entry = make_Copy(picture).release();
   return entry;
 }
 
@@ -98,6 +98,9 @@ std::wstring find_MenuMode() {
 }  // namespace
 
 int get_MenuMode() {
+  // The usual case: a mode that was found before, asked for some ten times an item.
+  if (state.MenuMode.size() == 1 && state.MenuMode[0] >= L'0' && state.MenuMode[0] <= L'0' + highest_mode)
+    return state.MenuMode[0] - L'0';
   const auto number = to_Number(find_MenuMode()).value_or(0);
   const int mode = number < 0 || number > highest_mode ? 0 : static_cast<int>(number);
   state.MenuMode = decimal(mode);

@@ -118,14 +118,17 @@ class NameScan {
   };
 
   void add(std::wstring_view name) {
+    const auto count = m_count++;
+    if (!m_last_ending.empty() && name.ends_with(m_last_ending))
+      return;
     constexpr std::size_t remembered_endings = 16;  // a selection with more of them is walked name by name
     const auto end = end_Of(name);
+    m_last_ending = end.IsWhole ? name.substr(name.rfind(L'.')) : std::wstring_view();
     const auto known = std::span(m_endings).first(std::min(m_endings.size(), remembered_endings));
     if (!end.IsWhole || std::ranges::find(known, end.Letters, &Ending::Letters) == known.end()) {
-      m_endings.push_back({end.Letters, m_count, is_Link(end.Letters)});
+      m_endings.push_back({end.Letters, count, is_Link(end.Letters)});
       m_has_images |= has_ImageExtension(name);
     }
-    ++m_count;
   }
 
   void test_Images(std::size_t end) {
@@ -140,6 +143,7 @@ class NameScan {
 
   std::span<const FileEntry> m_files;
   std::vector<Ending> m_endings;
+  std::wstring_view m_last_ending;  // with its dot, as the name before has it
   std::size_t m_count = 0;
   bool m_has_images = false;  // some name ends like an image
   std::size_t m_images_tested = 0;

@@ -3,6 +3,7 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "shellext/dropped_names.h"
@@ -30,12 +31,19 @@ DroppedNames convert_Each(const std::vector<std::basic_string_view<Letter>>& nam
 
 DroppedNames read_WideNames(std::span<const char> bytes) {
   DroppedNames dropped;
-  // A copy, since the names may start at an odd address.
-  dropped.Letters.resize(bytes.size() / sizeof(wchar_t));
-  std::memcpy(dropped.Letters.data(), bytes.data(), dropped.Letters.size() * sizeof(wchar_t));
+  const auto count = bytes.size() / sizeof(wchar_t);
+  if (reinterpret_cast<std::uintptr_t>(bytes.data()) % alignof(wchar_t) == 0) {
+    const auto* first = reinterpret_cast<const wchar_t*>(bytes.data());
+    dropped.Letters.assign(first, first + count);
+  } else {
+    dropped.Letters.resize(count);
+    std::memcpy(dropped.Letters.data(), bytes.data(), count * sizeof(wchar_t));
+  }
   const std::wstring_view letters(dropped.Letters.data(), dropped.Letters.size());
-  dropped.Names = find_Names(letters);
-  if (is_Ascii(letters))
+  auto found = find_Names(letters);
+  dropped.Names = std::move(found.Names);
+  dropped.HasBar = found.HasBar;
+  if (found.IsAscii)
     return dropped;
   return convert_Each(dropped.Names, [](std::wstring_view name) { return through_Ansi(std::wstring(name)); });
 }
@@ -48,8 +56,9 @@ DroppedNames read_DropNames(std::span<const char> block) {
     return {};
   std::memcpy(&header, block.data(), sizeof header);
   const auto names = block.subspan(std::min<std::size_t>(header.pFiles, block.size()));
-  return header.fWide ? read_WideNames(names)
-                      : convert_Each(find_Names(std::string_view(names.data(), names.size())), from_Ansi);
+  return header.fWide
+             ? read_WideNames(names)
+             : convert_Each(find_Names(std::string_view(names.data(), names.size())).Names, from_Ansi);
 }
 
 DroppedNames read_DropList(HGLOBAL block) {

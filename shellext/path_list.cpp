@@ -10,8 +10,10 @@ constexpr std::wstring_view doubled_separator = L"||";
 
 }  // namespace
 
-void PathList::append(std::wstring_view path) {
-  if (m_closed == m_text.size() && !path.empty() && path.find(path_separator) == std::wstring_view::npos) {
+void PathList::append(std::wstring_view path, bool may_have_separators) {
+  const bool is_whole = m_closed == m_text.size() && !m_text.starts_with(path_separator);
+  const bool is_plain = !may_have_separators || path.find(path_separator) == std::wstring_view::npos;
+  if (is_whole && is_plain && !path.empty()) {
     if (!m_text.empty())
       m_text += path_separator;
     m_text += path;

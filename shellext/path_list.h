@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 constexpr wchar_t path_separator = L'|';
 
@@ -11,9 +12,14 @@ constexpr wchar_t path_separator = L'|';
 // stay linear, what is known to be closed already is not looked at again.
 class PathList {
  public:
-  void append(std::wstring_view path);
+  void append(std::wstring_view path, bool may_have_separators = true);
+
+  // Room for that many letters, so that a large list is not moved while it grows.
+  void reserve(std::size_t letters) { m_text.reserve(letters); }
 
   const std::wstring& text() const { return m_text; }
+  // Takes the text out; the list ends with it.
+  std::wstring take() { return std::move(m_text); }
 
  private:
   std::wstring m_text;

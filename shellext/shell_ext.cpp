@@ -168,6 +168,7 @@ void ShellExt::read_Paths(DroppedNames&& dropped) {
   debug_Log(L"ifiles: ", static_cast<long>(names.size()));
 
   PathList list;
+  list.reserve(m_names.Letters.size());
   // The short paths are by far the dearest part of a large selection; only the log and entries without a long
   // path read them.
   const bool logged = is_LogOn();
@@ -178,13 +179,15 @@ void ShellExt::read_Paths(DroppedNames&& dropped) {
     const auto long_name = trim(name);
     if (long_name.empty())
       debug_Log(L"sztemp empty");
-    list.append(long_name);
+    list.append(long_name, m_names.HasBar);
     if (logged || long_name.empty())
       read_ShortPath(name, m_Files[index]);
     m_Files[index].LongName = long_name;
   }
   m_szShortFile = std::wstring(trim(m_szShortFile));
-  m_szFile = trim(list.text());
+  m_szFile = list.take();
+  if (const auto trimmed = trim(m_szFile); trimmed.size() != m_szFile.size())
+    m_szFile = std::wstring(trimmed);
   debug_Log(m_szShortFile);
   debug_Log(m_szFile);
   if (!m_Files.empty())

@@ -4,12 +4,56 @@
 #include <vector>
 
 #include "support/boundary.h"
+#include "support/component_lifetime.h"
 #include "support/files.h"
 #include "support/handles.h"
+
+using Microsoft::WRL::ComPtr;
 
 namespace {
 
 constexpr IID no_interface{};  // what a late-bound call passes for the interface
+
+// Every right-click makes the same objects, and looking their classes up in the registry takes longer than
+// making them. A factory belongs to the thread that got it.
+struct KnownFactory {
+  std::wstring ProgId;
+  DWORD Thread;
+  ComPtr<IClassFactory> Factory;
+};
+
+std::vector<KnownFactory>* known_factories = nullptr;  // lives until the module unloads
+
+void release_Factories() {
+  for (const auto& known : *known_factories)
+    known.Factory->LockServer(FALSE);
+  delete std::exchange(known_factories, nullptr);
+}
+
+AutomationObject create_ByKnownFactory(std::wstring_view progid) {
+  AutomationObject object;
+  if (known_factories != nullptr)
+    for (const auto& known : *known_factories)
+      if (known.ProgId == progid && known.Thread == GetCurrentThreadId())
+        known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+  return object;
+}
+
+// In-process servers only: a factory of another process would keep that process alive.
+AutomationObject create_AndKeepFactory(const wchar_t* progid, REFCLSID clsid) {
+  ComPtr<IClassFactory> factory;
+  AutomationObject object;
+  if (FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory))) ||
+      FAILED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    return {};
+  if (known_factories == nullptr) {
+    known_factories = new std::vector<KnownFactory>;
+    release_Later(KeptUntil::ModuleUnloads, release_Factories);
+  }
+  known_factories->push_back({progid, GetCurrentThreadId(), factory});
+  factory->LockServer(TRUE);
+  return object;
+}
 
 std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
                                  std::initializer_list<_variant_t> arguments) {
@@ -43,9 +87,13 @@ std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD ki
 }  // namespace
 
 AutomationObject create_Object(const wchar_t* progid) noexcept {
-  CLSID clsid{};
   AutomationObject object;
-  if (SUCCEEDED(CLSIDFromProgID(progid, &clsid)))
+  run_Guarded([&] { object = create_ByKnownFactory(progid); });
+  CLSID clsid{};
+  if (object || FAILED(CLSIDFromProgID(progid, &clsid)))
+    return object;
+  run_Guarded([&] { object = create_AndKeepFactory(progid, clsid); });
+  if (!object)
     CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
   return object;
 }

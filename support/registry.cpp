@@ -2,7 +2,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
+#include <utility>
+#include <vector>
 
 #include "support/boundary.h"
 #include "support/files.h"
@@ -28,7 +31,9 @@ struct {
   std::wstring LastPath;
   RegistryValue LastValue;
   std::wstring InstallFolder;
-} state;  // lives as long as the process
+  bool Remembers = false;
+  std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as they were asked for, and texts
+} state;                                                          // lives as long as the process
 
 // Another call may be at work on this thread (a read that logs, a log that reads); it gets one short chance
 // to finish, never more, since a right-click must not wait.
@@ -50,8 +55,9 @@ FoundValue read_Value(std::wstring path) {
     if (!text.empty())
       return {std::move(text), std::move(file)};
   }
-  auto value = regread_api(path);
-  if (is_Empty(value)) {
+  auto [value, is_missing] = ask_Registry(path);
+  // What is certainly not there costs a working script host two reads to find out.
+  if (is_Empty(value) && !(is_missing && has_ScriptHost())) {
     ensure_ScriptHost(L"regread");
     value = read_ByScriptHost(path);
   }
@@ -161,13 +167,33 @@ void forbid_Writes() {
 }
 
 std::wstring regread_Text(std::wstring_view path) {
+  const bool remembers = state.Remembers && !state.Reading && !state.Quiet;
+  if (remembers) {
+    const auto known =
+        std::ranges::find(state.Remembered, path, &decltype(state.Remembered)::value_type::first);
+    if (known != state.Remembered.end())
+      return known->second;
+  }
   std::wstring normalised(path);
-  return as_Text(regread(normalised));
+  auto text = as_Text(regread(normalised));
+  if (remembers)
+    state.Remembered.emplace_back(path, text);
+  return text;
+}
+
+RememberedReads::RememberedReads() noexcept {
+  state.Remembers = true;
+}
+
+RememberedReads::~RememberedReads() {
+  state.Remembers = false;
+  state.Remembered.clear();
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {
   if (state.Quiet || state.ReadOnly)
     return false;
+  state.Remembered.clear();
   normalise_ForTextWrite(path);
   std::wstring target = path;
   const bool in_ini = settle_Target(target) && !contains(to_Lower(target), L"penetwork");
@@ -186,6 +212,7 @@ bool regwrite_sz(std::wstring& path, std::wstring value) {
 bool regwrite_dw(std::wstring& path, long value) {
   if (state.Quiet || state.ReadOnly)
     return false;
+  state.Remembered.clear();
   normalise_ForWrite(path);
   std::wstring target = path;
   const bool in_ini = settle_Target(target);

@@ -29,6 +29,16 @@ void forbid_Writes();
 // `regread` of a path that nobody needs back, as text; binary values give the empty text.
 std::wstring regread_Text(std::wstring_view path);
 
+// While one lives, `regread_Text` reads each path once and then answers from memory, until a setting is
+// written. Composing a menu asks for the same folders again and again, faster than anybody could change them.
+class RememberedReads {
+ public:
+  RememberedReads() noexcept;
+  ~RememberedReads();
+  RememberedReads(const RememberedReads&) = delete;
+  RememberedReads& operator=(const RememberedReads&) = delete;
+};
+
 // Writes a REG_SZ value; the path is normalised in place. A user who may not write to HKLM writes the own
 // copy of the suite's "pdf" branch. False when the value could not be written or the quiet state is set.
 bool regwrite_sz(std::wstring& path, std::wstring value);

@@ -66,8 +66,8 @@ RegistryValue convert(DWORD type, std::span<const std::byte> bytes, TextReader r
 }
 
 template <typename Query, typename Name, typename TextReader>
-RegistryValue query_Value(Query query_function, HKEY key, const Name& name, TextReader read_text,
-                          DWORD& type) {
+RegistryValue query_Value(Query query_function, HKEY key, const Name& name, TextReader read_text, DWORD& type,
+                          LSTATUS& status) {
   std::array<std::byte, first_buffer_size> buffer;
   std::vector<std::byte> larger;
   std::span<std::byte> bytes(buffer);
@@ -75,7 +75,7 @@ RegistryValue query_Value(Query query_function, HKEY key, const Name& name, Text
   const auto query = [&] {
     return query_function(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size);
   };
-  LSTATUS status = query();
+  status = query();
   if (status == ERROR_MORE_DATA) {
     larger.resize(size);
     bytes = larger;
@@ -108,14 +108,23 @@ RegistryPlace find_Place(std::wstring_view path) {
 }
 
 RegistryValue regread_api(std::wstring_view path) {
+  return ask_Registry(path).Value;
+}
+
+ApiAnswer ask_Registry(std::wstring_view path) {
   const auto place = find_Place(path);
+  ApiAnswer answer;
   HKEY opened = nullptr;
-  if (place.Root == nullptr ||
-      RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
-    return std::wstring();
-  const unique_hkey key(opened);
-  DWORD type = REG_NONE;
-  return query_Value(RegQueryValueExA, key.get(), to_Ansi(place.Name), read_AnsiText, type);
+  LSTATUS status = ERROR_INVALID_NAME;
+  if (place.Root != nullptr)
+    status = RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened);
+  if (status == ERROR_SUCCESS) {
+    const unique_hkey key(opened);
+    DWORD type = REG_NONE;
+    answer.Value = query_Value(RegQueryValueExA, key.get(), to_Ansi(place.Name), read_AnsiText, type, status);
+  }
+  answer.IsMissing = status == ERROR_FILE_NOT_FOUND && is_Ascii(path);
+  return answer;
 }
 
 unique_hkey open_Key(const RegistryPlace& place, DWORD access) {
@@ -127,6 +136,7 @@ unique_hkey open_Key(const RegistryPlace& place, DWORD access) {
 RegistryEntry read_Entry(const RegistryPlace& place) {
   RegistryEntry entry{place.Name, REG_NONE, {}};
   const auto key = open_Key(place, KEY_READ);
-  entry.Value = query_Value(RegQueryValueExW, key.get(), place.Name, read_WideText, entry.Type);
+  LSTATUS status = ERROR_SUCCESS;
+  entry.Value = query_Value(RegQueryValueExW, key.get(), place.Name, read_WideText, entry.Type, status);
   return entry;
 }

@@ -27,6 +27,14 @@ std::wstring as_Text(RegistryValue value);
 // REG_BINARY as bytes. The empty text for every other type, a missing key or value, and a denied access.
 RegistryValue regread_api(std::wstring_view path);
 
+// The same with whether there is certainly no such value. Where that is not so, an empty one may be denied,
+// of another type, or named by letters that the code page has not.
+struct ApiAnswer {
+  RegistryValue Value;
+  bool IsMissing = false;
+};
+ApiAnswer ask_Registry(std::wstring_view path);
+
 struct RegistryPlace {
   HKEY Root;
   std::wstring Key;

@@ -25,6 +25,10 @@ void ensure_ScriptHost(std::wstring_view caller) {
     debug_Log(L"regi.CreateCOMObject wscript.shell failed in ", caller);
 }
 
+bool has_ScriptHost() {
+  return state.Shell.get() != nullptr;
+}
+
 std::wstring read_ByScriptHost(std::wstring_view path) {
   const auto answer = call_Member(state.Shell.get(), L"RegRead", {text_Argument(path)});
   return answer ? as_Text(*answer) : std::wstring();
@@ -40,7 +44,7 @@ bool delete_ByScriptHost(std::wstring_view path) {
 }
 
 bool try_Write(std::wstring_view path) {
-  if (state.Shell.get() == nullptr)
+  if (!has_ScriptHost())
     create_Shell();
   const long test_value = 1;
   return write_ByScriptHost(path, test_value, L"REG_DWORD");

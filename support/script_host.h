@@ -11,6 +11,9 @@
 // Makes sure that the object answers; when none can be made, the log says in which operation (`caller`).
 void ensure_ScriptHost(std::wstring_view caller);
 
+// Whether there is an object, which has worked before.
+bool has_ScriptHost();
+
 // The value as text; empty when there is none or the object fails.
 std::wstring read_ByScriptHost(std::wstring_view path);
 

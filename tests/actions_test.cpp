@@ -141,16 +141,17 @@ TEST_F(Actions, OpenEachFileUpToAMissingOne) {
                     L"skipped.txt", L"no extension.", longest + L".pdf",   L"last.pdf"};
   for (const auto& name : names)
     paths.push_back(make_File(test_folder + name));
+  const auto short_path = make_File(test_folder + L"short.pdf"), missing = test_folder + L"missing.pdf";
   auto files = entries(paths);
-  files.insert(files.begin() + 1, {L"", make_File(test_folder + L"short.pdf")});
-  files.insert(files.end(), {{test_folder + L"missing.pdf", L""}, {paths[0], L""}});
+  files.insert(files.begin() + 1, {L"", short_path});
+  files.insert(files.end(), {{missing, L""}, {paths[0], L""}});
   EXPECT_EQ(run(L"view", files), box);
   const auto program = m_suite + L"PageKeeper.exe";
   const auto messages = log.messages();
   EXPECT_EQ(Lines(messages.begin(), messages.begin() + 4),
             (Lines{paths[0], L"do action: " + paths[0], L"Found: " + program,
                    ::quoted(program) + L" " + ::quoted(paths[0])}));
-  EXPECT_EQ(messages.back(), L"do action: " + test_folder + L"missing.pdf");
+  EXPECT_EQ(messages.back(), L"do action: " + missing);
   run(L"view", {{L"", L""}, {paths[0], L""}});
   EXPECT_EQ(started(7), starts(L"PageKeeper.exe", {L"a.pdf", L"short.pdf", L"b & c.PDF", L"100% ^'; (1).xml",
                                                    L"Tr\u00E4ger.pdf", longest + L".pdf", L"last.pdf"}));

@@ -68,11 +68,14 @@ TEST_F(Insertion, ScalesThePictureToACharacterCell) {
   TEXTMETRICW metrics{};
   const unique_hdc display(CreateICW(L"DISPLAY", nullptr, nullptr, nullptr));
   GetTextMetricsW(display.get(), &metrics);
-  const auto scaled = scale_CheckBitmap(picture.get());
+  const auto scaled = scale_CheckBitmap(picture);
   EXPECT_EQ(size_Of(scaled.get()).cx, metrics.tmMaxCharWidth);
   EXPECT_EQ(size_Of(scaled.get()).cy, metrics.tmHeight);
   EXPECT_NE(bits_Of(scaled.get()).find_first_not_of('\0'), std::string::npos);
-  EXPECT_EQ(bits_Of(copy_Bitmap(picture.get()).get()), bits_Of(picture.get()));
+  const unique_hbitmap display_bitmap(
+      static_cast<HBITMAP>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(check_mark_bitmap),
+                                      IMAGE_BITMAP, 0, 0, LR_LOADMAP3DCOLORS)));
+  EXPECT_TRUE(bits_Of(copy_Bitmap(picture).get()) == bits_Of(display_bitmap.get()));
   EXPECT_FALSE(load_Picture(199) || scale_CheckBitmap(nullptr) || copy_Bitmap(nullptr));
 }
 

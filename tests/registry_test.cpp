@@ -102,6 +102,8 @@ TEST_F(Registry, KeepsThePdfBranchOfAPlainUserApart) {
 
 TEST_F(Registry, FallsBackToTheScriptHost) {
   Component host(L"WScript.Shell", {{L"RegWrite", answers({})}, {L"RegRead", answers(L"by host")}});
+  for (const auto* name : {L"x", L"y"})
+    set_Bytes(norvak + name, REG_NONE, "what no other way reads");
   EXPECT_EQ(regread_Text(norvak + L"x"), L"by host");
   const std::wstring made = L"+WScript.Shell", probe = LR"(RegRead(HKLM\SOFTWARE\Norvak\ctest))";
   Lines expected{made, LR"(RegWrite(HKLM\SOFTWARE\Norvak\ctest, 1, REG_DWORD))", probe,
@@ -110,7 +112,8 @@ TEST_F(Registry, FallsBackToTheScriptHost) {
   host->Table[L"RegRead"] = fails();  // the object has died
   EXPECT_EQ(regread_Text(norvak + L"y"), L"");
   expected.insert(expected.end(), {probe, made, L"-WScript.Shell", LR"(RegRead(HKLM\SOFTWARE\Norvak\y))"});
-  EXPECT_EQ(calls(), expected);
+  EXPECT_EQ(regread_Text(norvak + L"missing"), L"");
+  EXPECT_EQ(calls(), expected) << "a working host is not asked for what is not there";
 }
 
 TEST_F(Registry, ReportsAMissingScriptHost) {
