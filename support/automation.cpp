@@ -25,34 +25,36 @@ struct KnownFactory {
 std::vector<KnownFactory>* known_factories = nullptr;  // lives until the module unloads
 
 void release_Factories() {
+  if (known_factories == nullptr)
+    return;
   for (const auto& known : *known_factories)
     known.Factory->LockServer(FALSE);
   delete std::exchange(known_factories, nullptr);
 }
 
+// A factory that fails is forgotten, so that the class is looked up again.
 AutomationObject create_ByKnownFactory(std::wstring_view progid) {
   AutomationObject object;
-  if (known_factories != nullptr)
-    for (const auto& known : *known_factories)
-      if (known.ProgId == progid && known.Thread == GetCurrentThreadId())
-        known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+  if (known_factories == nullptr)
+    return object;
+  const auto known = std::ranges::find_if(*known_factories, [progid](const KnownFactory& factory) {
+    return factory.ProgId == progid && factory.Thread == GetCurrentThreadId();
+  });
+  if (known == known_factories->end() ||
+      SUCCEEDED(known->Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    return object;
+  known->Factory->LockServer(FALSE);
+  known_factories->erase(known);
   return object;
 }
 
-// In-process servers only: a factory of another process would keep that process alive.
-AutomationObject create_AndKeepFactory(const wchar_t* progid, REFCLSID clsid) {
-  ComPtr<IClassFactory> factory;
-  AutomationObject object;
-  if (FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory))) ||
-      FAILED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
-    return {};
+void keep_Factory(const wchar_t* progid, const ComPtr<IClassFactory>& factory) {
   if (known_factories == nullptr) {
     known_factories = new std::vector<KnownFactory>;
     release_Later(KeptUntil::ModuleUnloads, release_Factories);
   }
   known_factories->push_back({progid, GetCurrentThreadId(), factory});
   factory->LockServer(TRUE);
-  return object;
 }
 
 std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
@@ -92,9 +94,12 @@ AutomationObject create_Object(const wchar_t* progid) noexcept {
   CLSID clsid{};
   if (object || FAILED(CLSIDFromProgID(progid, &clsid)))
     return object;
-  run_Guarded([&] { object = create_AndKeepFactory(progid, clsid); });
-  if (!object)
-    CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
+  ComPtr<IClassFactory> factory;
+  // Only a factory in this process is kept: one of another process would keep that process alive.
+  if (FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory))))
+    CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
+  else if (SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    run_Guarded([&] { keep_Factory(progid, factory); });
   return object;
 }
 

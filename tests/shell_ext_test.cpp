@@ -324,6 +324,7 @@ TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
 
 TEST_F(ShellExtTest, EnsuresItsCertificateCacheAtEveryStep) {
   const std::wstring progid = L"NorvakCertInstaller.icache";
+  const Component cache(progid);
   for (const auto& [info, lives] : {std::pair(answers(1L), true),
                                     {answers(L"2"), true},
                                     {answers(0L), false},
@@ -336,8 +337,8 @@ TEST_F(ShellExtTest, EnsuresItsCertificateCacheAtEveryStep) {
         return member(arguments);
       };
     };
-    const Component cache(progid, {{L"info", noted(L"info", info)},
-                                   {L"DisableSessionUnloading", noted(L"disable", answers({}))}});
+    cache->Table = {{L"info", noted(L"info", info)},
+                    {L"DisableSessionUnloading", noted(L"disable", answers({}))}};
     const auto made_Before = calls(L"+" + progid).size();
     auto object = m_library.create();
     select(object, nullptr);
