@@ -1,11 +1,12 @@
 // Times right-clicks with the product and with the floor handler, one after the other in one run, so that
 // what slows the machine slows both.
-//   bench SUITE FILE     SUITE says in the results what is installed; FILE gets them as one JSON object a
-//   line bench --cold CLSID   one right-click on one file in this fresh process; the exit code is its
-//   microseconds
+//   bench SUITE FILE        SUITE says in the results what is installed; FILE gets one JSON object a line
+//   bench --load HANDLER    gets the handler's class in this fresh process; the exit code is the microseconds
+//   bench --cold HANDLER    the same with a whole right-click on one file
 #include <windows.h>
 
 #include <ole2.h>
+#include <wrl/client.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -18,6 +19,7 @@
 
 #include "bench/floor_handler.h"
 #include "bench/right_click.h"
+#include "bench/stopwatch.h"
 #include "host/drop_list.h"
 #include "shellext/shell_ext.h"
 
@@ -75,9 +77,9 @@ class Results {
  public:
   Results(std::string suite, const char* file) : m_suite(std::move(suite)), m_lines(file) {}
 
-  // Writes the handlers' samples of one kind and phase and returns the ratio of their medians.
-  double add(const Kind& kind, const char* phase,
-             const std::array<std::vector<double>, handlers.size()>& samples) {
+  // Writes the handlers' samples of one kind and phase, and prints them with the ratio of their medians.
+  void add(const Kind& kind, const char* phase,
+           const std::array<std::vector<double>, handlers.size()>& samples) {
     std::array<double, handlers.size()> medians;
     for (std::size_t index = 0; index < handlers.size(); ++index) {
       const auto [first, median, third] = quartiles_Of(samples[index]);
@@ -94,7 +96,6 @@ class Results {
       printf(index == 0 ? "\n" : "   %5.2f\n", median / medians[0]);
     }
     fflush(stdout);
-    return medians[1] / medians[0];
   }
 
  private:
@@ -124,10 +125,10 @@ bool measure_Warm(const Kind& kind, Results& results) {
 }
 
 // Runs this program anew for one right-click; its microseconds.
-double measure_Cold(const char* handler) {
+double measure_Cold(const char* way, const char* handler) {
   std::array<char, MAX_PATH> own_path;
   GetModuleFileNameA(nullptr, own_path.data(), MAX_PATH);
-  auto command_line = std::string("bench --cold ") + handler;
+  auto command_line = std::string("bench ") + way + " " + handler;
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
@@ -142,15 +143,24 @@ double measure_Cold(const char* handler) {
   return microseconds;
 }
 
-void measure_ColdProcesses(Results& results) {
+void measure_ColdProcesses(const char* way, const char* phase, Results& results) {
   constexpr std::size_t rounds = 30;
   std::array<std::vector<double>, handlers.size()> samples;
   for (std::size_t round = 0; round < rounds; ++round)
     for (std::size_t turn = 0; turn < handlers.size(); ++turn) {
       const auto index = (round + turn) % handlers.size();
-      samples[index].push_back(measure_Cold(handlers[index].Name));
+      samples[index].push_back(measure_Cold(way, handlers[index].Name));
     }
-  results.add(kinds.front(), "cold process", samples);
+  results.add(kinds.front(), phase, samples);
+}
+
+// Loading the DLL and getting its class factory, as COM does it before the first object.
+int run_Load(std::string_view name) {
+  const auto handler = std::ranges::find(handlers, name, &Handler::Name);
+  Microsoft::WRL::ComPtr<IClassFactory> factory;
+  Stopwatch watch;
+  CoGetClassObject(handler->Class, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory));
+  return static_cast<int>(watch.lap());
 }
 
 int run_Cold(std::string_view name) {
@@ -180,6 +190,8 @@ int main(int count, char** arguments) {
   OleInitialize(nullptr);
   if (count != 3)
     return 2;
+  if (std::strcmp(arguments[1], "--load") == 0)
+    return run_Load(arguments[2]);
   if (std::strcmp(arguments[1], "--cold") == 0)
     return run_Cold(arguments[2]);
   register_Floor();
@@ -189,6 +201,7 @@ int main(int count, char** arguments) {
       fprintf(stderr, "bench: a handler is not registered\n");
       return 1;
     }
-  measure_ColdProcesses(results);
+  measure_ColdProcesses("--load", "cold load", results);
+  measure_ColdProcesses("--cold", "cold process", results);
   return 0;
 }

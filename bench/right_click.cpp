@@ -4,33 +4,13 @@
 #include <wrl/client.h>
 
 #include <numeric>
-#include <utility>
 
+#include "bench/stopwatch.h"
 #include "support/handles.h"
 
 namespace {
 
 using unique_hmenu = unique_handle<HMENU, &DestroyMenu>;
-
-// Gives the microseconds since its making or the last look at it.
-class Stopwatch {
- public:
-  double lap() {
-    const double start = std::exchange(m_last, now());
-    return m_last - start;
-  }
-
- private:
-  static double now() {
-    constexpr double microseconds = 1e6;
-    LARGE_INTEGER count, frequency;
-    QueryPerformanceCounter(&count);
-    QueryPerformanceFrequency(&frequency);
-    return static_cast<double>(count.QuadPart) * microseconds / static_cast<double>(frequency.QuadPart);
-  }
-
-  double m_last = now();
-};
 
 }  // namespace
 

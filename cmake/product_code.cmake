@@ -1,9 +1,6 @@
 # How the product's own folders are compiled: as small as can be, since every Explorer carries the DLL, and with
 # guarded stack frames.
 add_compile_options(-fstack-protector-strong -fno-rtti)
-# Each module makes the members of the library's templates that it needs; the library's own are one piece that
-# would come into the DLL as a whole.
-add_compile_definitions(_GLIBCXX_EXTERN_TEMPLATE=0)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
   # Without copies of a function for single callers: the modules could no longer share them.
   add_compile_options(-Oz -fno-ipa-sra -fno-ipa-cp)

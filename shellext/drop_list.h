@@ -10,8 +10,11 @@
 // The names as parts of one text, which may be moved, but not copied.
 struct DroppedNames {
   DroppedNames() = default;
+  ~DroppedNames() = default;
   DroppedNames(DroppedNames&&) = default;
   DroppedNames& operator=(DroppedNames&&) = default;
+  DroppedNames(const DroppedNames&) = delete;
+  DroppedNames& operator=(const DroppedNames&) = delete;
 
   std::vector<wchar_t> Letters;
   std::vector<std::wstring_view> Names;

@@ -12,6 +12,7 @@ namespace {
 
 }  // namespace
 
+// NOLINTBEGIN(cert-dcl58-cpp,cert-dcl50-cpp): the names and the forms are the library's.
 namespace std {
 
 void __throw_bad_alloc() {
@@ -35,6 +36,7 @@ void __throw_out_of_range_fmt(const char*, ...) {
 }
 
 }  // namespace std
+// NOLINTEND(cert-dcl58-cpp,cert-dcl50-cpp)
 
 namespace __gnu_cxx {
 

@@ -24,7 +24,7 @@ void choose_StackGuard() noexcept {
     return;
   void* chosen = nullptr;
   if (!RtlGenRandom(&chosen, sizeof chosen))
-    chosen = reinterpret_cast<void*>(static_cast<ULONG_PTR>(GetTickCount()));
+    chosen = &chosen;  // at least as unforeseeable as the stack's place
   // Once and for all: another thread may have frames with the first value by now.
   InterlockedCompareExchangePointer(&__stack_chk_guard, chosen, nullptr);
 }

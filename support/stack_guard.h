@@ -3,4 +3,4 @@
 
 // Makes the value one that nobody can foresee, with the first call. It belongs at the start of every entry of
 // the DLL, before a frame is guarded, and so needs no work when the DLL is loaded.
-[[gnu::no_stack_protector]] void choose_StackGuard() noexcept;
+void choose_StackGuard() noexcept;
