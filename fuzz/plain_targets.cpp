@@ -1,6 +1,5 @@
 // The targets that need nothing of the platform. Each holds the product's fast ways to plain ones over
 // letters.
-#include <cstring>
 #include <limits>
 #include <optional>
 
@@ -89,7 +88,7 @@ template <typename Letter>
 void take_AllNames(const std::vector<char>& block) {
   std::size_t letters = 0, count = 0;
   std::vector<Letter> all(block.size() / sizeof(Letter));
-  std::memcpy(all.data(), block.data(), all.size() * sizeof(Letter));
+  std::copy_n(block.data(), all.size() * sizeof(Letter), reinterpret_cast<char*>(all.data()));
   for (const auto name : find_Names(std::basic_string_view<Letter>(all.data(), all.size())).Names) {
     require(name.size() <= 499 && name.find(Letter{}) == name.npos, "a name is a cut text");
     require(!name.empty() || count == 0, "only the first name may be empty");

@@ -37,7 +37,7 @@ DroppedNames read_WideNames(std::span<const char> bytes) {
     dropped.Letters.assign(first, first + count);
   } else {
     dropped.Letters.resize(count);
-    std::memcpy(dropped.Letters.data(), bytes.data(), count * sizeof(wchar_t));
+    std::ranges::copy(bytes.first(count * sizeof(wchar_t)), reinterpret_cast<char*>(dropped.Letters.data()));
   }
   const std::wstring_view letters(dropped.Letters.data(), dropped.Letters.size());
   auto found = find_Names(letters);

@@ -1,6 +1,7 @@
 #include "support/automation.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "support/boundary.h"
@@ -15,20 +16,25 @@ namespace {
 constexpr IID no_interface{};  // what a late-bound call passes for the interface
 
 // Every right-click makes the same objects, and looking their classes up in the registry takes longer than
-// making them. A factory belongs to the thread that got it.
+// making them. A factory serves the thread that got it; another thread's takes its place.
 struct KnownFactory {
   std::wstring ProgId;
   DWORD Thread;
   ComPtr<IClassFactory> Factory;
 };
 
-std::vector<KnownFactory>* known_factories = nullptr;  // lives until the module unloads
+using KnownFactories = std::vector<KnownFactory>;
+
+KnownFactories* known_factories = nullptr;  // lives until the module unloads
+
+void forget(KnownFactories::iterator known) {
+  known->Factory->LockServer(FALSE);
+  known_factories->erase(known);
+}
 
 void release_Factories() {
-  if (known_factories == nullptr)
-    return;
-  for (const auto& known : *known_factories)
-    known.Factory->LockServer(FALSE);
+  while (known_factories != nullptr && !known_factories->empty())
+    forget(std::prev(known_factories->end()));
   delete std::exchange(known_factories, nullptr);
 }
 
@@ -37,20 +43,18 @@ AutomationObject create_ByKnownFactory(std::wstring_view progid) {
   AutomationObject object;
   if (known_factories == nullptr)
     return object;
-  const auto known = std::ranges::find_if(*known_factories, [progid](const KnownFactory& factory) {
-    return factory.ProgId == progid && factory.Thread == GetCurrentThreadId();
-  });
-  if (known == known_factories->end() ||
-      SUCCEEDED(known->Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+  const auto known = std::ranges::find(*known_factories, progid, &KnownFactory::ProgId);
+  if (known == known_factories->end())
     return object;
-  known->Factory->LockServer(FALSE);
-  known_factories->erase(known);
+  if (known->Thread != GetCurrentThreadId() ||
+      FAILED(known->Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    forget(known);
   return object;
 }
 
 void keep_Factory(const wchar_t* progid, const ComPtr<IClassFactory>& factory) {
   if (known_factories == nullptr) {
-    known_factories = new std::vector<KnownFactory>;
+    known_factories = new KnownFactories;
     release_Later(KeptUntil::ModuleUnloads, release_Factories);
   }
   known_factories->push_back({progid, GetCurrentThreadId(), factory});
