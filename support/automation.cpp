@@ -53,10 +53,9 @@ AutomationObject create_ByKnownFactory(std::wstring_view progid) {
 }
 
 void keep_Factory(const wchar_t* progid, const ComPtr<IClassFactory>& factory) {
-  if (known_factories == nullptr) {
+  release_Later(KeptUntil::ModuleUnloads, release_Factories);
+  if (known_factories == nullptr)
     known_factories = new KnownFactories;
-    release_Later(KeptUntil::ModuleUnloads, release_Factories);
-  }
   known_factories->push_back({progid, GetCurrentThreadId(), factory});
   factory->LockServer(TRUE);
 }
