@@ -3,21 +3,15 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <array>
 
 #include "shellext/shell_ext.h"
 #include "support/files.h"
+#include "support/guid.h"
 #include "support/registry_keys.h"
 #include "support/text.h"
 
 namespace host {
 namespace {
-
-std::wstring format_guid(const GUID& guid) {
-  std::array<wchar_t, 39> text{};  // with braces and the NUL
-  StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
-  return text.data();
-}
 
 std::wstring read_text(const std::wstring& path) {
   return as_Text(regread_api(path));
@@ -62,18 +56,18 @@ Fact describe_bitness() {
 }  // namespace
 
 std::vector<Fact> list_registration() {
-  const std::wstring clsid = format_guid(clsid_ShellExt);
-  return {describe_class(clsid),
-          describe_entry(L"ProgID", LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid),
-          describe_entry(L"Type library", LR"(HKCR\CLSID\)" + clsid + LR"(\TypeLib\)",
-                         format_guid(libid_ShellExt)),
-          describe_handler(L"Handler for files", L"*", clsid),
-          describe_handler(L"Handler for folders", L"Directory", clsid),
-          describe_handler(L"Handler for drives", L"Drive", clsid),
-          describe_entry(
-              L"Approved extension",
-              LR"(HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Shell Extensions\Approved\)" + clsid, {}),
-          describe_bitness()};
+  const std::wstring clsid = guid_Text(clsid_ShellExt);
+  return {
+      describe_class(clsid),
+      describe_entry(L"ProgID", LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid),
+      describe_entry(L"Type library", LR"(HKCR\CLSID\)" + clsid + LR"(\TypeLib\)", guid_Text(libid_ShellExt)),
+      describe_handler(L"Handler for files", L"*", clsid),
+      describe_handler(L"Handler for folders", L"Directory", clsid),
+      describe_handler(L"Handler for drives", L"Drive", clsid),
+      describe_entry(L"Approved extension",
+                     LR"(HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Shell Extensions\Approved\)" + clsid,
+                     {}),
+      describe_bitness()};
 }
 
 }  // namespace host

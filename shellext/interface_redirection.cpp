@@ -2,9 +2,8 @@
 
 #include <windows.h>
 
-#include <array>
-
 #include "menu/composition.h"
+#include "support/guid.h"
 #include "support/text.h"
 
 namespace {
@@ -44,13 +43,8 @@ std::wstring get_ClsidString(const std::wstring& progid) {
   const HRESULT outcome = CLSIDFromProgID(progid.c_str(), &clsid);
   if (FAILED(outcome))
     return L"Bad ProgId rc::" + decimal(outcome);
-  std::array<wchar_t, 40> text{};
-  int length = StringFromGUID2(clsid, text.data(), static_cast<int>(text.size()));
-  if (length <= 0)
-    return L"Bad ClassID rc::" + decimal(length);
-  if (text[static_cast<std::size_t>(length) - 1] == L'\0')
-    --length;
-  return std::wstring(text.data(), static_cast<std::size_t>(length));
+  const auto text = guid_Text(clsid);
+  return text.empty() ? L"Bad ClassID rc::0" : text;
 }
 
 void Main() {

@@ -12,6 +12,7 @@
 #include "shellext/shell_ext.h"
 #include "shellext/type_library.h"
 #include "support/boundary.h"
+#include "support/guid.h"
 #include "support/handles.h"
 #include "support/module.h"
 
@@ -28,13 +29,6 @@ struct Row {
   std::wstring Name;  // empty for the default value
   std::wstring Value;
 };
-
-std::wstring guid_Text(const GUID& guid) {
-  constexpr int braced_length = 39;
-  wchar_t text[braced_length] = {};
-  StringFromGUID2(guid, text, braced_length);
-  return text;
-}
 
 // Parents stand before their subkeys, so that no row makes more than one key.
 std::vector<Row> registration_Rows() {

@@ -10,6 +10,7 @@
 #include "support/boundary.h"
 #include "support/component_lifetime.h"
 #include "support/handles.h"
+#include "support/module.h"
 #include "support/registry.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
@@ -65,12 +66,6 @@ std::wstring read_Setting(std::wstring_view path) {
   return as_Text(regread_api(path));
 }
 
-std::wstring executable_Name() {
-  std::array<wchar_t, 32768> path{};
-  const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-  return std::wstring(after_Last({path.data(), length}, L'\\'));
-}
-
 // A value that names a program file is a leftover of older releases; it is no folder to write into.
 void load_DebugPath() {
   state.DebugPathLoaded = true;
@@ -104,7 +99,7 @@ bool is_Noise(std::wstring_view message) {
 
 struct Identity {
   std::wstring User = get_UserName();
-  std::wstring Program = executable_Name();
+  std::wstring Program{after_Last(get_ModulePath(nullptr), L'\\')};
   std::wstring Process = decimal(GetCurrentProcessId());
   std::wstring LogFile{choose_LogFile(Program, project_name)};
 };
@@ -117,12 +112,12 @@ const Identity& own_Identity() {
 std::wstring compose_Header() {
   SYSTEMTIME now{};
   GetLocalTime(&now);
-  std::array<wchar_t, 9> time{};  // day, hour, minute and second, two digits each
+  std::wstring time(9, L'\0');  // day, hour, minute and second, two digits each
   wsprintfW(time.data(), L"%02u%02u%02u%02u", now.wDay, now.wHour, now.wMinute, now.wSecond);
 
   std::wstring header;
   const Identity& own = own_Identity();
-  for (const std::wstring_view field : {std::wstring_view(time.data()), std::wstring_view(own.User),
+  for (const std::wstring_view field : {std::wstring_view(time.c_str()), std::wstring_view(own.User),
                                         std::wstring_view(own.Program), std::wstring_view(own.Process)}) {
     if (!field.empty())
       header.append(field).append(L":");

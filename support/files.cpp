@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <shlobj.h>
+
 #include <algorithm>
 #include <array>
 
@@ -72,12 +74,20 @@ bool write_TextFile(const std::wstring& path, std::wstring_view text) {
          written == bytes.size();
 }
 
+std::wstring get_SystemFolder(int csidl) {
+  std::wstring folder(MAX_PATH, L'\0');
+  if (FAILED(SHGetFolderPathW(nullptr, csidl, nullptr, SHGFP_TYPE_CURRENT, folder.data())))
+    return {};
+  return with_Backslash(folder.c_str());
+}
+
 std::wstring new_TemporaryPath() {
-  std::array<wchar_t, MAX_PATH + 1> folder{};
-  std::array<wchar_t, MAX_PATH> path{};
+  std::wstring folder(MAX_PATH + 1, L'\0');
+  std::wstring path(MAX_PATH, L'\0');
   if (GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()) == 0 ||
       GetTempFileNameW(folder.data(), L"nvk", 0, path.data()) == 0)
     return {};
-  DeleteFileW(path.data());  // before anything that needs memory
-  return path.data();
+  DeleteFileW(path.data());
+  path.resize(path.find(L'\0'));
+  return path;
 }

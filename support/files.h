@@ -37,5 +37,9 @@ bool delete_File(const std::wstring& path);
 // Makes a file of the text alone, in the system's code page, in place of one that is there.
 bool write_TextFile(const std::wstring& path, std::wstring_view text);
 
+// The folder of the system or of the person that goes by this CSIDL, with a backslash at its end; empty when
+// there is none.
+std::wstring get_SystemFolder(int csidl);
+
 // A path in the folder for temporary files, where no file is. Empty when that folder cannot be written to.
 std::wstring new_TemporaryPath();

@@ -1,7 +1,5 @@
 #include "support/module.h"
 
-#include <vector>
-
 #include "support/diagnostic_log.h"
 
 // The linker puts this symbol at the module's start, so its address is the module's handle without an entry
@@ -20,15 +18,10 @@ HINSTANCE get_Module() {
   return reinterpret_cast<HINSTANCE>(&__ImageBase);
 }
 
-std::wstring get_ModulePath() {
+std::wstring get_ModulePath(HMODULE module) {
   constexpr std::size_t longest_path = 32768;
-  std::vector<wchar_t> path(MAX_PATH);
-  for (;;) {
-    const DWORD length = GetModuleFileNameW(get_Module(), path.data(), static_cast<DWORD>(path.size()));
-    if (length < path.size() || path.size() >= longest_path)
-      return std::wstring(path.data(), length);
-    path.resize(path.size() * 2);
-  }
+  std::wstring path(longest_path, L'\0');
+  return path.substr(0, GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
 }
 
 std::wstring get_ModuleFolder() {

@@ -9,8 +9,8 @@
 // The module's own handle: resources are loaded from it.
 HINSTANCE get_Module();
 
-// Full path of the module's file.
-std::wstring get_ModulePath();
+// Full path of the module's own file, or of another module's; of the program when that is null.
+std::wstring get_ModulePath(HMODULE module = get_Module());
 
 // The folder from which the module was loaded, with a backslash at its end.
 std::wstring get_ModuleFolder();

@@ -68,13 +68,11 @@ RegistryValue convert(DWORD type, std::span<const std::byte> bytes, TextReader r
 template <typename Query, typename Name, typename TextReader>
 RegistryValue query_Value(Query query_function, HKEY key, const Name& name, TextReader read_text, DWORD& type,
                           LSTATUS& status) {
-  std::array<std::byte, first_buffer_size> buffer;
-  std::vector<std::byte> larger;
-  std::span<std::byte> bytes(buffer);
+  std::array<BYTE, first_buffer_size> buffer;
+  std::vector<BYTE> larger;
+  std::span<BYTE> bytes(buffer);
   auto size = static_cast<DWORD>(bytes.size());
-  const auto query = [&] {
-    return query_function(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(bytes.data()), &size);
-  };
+  const auto query = [&] { return query_function(key, name.c_str(), nullptr, &type, bytes.data(), &size); };
   status = query();
   if (status == ERROR_MORE_DATA) {
     larger.resize(size);
@@ -83,7 +81,7 @@ RegistryValue query_Value(Query query_function, HKEY key, const Name& name, Text
   }
   if (status != ERROR_SUCCESS)
     return std::wstring();
-  return convert(type, bytes.first(std::min<std::size_t>(size, bytes.size())), read_text);
+  return convert(type, std::as_bytes(bytes.first(std::min<std::size_t>(size, bytes.size()))), read_text);
 }
 
 }  // namespace

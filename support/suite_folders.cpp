@@ -4,8 +4,6 @@
 
 #include <shlobj.h>
 
-#include <array>
-
 #include "support/files.h"
 #include "support/registry.h"
 #include "support/settings.h"
@@ -19,11 +17,7 @@ std::wstring get_InstallFolder() {
 }
 
 std::wstring get_CommonProgramFolder() {
-  std::array<wchar_t, MAX_PATH> folder{};
-  if (FAILED(
-          SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES_COMMON, nullptr, SHGFP_TYPE_CURRENT, folder.data())))
-    return {};
-  return with_Backslash(folder.data());
+  return get_SystemFolder(CSIDL_PROGRAM_FILES_COMMON);
 }
 
 std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name) {

@@ -5,17 +5,15 @@
 #include <lmcons.h>
 #include <shlobj.h>
 
-#include <array>
+#include "support/files.h"
 
 std::wstring get_UserName() {
-  std::array<wchar_t, UNLEN + 1> name{};
+  std::wstring name(UNLEN + 1, L'\0');
   auto size = static_cast<DWORD>(name.size());
-  return GetUserNameW(name.data(), &size) ? name.data() : L"";
+  return GetUserNameW(name.data(), &size) ? name.c_str() : L"";
 }
 
 std::wstring get_DocumentsFolder() {
-  std::array<wchar_t, MAX_PATH> folder{};
-  if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PERSONAL, nullptr, SHGFP_TYPE_CURRENT, folder.data())))
-    return {};
-  return folder.data();
+  auto folder = get_SystemFolder(CSIDL_PERSONAL);
+  return folder.substr(0, folder.rfind(L'\\'));
 }
