@@ -1,9 +1,10 @@
 # How the product's own folders are compiled: as small as can be, since every Explorer carries the DLL, and with
-# guarded stack frames.
-add_compile_options(-fstack-protector-strong -fno-rtti)
+# guarded frames wherever a buffer lies on the stack. Those are of bytes; buffers of UTF-16 are texts, on the heap.
+add_compile_options(-fstack-protector -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
-  # Without copies of a function for single callers: the modules could no longer share them.
-  add_compile_options(-Oz -fno-ipa-sra -fno-ipa-cp)
+  # The DLL is compiled as one whole when it is linked; what else links these folders takes the plain code.
+  add_compile_options(-Oz -flto -ffat-lto-objects)
+  set(whole_program -Oz -flto -flto-partition=none -fexceptions)
 endif()
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
   # Exceptions are thrown by calls alone; other processors find their handlers by these tables.
