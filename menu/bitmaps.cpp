@@ -19,6 +19,15 @@ struct {
   HBITMAP Picture;
 } kept;  // until the module unloads
 
+// What takes longer to get than a picture takes to scale: the contexts that it goes from and to, and the form
+// of the display's bitmaps.
+struct {
+  HDC Source;
+  HDC Target;
+  WORD Planes;
+  WORD PixelBits;
+} display;  // until the module unloads
+
 // Colours of a picture that stand for those of a button face follow the user's colours.
 std::array<COLORREF, 3> picture_Colours() {
   return {GetSysColor(COLOR_3DSHADOW), GetSysColor(COLOR_3DFACE), GetSysColor(COLOR_3DLIGHT)};
@@ -63,6 +72,8 @@ class SelectedBitmap {
   SelectedBitmap(const SelectedBitmap&) = delete;
   SelectedBitmap& operator=(const SelectedBitmap&) = delete;
 
+  bool succeeded() const { return m_replaced != nullptr; }
+
  private:
   HDC m_context;
   HGDIOBJ m_replaced;
@@ -75,48 +86,75 @@ std::optional<SIZE> character_Cell(HDC context) {
   return SIZE{metrics.tmMaxCharWidth, metrics.tmHeight};
 }
 
-// The description of a bitmap of the context's device in that size; its rows fill whole 16-bit words.
-BITMAP device_Bitmap(HDC context, SIZE size) {
+void release_Display() {
+  for (auto* context : {&display.Source, &display.Target})
+    if (const auto made = std::exchange(*context, nullptr))
+      DeleteDC(made);
+}
+
+// Made from a context of the display, the two belong to no thread.
+bool open_Display() {
+  if (display.Target != nullptr)
+    return true;
+  release_Later(KeptUntil::ModuleUnloads, release_Display);
+  const unique_hdc screen(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
+  if (!screen)
+    return false;
+  display = {CreateCompatibleDC(screen.get()), CreateCompatibleDC(screen.get()),
+             static_cast<WORD>(GetDeviceCaps(screen.get(), PLANES)),
+             static_cast<WORD>(GetDeviceCaps(screen.get(), BITSPIXEL))};
+  if (display.Source == nullptr || display.Target == nullptr) {
+    release_Display();
+    return false;
+  }
+  // Without it, shrinking drops whole rows of a thin picture.
+  SetStretchBltMode(display.Target, HALFTONE);
+  SetBrushOrgEx(display.Target, 0, 0, nullptr);
+  return true;
+}
+
+// The description of a bitmap of the display in that size; its rows fill whole 16-bit words.
+BITMAP display_Bitmap(SIZE size) {
   constexpr LONG word_bits = 16;
   constexpr LONG word_bytes = 2;
   BITMAP bitmap{};
-  bitmap.bmPlanes = static_cast<WORD>(GetDeviceCaps(context, PLANES));
-  bitmap.bmBitsPixel = static_cast<WORD>(GetDeviceCaps(context, BITSPIXEL));
+  bitmap.bmPlanes = display.Planes;
+  bitmap.bmBitsPixel = display.PixelBits;
   bitmap.bmWidth = size.cx;
   bitmap.bmHeight = size.cy;
   bitmap.bmWidthBytes = (size.cx * bitmap.bmBitsPixel + word_bits - 1) / word_bits * word_bytes;
   return bitmap;
 }
 
-unique_hbitmap stretch(HDC source_context, HBITMAP source, const BITMAP& from, HDC target_context,
-                       const BITMAP& to) {
-  unique_hbitmap target(CreateBitmapIndirect(&to));
-  if (!target)
+enum class Size { Own, CharacterCell };
+
+unique_hbitmap copy_OnDisplay(HBITMAP source, const BITMAP& from, Size size) {
+  if (!open_Display())
     return {};
-  const SelectedBitmap selected_source(source_context, source);
-  const SelectedBitmap selected_target(target_context, target.get());
-  // Without it, shrinking drops whole rows of a thin picture.
-  SetStretchBltMode(target_context, HALFTONE);
-  SetBrushOrgEx(target_context, 0, 0, nullptr);
-  StretchBlt(target_context, 0, 0, to.bmWidth, to.bmHeight, source_context, 0, 0, from.bmWidth, from.bmHeight,
+  const auto cell = size == Size::CharacterCell ? character_Cell(display.Target) : std::nullopt;
+  if (size == Size::CharacterCell && !cell)
+    return {};
+  const auto to = display_Bitmap(cell.value_or(SIZE{from.bmWidth, from.bmHeight}));
+  unique_hbitmap target(CreateBitmapIndirect(&to));
+  const SelectedBitmap selected_source(display.Source, source);
+  const SelectedBitmap selected_target(display.Target, target.get());
+  if (!selected_target.succeeded())
+    return {};
+  StretchBlt(display.Target, 0, 0, to.bmWidth, to.bmHeight, display.Source, 0, 0, from.bmWidth, from.bmHeight,
              SRCCOPY);
   return target;
 }
 
-enum class Size { Own, CharacterCell };
-
 unique_hbitmap copy(HBITMAP source, Size size) {
-  // Compatible with the display, and so with its font; a context of the display itself costs ten times as
-  // much.
-  const unique_hdc source_context(CreateCompatibleDC(nullptr));
-  const unique_hdc target_context(CreateCompatibleDC(nullptr));
-  const auto cell = size == Size::CharacterCell ? character_Cell(source_context.get()) : std::nullopt;
   BITMAP from{};
-  const bool described = GetObjectA(source, sizeof from, &from) != 0;
-  if (!described || !source_context || !target_context || (size == Size::CharacterCell && !cell))
+  if (GetObjectA(source, sizeof from, &from) == 0)
     return {};
-  const auto to = device_Bitmap(target_context.get(), cell.value_or(SIZE{from.bmWidth, from.bmHeight}));
-  return stretch(source_context.get(), source, from, target_context.get(), to);
+  auto made = copy_OnDisplay(source, from, size);
+  if (!made) {  // a display that has become another one does not take a bitmap of the earlier form
+    release_Display();
+    made = copy_OnDisplay(source, from, size);
+  }
+  return made;
 }
 
 }  // namespace

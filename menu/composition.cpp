@@ -188,7 +188,7 @@ HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu*, HMENU hmenu, UINT inde
                                            UINT uFlags) noexcept {
   if (!is_MenuWanted(uFlags))
     return 0;
-  const RememberedReads reads;
+  const RememberedReads reads(RememberedReads::For::Menu);
   const bool folders = selection_flags().FilesAreFolder;
   debug_Log(L"Query Context Menu FilesAreFolder: ", folders ? L"True" : L"False");
   Block block{hmenu, indexMenu, idCmdFirst};

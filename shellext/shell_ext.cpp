@@ -153,6 +153,7 @@ void ShellExt::capture_Selection(IDataObject* lpdobj) {
   read_Paths(dropped_Names(lpdobj));
   // The short paths of an earlier selection must not stand in for an empty one.
   const bool named = m_Files.empty() || names_Anything(m_szFile);
+  const RememberedReads reads(RememberedReads::For::Selection);
   selected_files().assign(named ? m_szFile : m_szShortFile, path_separator);
   analyze_Selection(m_Files);
 }

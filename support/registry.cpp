@@ -32,7 +32,7 @@ struct {
   RegistryValue LastValue;
   std::wstring InstallFolder;
   bool Remembers = false;
-  std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as they were asked for, and texts
+  std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as first asked for, and texts
 } state;                                                          // lives as long as the process
 
 // Another call may be at work on this thread (a read that logs, a log that reads); it gets one short chance
@@ -169,8 +169,8 @@ void forbid_Writes() {
 std::wstring regread_Text(std::wstring_view path) {
   const bool remembers = state.Remembers && !state.Reading && !state.Quiet;
   if (remembers) {
-    const auto known =
-        std::ranges::find(state.Remembered, path, &decltype(state.Remembered)::value_type::first);
+    const auto known = std::ranges::find_if(
+        state.Remembered, [path](const auto& entry) { return equals_IgnoringCase(entry.first, path); });
     if (known != state.Remembered.end())
       return known->second;
   }
@@ -181,13 +181,16 @@ std::wstring regread_Text(std::wstring_view path) {
   return text;
 }
 
-RememberedReads::RememberedReads() noexcept {
+RememberedReads::RememberedReads(For purpose) noexcept : m_purpose(purpose) {
+  if (purpose == For::Selection)
+    state.Remembered.clear();
   state.Remembers = true;
 }
 
 RememberedReads::~RememberedReads() {
   state.Remembers = false;
-  state.Remembered.clear();
+  if (m_purpose == For::Menu)
+    state.Remembered.clear();
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {

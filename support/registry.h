@@ -30,13 +30,18 @@ void forbid_Writes();
 std::wstring regread_Text(std::wstring_view path);
 
 // While one lives, `regread_Text` reads each path once and then answers from memory, until a setting is
-// written. Composing a menu asks for the same folders again and again, faster than anybody could change them.
+// written. A right-click asks for the same folders again and again, faster than anybody could change them:
+// what was read for a selection is remembered until its menu is composed.
 class RememberedReads {
  public:
-  RememberedReads() noexcept;
+  enum class For { Selection, Menu };
+  explicit RememberedReads(For purpose) noexcept;
   ~RememberedReads();
   RememberedReads(const RememberedReads&) = delete;
   RememberedReads& operator=(const RememberedReads&) = delete;
+
+ private:
+  For m_purpose;
 };
 
 // Writes a REG_SZ value; the path is normalised in place. A user who may not write to HKLM writes the own

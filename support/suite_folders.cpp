@@ -9,6 +9,12 @@
 #include "support/settings.h"
 #include "support/text.h"
 
+namespace {
+
+std::wstring common_program_folder;  // lives as long as the module
+
+}  // namespace
+
 std::wstring get_InstallFolder() {
   auto folder = full_Folder(regread_Text(install_folder.Path));
   if (folder.empty())
@@ -17,7 +23,9 @@ std::wstring get_InstallFolder() {
 }
 
 std::wstring get_CommonProgramFolder() {
-  return get_SystemFolder(CSIDL_PROGRAM_FILES_COMMON);
+  if (common_program_folder.empty())
+    common_program_folder = get_SystemFolder(CSIDL_PROGRAM_FILES_COMMON);
+  return common_program_folder;
 }
 
 std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name) {
