@@ -80,7 +80,7 @@ void* __cxa_allocate_exception(std::size_t size) noexcept;
 void __cxa_free_exception(void* object) noexcept;
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {
-  void* memory = std::malloc(record_size + size);
+  void* memory = HeapAlloc(GetProcessHeap(), 0, record_size + size);
   if (memory == nullptr)
     memory = take_Reserve(record_size + size);
   std::memset(memory, 0, record_size);
@@ -95,7 +95,7 @@ void __cxa_free_exception(void* object) noexcept {
       return;
     }
   }
-  std::free(memory);
+  HeapFree(GetProcessHeap(), 0, memory);
 }
 
 }  // extern "C"
