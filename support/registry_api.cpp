@@ -5,6 +5,7 @@
 #include <cstring>
 #include <span>
 
+#include "support/registry_view.h"
 #include "support/text.h"
 
 namespace {
@@ -84,6 +85,18 @@ RegistryValue query_Value(Query query_function, HKEY key, const Name& name, Text
   return convert(type, std::as_bytes(bytes.first(std::min<std::size_t>(size, bytes.size()))), read_text);
 }
 
+RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
+  HKEY opened = nullptr;
+  status = ERROR_INVALID_NAME;
+  if (place.Root != nullptr)
+    status = RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened);
+  if (status != ERROR_SUCCESS)
+    return {};
+  const unique_hkey key(opened);
+  DWORD type = REG_NONE;
+  return query_Value(RegQueryValueExA, key.get(), to_Ansi(place.Name), read_AnsiText, type, status);
+}
+
 }  // namespace
 
 bool is_Empty(const RegistryValue& value) {
@@ -110,18 +123,13 @@ RegistryValue regread_api(std::wstring_view path) {
 }
 
 ApiAnswer ask_Registry(std::wstring_view path) {
-  const auto place = find_Place(path);
-  ApiAnswer answer;
-  HKEY opened = nullptr;
-  LSTATUS status = ERROR_INVALID_NAME;
-  if (place.Root != nullptr)
-    status = RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened);
-  if (status == ERROR_SUCCESS) {
-    const unique_hkey key(opened);
-    DWORD type = REG_NONE;
-    answer.Value = query_Value(RegQueryValueExA, key.get(), to_Ansi(place.Name), read_AnsiText, type, status);
-  }
-  answer.IsMissing = status == ERROR_FILE_NOT_FOUND && is_Ascii(path);
+  ApiAnswer answer{{}, is_Ascii(path)};
+  answer.Value = ask_Views(path, [&answer](std::wstring_view path_in_view) {
+    LSTATUS status = ERROR_SUCCESS;
+    auto value = read_AnsiValue(find_Place(path_in_view), status);
+    answer.IsMissing = answer.IsMissing && status == ERROR_FILE_NOT_FOUND;
+    return value;
+  });
   return answer;
 }
 

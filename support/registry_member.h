@@ -11,6 +11,7 @@
 #include "support/registry_path.h"
 #include "support/registry_provider.h"
 #include "support/registry_redirection.h"
+#include "support/registry_view.h"
 #include "support/script_host.h"
 #include "support/text.h"
 
@@ -28,8 +29,12 @@ auto administer(std::wstring_view path, Target target, Body body) noexcept {
     normalise_ForWrite(repaired);
     if (target != Target::ReadKey)
       redirect_ToUser(repaired);
-    const auto place = find_Place(target == Target::WrittenValue ? repaired : with_Backslash(repaired));
-    return place.Root == nullptr ? Answer() : body(place, repaired);
+    const auto run = [&](std::wstring_view path_in_view) {
+      const auto place = find_Place(path_in_view);
+      return place.Root == nullptr ? Answer() : body(place, repaired);
+    };
+    const auto whole = target == Target::WrittenValue ? repaired : with_Backslash(repaired);
+    return target == Target::ReadKey ? ask_Views(whole, run) : run(in_SuiteView(whole));
   });
 }
 

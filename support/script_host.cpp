@@ -3,6 +3,7 @@
 #include "support/automation.h"
 #include "support/component_lifetime.h"
 #include "support/diagnostic_log.h"
+#include "support/registry_view.h"
 #include "support/settings.h"
 
 namespace {
@@ -20,7 +21,8 @@ bool create_Shell() {
 }  // namespace
 
 void ensure_ScriptHost(std::wstring_view caller) {
-  const bool works = call_Member(state.Shell.get(), L"RegRead", {write_test.Path}).has_value();
+  const bool works =
+      call_Member(state.Shell.get(), L"RegRead", {text_Argument(in_SuiteView(write_test.Path))}).has_value();
   if (!works && !create_Shell())
     debug_Log(L"regi.CreateCOMObject wscript.shell failed in ", caller);
 }
@@ -30,17 +32,20 @@ bool has_ScriptHost() {
 }
 
 std::wstring read_ByScriptHost(std::wstring_view path) {
-  const auto answer = call_Member(state.Shell.get(), L"RegRead", {text_Argument(path)});
-  return answer ? as_Text(*answer) : std::wstring();
+  return ask_Views(path, [](std::wstring_view path_in_view) {
+    const auto answer = call_Member(state.Shell.get(), L"RegRead", {text_Argument(path_in_view)});
+    return answer ? as_Text(*answer) : std::wstring();
+  });
 }
 
 bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const wchar_t* type) {
-  return call_Member(state.Shell.get(), L"RegWrite", {text_Argument(path), value, type}).has_value();
+  return call_Member(state.Shell.get(), L"RegWrite", {text_Argument(in_SuiteView(path)), value, type})
+      .has_value();
 }
 
 bool delete_ByScriptHost(std::wstring_view path) {
   return !path.ends_with(L'\\') &&
-         call_Member(state.Shell.get(), L"RegDelete", {text_Argument(path)}).has_value();
+         call_Member(state.Shell.get(), L"RegDelete", {text_Argument(in_SuiteView(path))}).has_value();
 }
 
 bool try_Write(std::wstring_view path) {

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "support/processes.h"
+#include "support/registry_view.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -17,7 +18,8 @@ struct Place {
   std::string Key, Name;
 };
 
-Place find_Place(const std::wstring& path) {
+Place find_Place(const std::wstring& text) {
+  const std::wstring path(in_SuiteView(text));
   const auto key_end = path.rfind(L'\\');
   const HKEY other = path.starts_with(L"HKCU") ? HKEY_CURRENT_USER : HKEY_CLASSES_ROOT;
   const HKEY root = path.starts_with(L"HKLM") ? HKEY_LOCAL_MACHINE : other;
@@ -52,11 +54,12 @@ int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
 
 Machine::Machine() {
   CoInitialize(nullptr);
-  for (const auto& key :
-       split(LR"(HKLM\Software\Norvak|HKCU\Software\Norvak|HKCR\.p7m|HKCR\.p7s|HKCR\logging.logme|)"
-             LR"(HKCR\NorvakInter.SemaPhore|HKCR\NorvakCertInstaller.iCache|HKCR\NorvakTranslator.Language|)"
-             LR"(HKCR\norvakpdf.edit|HKCR\norvakcsp.PKCS7)",
-             L'|'))
+  for (
+      const auto& key : split(
+          LR"(HKLM\Software\Norvak|HKLM\Software\WOW6432Node\Norvak|HKCU\Software\Norvak|HKCR\.p7m|HKCR\.p7s|HKCR\logging.logme|)"
+          LR"(HKCR\NorvakInter.SemaPhore|HKCR\NorvakCertInstaller.iCache|HKCR\NorvakTranslator.Language|)"
+          LR"(HKCR\norvakpdf.edit|HKCR\norvakcsp.PKCS7)",
+          L'|'))
     RegDeleteTreeW(find_Place(key).Root, key.substr(5).c_str());
   set_Value(LR"(HKCR\WScript.Shell\CLSID\)", L"{72C24DD5-D70A-438B-8A42-98424B88AFB8}");
   for (const auto* file : {L"NorvakWorkerProcess.exe", L"NorvakTranslator.dll", L"NorvakInter.dll",

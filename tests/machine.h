@@ -28,8 +28,8 @@ class Machine : public testing::Test {
   Machine();
 };
 
-// Registry values by path texts that start with HKLM, HKCU or HKCR; a backslash at the end names the default
-// value. `set_Bytes` stores just these bytes, texts in the code page.
+// Registry values by path texts that start with HKLM, HKCU or HKCR, the suite's view of HKLM; a backslash at
+// the end names the default value. `set_Bytes` stores just these bytes, texts in the code page.
 void set_Value(const std::wstring& path, const std::wstring& text);
 void set_Bytes(const std::wstring& path, DWORD type, std::string_view bytes);
 

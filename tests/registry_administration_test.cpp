@@ -1,6 +1,7 @@
 #include "support/registry_administration.h"
 
 #include "support/registry.h"
+#include "support/registry_view.h"
 #include "support/value_deletion.h"
 #include "tests/components.h"
 
@@ -71,6 +72,9 @@ TEST_P(RegistryAdministration, KeepsAPlainUsersBranchApartAndTurnsToTheScriptHos
   host->IsCreatable = true;
   EXPECT_TRUE(createvalue(pdf + L"e", REG_EXPAND_SZ, L"%a%") && deletevalue(pdf + L"e") && !deletevalue(pdf));
   EXPECT_EQ(calls(own), (Lines{L"RegWrite(" + own + L"e, %a%, REG_EXPAND_SZ)", L"RegDelete(" + own + L"e)"}));
+  EXPECT_TRUE(deletevalue(norvak + L"e"));
+  const auto suites = L"RegDelete(" + std::wstring(in_SuiteView(LR"(HKLM\SOFTWARE\Norvak\e)")) + L")";
+  EXPECT_EQ(calls(suites), Lines{suites});
 }
 
 }  // namespace

@@ -1,10 +1,16 @@
 #include "support/registry.h"
 
+#include "support/registry_administration.h"
 #include "support/registry_path.h"
+#include "support/registry_view.h"
+#include "support/script_host.h"
 #include "support/text.h"
+#include "support/value_deletion.h"
 #include "tests/components.h"
 
 namespace {
+
+using namespace std::string_literals;
 
 class Registry : public Machine {};
 
@@ -105,13 +111,15 @@ TEST_F(Registry, FallsBackToTheScriptHost) {
   for (const auto* name : {L"x", L"y"})
     set_Bytes(norvak + name, REG_NONE, "what no other way reads");
   EXPECT_EQ(regread_Text(norvak + L"x"), L"by host");
-  const std::wstring made = L"+WScript.Shell", probe = LR"(RegRead(HKLM\SOFTWARE\Norvak\ctest))";
-  Lines expected{made, LR"(RegWrite(HKLM\SOFTWARE\Norvak\ctest, 1, REG_DWORD))", probe,
-                 LR"(RegRead(HKLM\SOFTWARE\Norvak\x))"};
+  const std::wstring own = LR"(HKLM\SOFTWARE\Norvak\)", suites(in_SuiteView(own));
+  const auto made = L"+WScript.Shell"s, probe = L"RegRead(" + suites + L"ctest)";
+  Lines expected{made, L"RegWrite(" + suites + L"ctest, 1, REG_DWORD)", probe, L"RegRead(" + suites + L"x)"};
   EXPECT_EQ(calls(), expected);
   host->Table[L"RegRead"] = fails();  // the object has died
   EXPECT_EQ(regread_Text(norvak + L"y"), L"");
-  expected.insert(expected.end(), {probe, made, L"-WScript.Shell", LR"(RegRead(HKLM\SOFTWARE\Norvak\y))"});
+  expected.insert(expected.end(), {probe, made, L"-WScript.Shell", L"RegRead(" + suites + L"y)"});
+  if (has_TwoViews)
+    expected.push_back(L"RegRead(" + own + L"y)");
   EXPECT_EQ(regread_Text(norvak + L"missing"), L"");
   EXPECT_EQ(calls(), expected) << "a working host is not asked for what is not there";
 }
@@ -138,6 +146,31 @@ TEST_F(Registry, FindsTheInstallFolderByItsIconAndRepairsTheValue) {
   EXPECT_EQ(regread_Text(norvak), L"");
   EXPECT_EQ(regread_Text(path), folder);
   EXPECT_EQ(value_At(path), LR"(c:\other)");
+}
+
+TEST_F(Registry, WritesToTheSuitesViewAndReadsTheOwnOneWhereThatHasNothing) {
+  constexpr auto* own_key = LR"(Software\Norvak\views)";  // in a 32-bit program the suite's too
+  const auto key = norvak + LR"(views\)", path = key + L"a";
+  const std::tuple<std::function<bool()>, std::wstring, std::wstring> steps[] = {
+      {[&] { return write(path, L"host's"); }, L"host's", L"host's"},
+      {[&] { return deletevalue(path); }, L"(none)", L""},
+      {[&] { return !RegSetKeyValueW(HKEY_LOCAL_MACHINE, own_key, L"a", REG_SZ, L"own", 8); },
+       has_TwoViews ? L"(none)" : L"own", L"own"},
+      {[&] { return createvalue(path, REG_SZ, L"functions'"); }, L"functions'", L"functions'"},
+      {[&] { return deletevalue(path); }, L"(none)", has_TwoViews ? L"own" : L""}};
+  for (const auto& [change, in_suites_view, read] : steps) {
+    EXPECT_TRUE(change());
+    EXPECT_EQ(value_At(path), in_suites_view);
+    const auto entries = EnumValues(key);
+    EXPECT_EQ(entries.empty() ? L"" : as_Text(entries[0].Value), read);
+    EXPECT_EQ(Lines({as_Text(regread_api(path)), read_ByScriptHost(path)}), Lines(2, read));
+  }
+  EXPECT_EQ(EnumKey(norvak), Lines{L"views"});
+  for (const auto* other : {LR"(HKCU\Software\a)", LR"(HKLM\Softwares\a)", LR"(hklm\software\wow6432node\a)",
+                            LR"(HKLM\Software\Classes\a)", LR"(HKLM\Software)", L""})
+    EXPECT_EQ(through_SuiteView(other), other);
+  EXPECT_EQ(through_SuiteView(LR"(HKEY_LOCAL_MACHINE\Software\a)"),
+            LR"(HKEY_LOCAL_MACHINE\Software\WOW6432Node\a)");
 }
 
 }  // namespace
