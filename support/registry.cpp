@@ -185,10 +185,12 @@ RememberedReads::RememberedReads(For purpose) noexcept : m_purpose(purpose) {
   if (purpose == For::Selection)
     state.Remembered.clear();
   state.Remembers = true;
+  keep_Keys(true);
 }
 
 RememberedReads::~RememberedReads() {
   state.Remembers = false;
+  keep_Keys(false);
   if (m_purpose == For::Menu)
     state.Remembered.clear();
 }

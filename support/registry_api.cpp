@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <forward_list>
 #include <span>
 
 #include "support/registry_view.h"
@@ -85,19 +86,54 @@ RegistryValue query_Value(Query query_function, HKEY key, const Name& name, Text
   return convert(type, std::as_bytes(bytes.first(std::min<std::size_t>(size, bytes.size()))), read_text);
 }
 
-RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
+struct OpenedKey {
+  HKEY Root;
+  std::wstring Path;
+  unique_hkey Key;  // null with the status that opening it gave
+  LSTATUS Status;
+};
+
+struct {
+  bool Keeps = false;
+  std::forward_list<OpenedKey> Keys;
+} kept;  // while keys are kept
+
+OpenedKey open_ByAnsiName(const RegistryPlace& place) {
+  OpenedKey key{place.Root, place.Key, {}, ERROR_INVALID_NAME};
   HKEY opened = nullptr;
-  status = ERROR_INVALID_NAME;
-  if (place.Root != nullptr)
-    status = RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened);
-  if (status != ERROR_SUCCESS)
-    return {};
-  const unique_hkey key(opened);
+  if (key.Root != nullptr)
+    key.Status = RegOpenKeyExA(key.Root, to_Ansi(key.Path).c_str(), 0, KEY_READ, &opened);
+  key.Key.reset(opened);
+  return key;
+}
+
+RegistryValue read_AnsiValue(const RegistryPlace& place, const OpenedKey& key, LSTATUS& status) {
+  status = key.Status;
   DWORD type = REG_NONE;
-  return query_Value(RegQueryValueExA, key.get(), to_Ansi(place.Name), read_AnsiText, type, status);
+  return key.Key
+             ? query_Value(RegQueryValueExA, key.Key.get(), to_Ansi(place.Name), read_AnsiText, type, status)
+             : RegistryValue();
+}
+
+RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
+  if (!kept.Keeps)
+    return read_AnsiValue(place, open_ByAnsiName(place), status);
+  for (const auto& key : kept.Keys)
+    if (key.Root == place.Root && equals_IgnoringCase(key.Path, place.Key))
+      return read_AnsiValue(place, key, status);
+  return read_AnsiValue(place, kept.Keys.emplace_front(open_ByAnsiName(place)), status);
 }
 
 }  // namespace
+
+void keep_Keys(bool keeps) {
+  kept.Keeps = keeps;
+  forget_Keys();
+}
+
+void forget_Keys() {
+  kept.Keys.clear();
+}
 
 bool is_Empty(const RegistryValue& value) {
   return std::visit([](const auto& content) { return content.empty(); }, value);

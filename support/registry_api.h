@@ -1,5 +1,5 @@
 // The registry functions alone: reads by one path text (root, key path and value name joined by backslashes),
-// and what lies behind a place that such a path names. No state.
+// and what lies behind a place that such a path names. No state but keys that are kept for a while.
 #pragma once
 
 #include <windows.h>
@@ -34,6 +34,12 @@ struct ApiAnswer {
   bool IsMissing = false;
 };
 ApiAnswer ask_Registry(std::wstring_view path);
+
+// From now on keys stay open, and missing ones missing, for the next reads; or no longer. Starts with none.
+void keep_Keys(bool keeps);
+
+// What is kept is looked up again: a write may have made a key.
+void forget_Keys();
 
 struct RegistryPlace {
   HKEY Root;

@@ -3,6 +3,7 @@
 #include "support/automation.h"
 #include "support/component_lifetime.h"
 #include "support/diagnostic_log.h"
+#include "support/registry_api.h"
 #include "support/registry_view.h"
 #include "support/settings.h"
 
@@ -39,6 +40,7 @@ std::wstring read_ByScriptHost(std::wstring_view path) {
 }
 
 bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const wchar_t* type) {
+  forget_Keys();
   return call_Member(state.Shell.get(), L"RegWrite", {text_Argument(in_SuiteView(path)), value, type})
       .has_value();
 }

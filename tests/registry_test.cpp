@@ -106,6 +106,30 @@ TEST_F(Registry, KeepsThePdfBranchOfAPlainUserApart) {
   EXPECT_EQ(regread_Text(norvak + LR"(pdf\b)"), L"new");
 }
 
+TEST_F(Registry, RemembersReadsFromTheSelectionToItsMenuUnlessASettingIsWritten) {
+  const auto path = norvak + LR"(pdf\a)";
+  const auto read_AfterChange = [&](const wchar_t* text) {
+    set_Value(path, text);
+    regread_Text(norvak + L"another path");
+    return regread_Text(to_Lower(path));
+  };
+  {
+    const RememberedReads reads(RememberedReads::For::Selection);
+    EXPECT_EQ(regread_Text(path), L"");
+    EXPECT_EQ(read_AfterChange(L"1"), L"");
+  }
+  EXPECT_EQ(read_AfterChange(L"2"), L"2") << "between the two";
+  {
+    const RememberedReads reads(RememberedReads::For::Menu);
+    EXPECT_EQ(read_AfterChange(L"3"), L"");
+    EXPECT_EQ(regread_Text(norvak + LR"(missing\a)"), L"");
+    EXPECT_TRUE(write(norvak + LR"(missing\a)", L"written"));
+    EXPECT_EQ(regread_Text(norvak + LR"(missing\a)"), L"written") << "of a key that was not there";
+  }
+  const RememberedReads next(RememberedReads::For::Menu);
+  EXPECT_EQ(read_AfterChange(L"4"), L"4");
+}
+
 TEST_F(Registry, FallsBackToTheScriptHost) {
   Component host(L"WScript.Shell", {{L"RegWrite", answers({})}, {L"RegRead", answers(L"by host")}});
   for (const auto* name : {L"x", L"y"})
