@@ -142,6 +142,8 @@ HRESULT write_TypeLibrary() {
     return loaded;
   std::vector<std::wstring> new_keys{LR"(TypeLib\)" + guid_Text(libid_ShellExt),
                                      LR"(Interface\)" + guid_Text(iid_ShellExt)};
+  if constexpr (library_kind == SYS_WIN64)  // the platform writes what 32-bit callers need too
+    new_keys.push_back(LR"(Wow6432Node\)" + new_keys.back());
   std::erase_if(new_keys, [](const std::wstring& key) { return !is_KeyMissing(key); });
   const HRESULT outcome = RegisterTypeLib(library.Get(), get_ModulePath().data(), nullptr);
   // The platform leaves what it wrote before it failed, and can remove only a registration that is whole.

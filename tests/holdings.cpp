@@ -52,12 +52,13 @@ void PrintTo(const Holdings& all, std::ostream* stream) {
 
 long kernel_Handles() {
   constexpr auto all_handles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-  std::vector<ULONG> table(1 << 18);  // their count, then four numbers for each; the first one is its process
+  constexpr std::size_t words = sizeof(void*) == 4 ? 4 : 3;  // for each handle; the first one has its process
+  std::vector<ULONG_PTR> table(1 << 18);                     // behind their count
   NtQuerySystemInformation(all_handles, table.data(), static_cast<ULONG>(table.size() * sizeof table[0]),
                            nullptr);
   long count = 0;
-  for (std::size_t index = 0; index < table[0]; ++index)
-    count += table[1 + 4 * index] == GetCurrentProcessId();
+  for (std::size_t index = 0; index < static_cast<ULONG>(table[0]); ++index)
+    count += static_cast<ULONG>(table[1 + words * index]) == GetCurrentProcessId();
   return count;
 }
 
