@@ -35,7 +35,8 @@ std::wstring keep_Beside(const std::wstring& picture, const std::wstring& pdf) {
 }  // namespace
 
 std::wstring convert_ToPdf(const std::wstring& picture) {
-  const auto editor = create_OrRegister(L"norvakpdf.edit", {get_InstallFolder() + L"norvakpdf.dll"});
+  const auto editor =
+      create_OrRegister(L"norvakpdf.edit", {get_InstallFolder() + L"norvakpdf.dll"}, answer_AfterWork);
   if (!editor)
     return picture;
   if (get_hwnd() != nullptr)

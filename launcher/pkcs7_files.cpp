@@ -19,7 +19,8 @@ constexpr std::wstring_view envelope_ending = L".p7m";
 constexpr std::wstring_view signature_ending = L".p7s";
 
 AutomationObject create_Component() {
-  auto component = create_OrRegister(L"norvakcsp.PKCS7", {get_InstallFolder() + L"norvakcsp.dll"});
+  auto component =
+      create_OrRegister(L"norvakcsp.PKCS7", {get_InstallFolder() + L"norvakcsp.dll"}, answer_AfterWork);
   if (get_hwnd() != nullptr)
     put_Property(component.Get(), L"WindowHandle", hwnd_Argument(get_hwnd()));
   return component;

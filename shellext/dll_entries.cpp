@@ -9,6 +9,7 @@
 #include "shellext/shell_ext.h"
 #include "support/boundary.h"
 #include "support/component_lifetime.h"
+#include "support/remote_component.h"
 #include "support/stack_guard.h"
 
 // A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.
@@ -20,12 +21,15 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
   return clsid == clsid_ShellExt ? create_ClassFactory(iid, factory) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
-// S_OK when no object, factory or server lock needs the module; what it still keeps is released then.
+// S_OK when no object, factory, server lock or call to a component needs the module; what it still keeps is
+// released then.
 STDAPI DllCanUnloadNow() {
   choose_StackGuard();
   if (is_ModuleLocked())
     return S_FALSE;
   run_Guarded(release_Components);
+  if constexpr (!is_SuitesBitness)
+    return end_RemoteWork() ? S_OK : S_FALSE;
   return S_OK;
 }
 

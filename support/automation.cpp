@@ -8,6 +8,7 @@
 #include "support/component_lifetime.h"
 #include "support/files.h"
 #include "support/handles.h"
+#include "support/remote_component.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -62,21 +63,31 @@ void keep_Factory(const wchar_t* progid, const ComPtr<IClassFactory>& factory) {
 
 std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
                                  std::initializer_list<_variant_t> arguments) {
-  if (object == nullptr)
-    return {};
   DISPID member = DISPID_UNKNOWN;
-  auto* writable_name = const_cast<wchar_t*>(name);
-  if (FAILED(object->GetIDsOfNames(no_interface, &writable_name, 1, LOCALE_USER_DEFAULT, &member)))
+  if (object == nullptr || FAILED(find_Member(object, name, member)))
     return {};
-
   std::vector<_variant_t> reversed(std::rbegin(arguments), std::rend(arguments));
+  _variant_t result;
+  if (FAILED(invoke_Member(object, member, kind, reversed, result)))
+    return {};
+  return result;
+}
+
+}  // namespace
+
+HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member) {
+  auto* writable_name = const_cast<wchar_t*>(name);
+  return object->GetIDsOfNames(no_interface, &writable_name, 1, LOCALE_USER_DEFAULT, &member);
+}
+
+HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_variant_t> reversed_arguments,
+                      _variant_t& result) {
   DISPID property_put = DISPID_PROPERTYPUT;
-  DISPPARAMS parameters{reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
+  DISPPARAMS parameters{reversed_arguments.data(), nullptr, static_cast<UINT>(reversed_arguments.size()), 0};
   if ((kind & DISPATCH_PROPERTYPUT) != 0) {
     parameters.rgdispidNamedArgs = &property_put;
     parameters.cNamedArgs = 1;
   }
-  _variant_t result;
   EXCEPINFO exception{};
   UINT argument_at_fault = 0;
   const HRESULT outcome = object->Invoke(member, no_interface, LOCALE_USER_DEFAULT, kind, &parameters,
@@ -84,25 +95,27 @@ std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD ki
   SysFreeString(exception.bstrSource);
   SysFreeString(exception.bstrDescription);
   SysFreeString(exception.bstrHelpFile);
-  if (FAILED(outcome))
-    return {};
-  return result;
+  return outcome;
 }
 
-}  // namespace
-
-AutomationObject create_Object(const wchar_t* progid) noexcept {
+AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD answer_limit) noexcept {
   AutomationObject object;
   run_Guarded([&] { object = create_ByKnownFactory(progid); });
   CLSID clsid{};
   if (object || FAILED(CLSIDFromProgID(progid, &clsid)))
     return object;
   ComPtr<IClassFactory> factory;
-  // Only a factory in this process is kept: one of another process would keep that process alive.
-  if (FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory))))
+  if (SUCCEEDED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)))) {
+    if (SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+      run_Guarded([&] { keep_Factory(progid, factory); });
+    return object;
+  }
+  // A 64-bit program finds the suite's components in other processes as a rule. For a 32-bit one this is an
+  // exception, and a factory that is kept would keep that process alive.
+  if constexpr (is_SuitesBitness)
     CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
-  else if (SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
-    run_Guarded([&] { keep_Factory(progid, factory); });
+  else
+    object = create_RemoteObject(clsid, answer_limit);
   return object;
 }
 
@@ -117,12 +130,12 @@ bool register_Server(const std::wstring& path) noexcept {
          SUCCEEDED(reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(entry))());
 }
 
-AutomationObject create_OrRegister(const wchar_t* progid,
-                                   std::initializer_list<std::wstring> servers) noexcept {
-  if (auto object = create_Object(progid))
+AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<std::wstring> servers,
+                                   DWORD answer_limit) noexcept {
+  if (auto object = create_Object(progid, answer_limit))
     return object;
   std::ranges::for_each(servers, register_Server);
-  return create_Object(progid);
+  return create_Object(progid, answer_limit);
 }
 
 std::optional<_variant_t> call_Member(IDispatch* object, const wchar_t* name,

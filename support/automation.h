@@ -11,6 +11,7 @@
 
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -40,16 +41,26 @@ class KeptInterface {
 
 using KeptObject = KeptInterface<IDispatch>;
 
+// How long the answer of a component in another process is waited for, in milliseconds. That of one that
+// works on files or waits for others may take longer. In-process components answer when they do.
+constexpr DWORD quick_answer = 2000;
+constexpr DWORD answer_AfterWork = 600'000;
+
 // A new object of the class registered under the ProgID; null when there is none or it cannot be made.
-AutomationObject create_Object(const wchar_t* progid) noexcept;
+AutomationObject create_Object(const wchar_t* progid, DWORD answer_limit = quick_answer) noexcept;
 
 // Runs the registration entry point of a COM server DLL. False when the path is no full one, or the file
 // cannot be loaded, has no such entry or the entry fails.
 bool register_Server(const std::wstring& path) noexcept;
 
 // `create_Object`; when that fails, each of the DLLs is registered and the object is tried once more.
-AutomationObject create_OrRegister(const wchar_t* progid,
-                                   std::initializer_list<std::wstring> servers) noexcept;
+AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<std::wstring> servers,
+                                   DWORD answer_limit = quick_answer) noexcept;
+
+// The two steps of a call by name; the arguments stand in the reverse of their written order.
+HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member);
+HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_variant_t> reversed_arguments,
+                      _variant_t& result);
 
 // Calls a method, or reads a property, with the arguments in their written order. Nothing when it failed.
 std::optional<_variant_t> call_Member(IDispatch* object, const wchar_t* name,

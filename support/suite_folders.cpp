@@ -6,6 +6,7 @@
 
 #include "support/files.h"
 #include "support/registry.h"
+#include "support/remote_component.h"
 #include "support/settings.h"
 #include "support/text.h"
 
@@ -24,7 +25,8 @@ std::wstring get_InstallFolder() {
 
 std::wstring get_CommonProgramFolder() {
   if (common_program_folder.empty())
-    common_program_folder = get_SystemFolder(CSIDL_PROGRAM_FILES_COMMON);
+    common_program_folder =
+        get_SystemFolder(is_SuitesBitness ? CSIDL_PROGRAM_FILES_COMMON : CSIDL_PROGRAM_FILES_COMMONX86);
   return common_program_folder;
 }
 

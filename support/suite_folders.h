@@ -7,8 +7,8 @@
 // "HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR", with a backslash at its end; empty when neither is a full path.
 std::wstring get_InstallFolder();
 
-// The system's common program files folder, which the suite's shared programs and components are put into,
-// with a backslash at its end; empty when the system does not tell it.
+// The system's common program files folder for 32-bit programs, which the suite's shared programs and
+// components are put into, with a backslash at its end; empty when the system does not tell it.
 std::wstring get_CommonProgramFolder();
 
 // The full path of a file of the folder when that file exists; empty when it does not or the folder is no

@@ -23,11 +23,15 @@ struct {
   bool Writing = false;
 } state;  // lives as long as the module
 
+// How long a component in another process may wait for the present holder.
+constexpr DWORD longest_wait = 15'000;
+
 // Other processes wait while this object lives.
 AutomationObject take_Semaphore(const wchar_t* caller) {
   const auto folder = get_CommonProgramFolder();
-  auto semaphore = create_OrRegister(L"NorvakInter.SemaPhore",
-                                     {folder + L"NorvakInter.dll", folder + LR"(norvak\NorvakInter.dll)"});
+  auto semaphore =
+      create_OrRegister(L"NorvakInter.SemaPhore",
+                        {folder + L"NorvakInter.dll", folder + LR"(norvak\NorvakInter.dll)"}, longest_wait);
   const long number = 666;
   const short kind = 6;
   call_Member(semaphore.Get(), L"WaitingForSemaphore", {caller, number, kind});

@@ -1,0 +1,397 @@
+#include "support/remote_component.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/automation.h"
+#include "support/boundary.h"
+#include "support/guid.h"
+#include "support/handles.h"
+#include "support/module.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+// An object as the workers know it. They alone make, call and release it, since it belongs to their
+// apartment.
+struct Proxy {
+  ComPtr<IDispatch> Object;
+  std::map<std::wstring, DISPID> Members;
+};
+
+struct Worker;
+using Routine =
+    std::function<HRESULT(Worker&)>;  // owns all that it works on: its caller may have stopped waiting
+
+struct Task {
+  CLSID Class;
+  Routine Run;
+  bool IsAwaited;
+};
+
+struct Worker {
+  SRWLOCK Lock = SRWLOCK_INIT;
+  CONDITION_VARIABLE Changed = CONDITION_VARIABLE_INIT;
+  std::deque<Task> Tasks;  // this and the next three under the lock
+  CLSID Class{};           // of the task at work
+  bool Ends = false;
+  bool HasEnded = false;
+  HRESULT Outcome = S_OK;  // of the task that is awaited, once that is done
+  const unique_kernel_handle Done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+  unique_kernel_handle Thread;
+  // Kept by the thread: starting the process anew takes longer than a right-click may.
+  std::vector<std::pair<CLSID, ComPtr<IClassFactory>>> Factories;
+};
+
+struct MissingSurrogate {
+  std::wstring Name;
+  std::shared_ptr<Worker> HeldUp;  // by a call to it; null for a process that has ended
+};
+
+struct {
+  std::shared_ptr<Worker> Current;
+  std::vector<MissingSurrogate> Missing;
+  std::atomic<bool> IsWaiting = false;
+  std::atomic<long> Threads = 0;
+} state;  // lives as long as the module
+
+class Locked {
+ public:
+  explicit Locked(Worker& worker) : m_lock(&worker.Lock) { AcquireSRWLockExclusive(m_lock); }
+  ~Locked() { ReleaseSRWLockExclusive(m_lock); }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+
+ private:
+  SRWLOCK* m_lock;
+};
+
+// The next task; none when the worker is to end.
+Task take_Task(Worker& worker) {
+  const Locked lock(worker);
+  while (worker.Tasks.empty() && !worker.Ends)
+    SleepConditionVariableSRW(&worker.Changed, &worker.Lock, INFINITE, 0);
+  if (worker.Ends)
+    return {};
+  auto task = std::move(worker.Tasks.front());
+  worker.Tasks.pop_front();
+  worker.Class = task.Class;
+  return task;
+}
+
+void run_Tasks(Worker& worker) {
+  for (auto task = take_Task(worker); task.Run; task = take_Task(worker)) {
+    const HRESULT outcome = run_Guarded(E_OUTOFMEMORY, [&] { return task.Run(worker); });
+    task.Run = nullptr;
+    if (!task.IsAwaited)
+      continue;
+    worker.Outcome = outcome;
+    SetEvent(worker.Done.get());
+  }
+}
+
+void drop_Tasks(Worker& worker) {
+  std::deque<Task> dropped;
+  const Locked lock(worker);
+  worker.HasEnded = true;
+  dropped.swap(worker.Tasks);
+}
+
+DWORD WINAPI run_Worker(void* argument) {
+  {
+    const std::unique_ptr<std::shared_ptr<Worker>> own(static_cast<std::shared_ptr<Worker>*>(argument));
+    Worker& worker = **own;
+    const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    run_Tasks(worker);
+    // A call that nobody waits for any more must not be made late; what the tasks own is released.
+    drop_Tasks(worker);
+    worker.Factories.clear();
+    if (SUCCEEDED(entered))
+      CoUninitialize();
+  }
+  --state.Threads;
+  FreeLibraryAndExitThread(get_Module(), 0);
+}
+
+std::shared_ptr<Worker> start_Worker() {
+  auto worker = std::make_shared<Worker>();
+  auto argument = std::make_unique<std::shared_ptr<Worker>>(worker);
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(get_Module()),
+                     &module);
+  ++state.Threads;
+  worker->Thread.reset(worker->Done ? CreateThread(nullptr, 0, run_Worker, argument.get(), 0, nullptr)
+                                    : nullptr);
+  if (!worker->Thread) {
+    --state.Threads;
+    FreeLibrary(module);
+    throw std::bad_alloc();
+  }
+  argument.release();
+  return worker;
+}
+
+Worker& ensure_Worker() {
+  if (!state.Current)
+    state.Current = start_Worker();
+  return *state.Current;
+}
+
+void end_Worker(Worker& worker) {
+  {
+    const Locked lock(worker);
+    worker.Ends = true;
+  }
+  WakeConditionVariable(&worker.Changed);
+}
+
+// False when the worker has ended.
+bool hand_Over(Worker& worker, const Task& task) {
+  const Locked lock(worker);
+  if (worker.HasEnded)
+    return false;
+  worker.Tasks.push_back(task);
+  WakeConditionVariable(&worker.Changed);
+  return true;
+}
+
+// The process that serves the class, by the name under which the system starts it.
+std::wstring surrogate_Of(REFCLSID clsid) {
+  const auto id = guid_Text(clsid);
+  HKEY opened = nullptr;
+  RegOpenKeyExW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + id).c_str(), 0, KEY_READ | KEY_WOW64_32KEY, &opened);
+  const unique_hkey key(opened);
+  std::array<wchar_t, 39> application{};  // an identifier in braces and its NUL
+  DWORD bytes = sizeof application;
+  const LSTATUS read =
+      RegGetValueW(key.get(), nullptr, L"AppID", RRF_RT_REG_SZ, nullptr, application.data(), &bytes);
+  return read == ERROR_SUCCESS ? application.data() : id;
+}
+
+// Null while the process of the class is not known to be missing.
+const MissingSurrogate* find_Missing(REFCLSID clsid) {
+  if (state.Missing.empty())
+    return nullptr;
+  const auto found = std::ranges::find(state.Missing, surrogate_Of(clsid), &MissingSurrogate::Name);
+  return found == state.Missing.end() ? nullptr : &*found;
+}
+
+// Whether the outcome tells that the process has ended, could not be reached or not be started.
+bool has_Ended(HRESULT outcome) {
+  static constexpr std::array outcomes{RPC_E_DISCONNECTED,
+                                       RPC_E_SERVER_DIED,
+                                       RPC_E_SERVER_DIED_DNE,
+                                       CO_E_OBJNOTCONNECTED,
+                                       CO_E_SERVER_EXEC_FAILURE,
+                                       HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE),
+                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED),
+                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE)};
+  return std::ranges::find(outcomes, outcome) != outcomes.end();
+}
+
+// A long wait answers what other threads send to this thread's windows, which may own a component's dialog;
+// input and Explorer's own messages stay where they are.
+bool wait_For(HANDLE done, DWORD limit) {
+  if (limit <= quick_answer)
+    return WaitForSingleObject(done, limit) == WAIT_OBJECT_0;
+  const auto end = GetTickCount64() + limit;
+  for (auto now = end - limit; now < end; now = GetTickCount64()) {
+    if (MsgWaitForMultipleObjects(1, &done, FALSE, static_cast<DWORD>(end - now), QS_SENDMESSAGE) ==
+        WAIT_OBJECT_0)
+      return true;
+    MSG message;
+    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+  }
+  return false;
+}
+
+// Another worker takes the place of one that is held up, at once: the apartment, and with it all objects,
+// would end with its last thread.
+void abandon_Worker() {
+  const auto held_up = std::move(state.Current);
+  end_Worker(*held_up);
+  state.Missing.push_back({surrogate_Of(held_up->Class), held_up});
+  ensure_Worker();
+}
+
+HRESULT run_Awaited(REFCLSID clsid, DWORD limit, Routine&& routine) {
+  if (find_Missing(clsid) != nullptr)
+    return CO_E_OBJNOTCONNECTED;
+  Worker& worker = ensure_Worker();
+  hand_Over(worker, {clsid, std::move(routine), true});
+  if (!wait_For(worker.Done.get(), limit)) {
+    abandon_Worker();
+    return RPC_E_TIMEOUT;
+  }
+  if (has_Ended(worker.Outcome))
+    state.Missing.push_back({surrogate_Of(clsid), {}});
+  return worker.Outcome;
+}
+
+HRESULT run_Remotely(REFCLSID clsid, DWORD limit, Routine routine) noexcept {
+  if (state.IsWaiting.exchange(true))
+    return RPC_E_CALL_REJECTED;
+  const ScopeExit done([] { state.IsWaiting = false; });
+  return run_Guarded(E_OUTOFMEMORY, [&] { return run_Awaited(clsid, limit, std::move(routine)); });
+}
+
+HRESULT get_Factory(REFCLSID clsid, ComPtr<IClassFactory>& factory) {
+  constexpr DWORD other_bitness = CLSCTX_LOCAL_SERVER | CLSCTX_ACTIVATE_32_BIT_SERVER;
+  const HRESULT outcome = CoGetClassObject(clsid, other_bitness, nullptr, IID_PPV_ARGS(&factory));
+  return outcome != REGDB_E_CLASSNOTREG
+             ? outcome
+             : CoGetClassObject(clsid, CLSCTX_LOCAL_SERVER, nullptr, IID_PPV_ARGS(&factory));
+}
+
+HRESULT make_Object(Worker& worker, REFCLSID clsid, Proxy& proxy) {
+  auto& factories = worker.Factories;
+  auto known = std::ranges::find(factories, clsid, &std::pair<CLSID, ComPtr<IClassFactory>>::first);
+  if (known == factories.end()) {
+    ComPtr<IClassFactory> factory;
+    if (const HRESULT outcome = get_Factory(clsid, factory); FAILED(outcome))
+      return outcome;
+    known = factories.insert(known, {clsid, factory});
+  }
+  const HRESULT outcome = known->second->CreateInstance(nullptr, IID_PPV_ARGS(&proxy.Object));
+  if (FAILED(outcome))
+    factories.erase(known);
+  return outcome;
+}
+
+HRESULT call_Object(Proxy& proxy, const std::wstring& name, WORD kind, std::vector<_variant_t>& arguments,
+                    _variant_t& result) {
+  auto member = proxy.Members.find(name);
+  if (member == proxy.Members.end()) {
+    DISPID found = DISPID_UNKNOWN;
+    if (const HRESULT outcome = find_Member(proxy.Object.Get(), name.c_str(), found); FAILED(outcome))
+      return outcome;
+    member = proxy.Members.emplace(name, found).first;
+  }
+  return invoke_Member(proxy.Object.Get(), member->second, kind, arguments, result);
+}
+
+// Whether the value means the same in every apartment.
+bool is_Plain(const VARIANT& value) {
+  return value.vt <= VT_UINT && value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN && value.vt != VT_VARIANT;
+}
+
+// What the callers hold in place of the object.
+class RemoteObject final : public IDispatch {
+ public:
+  RemoteObject(REFCLSID clsid, DWORD answer_limit)
+      : m_class(clsid), m_limit(answer_limit), m_proxy(std::make_shared<Proxy>()) {}
+
+  HRESULT make();
+
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+    const bool is_known = iid == __uuidof(IUnknown) || iid == __uuidof(IDispatch);
+    *object = is_known ? this : nullptr;
+    if (is_known)
+      AddRef();
+    return is_known ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
+  STDMETHODIMP_(ULONG) Release() override {
+    const LONG left = InterlockedDecrement(&m_references);
+    if (left == 0)
+      delete this;
+    return static_cast<ULONG>(left);
+  }
+  STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* members) override;
+  STDMETHODIMP Invoke(DISPID member, REFIID, LCID, WORD kind, DISPPARAMS* parameters, VARIANT* result,
+                      EXCEPINFO*, UINT*) override;
+
+ private:
+  ~RemoteObject();
+
+  const CLSID m_class;
+  const DWORD m_limit;
+  std::shared_ptr<Proxy> m_proxy;
+  std::vector<std::wstring> m_names;  // at the places that the callers know them by
+  LONG m_references = 0;
+};
+
+HRESULT RemoteObject::make() {
+  return run_Remotely(m_class, quick_answer, [clsid = m_class, proxy = m_proxy](Worker& worker) {
+    return make_Object(worker, clsid, *proxy);
+  });
+}
+
+// Nobody waits for the end of an object, but for that of one that may have kept others waiting.
+RemoteObject::~RemoteObject() {
+  run_Guarded([&] {
+    const auto* missing = find_Missing(m_class);
+    Task release{m_class, [proxy = std::move(m_proxy)](Worker&) { return S_OK; }, false};
+    // Another worker would only be held up in its turn.
+    if (missing == nullptr || !missing->HeldUp || !hand_Over(*missing->HeldUp, release))
+      hand_Over(ensure_Worker(), release);
+  });
+  if (m_limit > quick_answer)
+    run_Remotely(m_class, quick_answer, [](Worker&) { return S_OK; });
+}
+
+// The member is looked up with its first call, so that a later one is one question to the other process.
+STDMETHODIMP RemoteObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* members) {
+  if (count != 1)
+    return E_NOTIMPL;
+  return run_Guarded(E_OUTOFMEMORY, [&] {
+    auto known = std::ranges::find(m_names, names[0]);
+    if (known == m_names.end())
+      known = m_names.insert(known, names[0]);
+    members[0] = static_cast<DISPID>(known - m_names.begin());
+    return S_OK;
+  });
+}
+
+STDMETHODIMP RemoteObject::Invoke(DISPID member, REFIID, LCID, WORD kind, DISPPARAMS* parameters,
+                                  VARIANT* result, EXCEPINFO*, UINT*) {
+  return run_Guarded(E_OUTOFMEMORY, [&] {
+    const std::span given(parameters->rgvarg, parameters->cArgs);
+    if (!std::ranges::all_of(given, is_Plain))
+      return DISP_E_TYPEMISMATCH;
+    const auto answer = std::make_shared<_variant_t>();
+    const HRESULT outcome = run_Remotely(
+        m_class, m_limit,
+        [proxy = m_proxy, name = m_names.at(static_cast<std::size_t>(member)), kind,
+         arguments = std::vector<_variant_t>(given.begin(), given.end()), answer](Worker&) mutable {
+          const HRESULT called = call_Object(*proxy, name, kind, arguments, *answer);
+          if (is_Plain(*answer))
+            return called;
+          answer->Clear();
+          return DISP_E_TYPEMISMATCH;
+        });
+    if (SUCCEEDED(outcome) && result != nullptr)
+      *result = answer->Detach();
+    return outcome;
+  });
+}
+
+}  // namespace
+
+ComPtr<IDispatch> create_RemoteObject(REFCLSID clsid, DWORD answer_limit) noexcept {
+  return run_Guarded(ComPtr<IDispatch>(), [&] {
+    const ComPtr<RemoteObject> object(new RemoteObject(clsid, answer_limit));
+    return SUCCEEDED(object->make()) ? ComPtr<IDispatch>(object) : ComPtr<IDispatch>();
+  });
+}
+
+bool end_RemoteWork() noexcept {
+  if (const auto worker = std::move(state.Current)) {
+    end_Worker(*worker);
+    WaitForSingleObject(worker->Thread.get(), quick_answer);
+  }
+  return state.Threads == 0;
+}
