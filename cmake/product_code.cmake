@@ -4,7 +4,8 @@ add_compile_options(-fstack-protector -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
   # The DLL is compiled as one whole when it is linked; what else links these folders takes the plain code.
   add_compile_options(-Oz -flto -ffat-lto-objects)
-  set(whole_program -Oz -flto -flto-partition=none -fexceptions)
+  set(whole_program -Oz -flto -flto-partition=none -fexceptions -frandom-seed=${PROJECT_NAME}
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=/${PROJECT_NAME})
 endif()
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
   # Exceptions are thrown by calls alone; other processors find their handlers by these tables.

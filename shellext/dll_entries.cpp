@@ -9,6 +9,7 @@
 #include "shellext/shell_ext.h"
 #include "support/boundary.h"
 #include "support/component_lifetime.h"
+#include "support/module.h"
 #include "support/remote_component.h"
 #include "support/stack_guard.h"
 

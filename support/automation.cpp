@@ -8,6 +8,7 @@
 #include "support/component_lifetime.h"
 #include "support/files.h"
 #include "support/handles.h"
+#include "support/module.h"
 #include "support/remote_component.h"
 
 using Microsoft::WRL::ComPtr;

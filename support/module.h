@@ -6,6 +6,10 @@
 
 #include <string>
 
+// Whether the module runs as the suite does: 32-bit. Else it can load none of the suite's components, and has
+// another view of the registry.
+inline constexpr bool is_SuitesBitness = sizeof(void*) == 4;
+
 // The module's own handle: resources are loaded from it.
 HINSTANCE get_Module();
 

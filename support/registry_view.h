@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-inline constexpr bool has_TwoViews = sizeof(void*) == 8;
+#include "support/module.h"
 
 // The path as a 64-bit program reaches it in the suite's view: below HKLM\SOFTWARE through WOW6432Node. A
 // path that names this key stays as it is, as does one below HKLM\SOFTWARE\Classes, which is HKCR by another
@@ -15,7 +15,7 @@ std::wstring through_SuiteView(std::wstring_view path);
 
 // The path as this program reaches it in the suite's view.
 inline auto in_SuiteView(std::wstring_view path) {
-  if constexpr (has_TwoViews)
+  if constexpr (!is_SuitesBitness)
     return through_SuiteView(path);
   else
     return path;
@@ -25,7 +25,7 @@ inline auto in_SuiteView(std::wstring_view path) {
 template <typename Body>
 auto ask_Views(std::wstring_view path, Body body) {
   auto answer = body(in_SuiteView(path));
-  if constexpr (has_TwoViews)
+  if constexpr (!is_SuitesBitness)
     if (answer == decltype(answer)() && in_SuiteView(path) != path)
       answer = body(path);
   return answer;

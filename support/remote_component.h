@@ -11,9 +11,6 @@
 
 #include <wrl/client.h>
 
-// Whether this code runs as the suite's components do, so that it can load them.
-constexpr bool is_SuitesBitness = sizeof(void*) == 4;
-
 // A new object of the class from another process, a 32-bit one first; null when there is none or making it
 // takes longer than `quick_answer`. Its calls take `answer_limit` milliseconds at most, and take and give
 // plain values: numbers, truth values and texts. One call at a time: one that comes in the middle of another

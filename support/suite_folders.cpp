@@ -5,8 +5,8 @@
 #include <shlobj.h>
 
 #include "support/files.h"
+#include "support/module.h"
 #include "support/registry.h"
-#include "support/remote_component.h"
 #include "support/settings.h"
 #include "support/text.h"
 

@@ -142,7 +142,7 @@ TEST_F(Registry, FallsBackToTheScriptHost) {
   host->Table[L"RegRead"] = fails();  // the object has died
   EXPECT_EQ(regread_Text(norvak + L"y"), L"");
   expected.insert(expected.end(), {probe, made, L"-WScript.Shell", L"RegRead(" + suites + L"y)"});
-  if (has_TwoViews)
+  if (!is_SuitesBitness)
     expected.push_back(L"RegRead(" + own + L"y)");
   EXPECT_EQ(regread_Text(norvak + L"missing"), L"");
   EXPECT_EQ(calls(), expected) << "a working host is not asked for what is not there";
@@ -179,9 +179,9 @@ TEST_F(Registry, WritesToTheSuitesViewAndReadsTheOwnOneWhereThatHasNothing) {
       {[&] { return write(path, L"host's"); }, L"host's", L"host's"},
       {[&] { return deletevalue(path); }, L"(none)", L""},
       {[&] { return !RegSetKeyValueW(HKEY_LOCAL_MACHINE, own_key, L"a", REG_SZ, L"own", 8); },
-       has_TwoViews ? L"(none)" : L"own", L"own"},
+       is_SuitesBitness ? L"own" : L"(none)", L"own"},
       {[&] { return createvalue(path, REG_SZ, L"functions'"); }, L"functions'", L"functions'"},
-      {[&] { return deletevalue(path); }, L"(none)", has_TwoViews ? L"own" : L""}};
+      {[&] { return deletevalue(path); }, L"(none)", is_SuitesBitness ? L"" : L"own"}};
   for (const auto& [change, in_suites_view, read] : steps) {
     EXPECT_TRUE(change());
     EXPECT_EQ(value_At(path), in_suites_view);
