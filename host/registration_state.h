@@ -1,4 +1,4 @@
-// What the registry says about the extension itself, for a report. Keeps no state.
+// What the registry says about the extension itself and the suite's components, for a report. Keeps no state.
 #pragma once
 
 #include <string>
@@ -14,7 +14,8 @@ struct Fact {
 };
 
 /// The class, its ProgID and type library, the handler keys for files, folders and drives, the entry among
-/// the approved extensions, and whether this Windows has an Explorer that can load the DLL.
+/// the approved extensions, whether the DLLs that this Windows needs are registered, and the suite's
+/// components with whether programs of each width reach them.
 std::vector<Fact> list_registration();
 
 }  // namespace host
