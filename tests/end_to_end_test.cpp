@@ -7,7 +7,7 @@
 #include "shellext/shell_ext.h"
 #include "support/guid.h"
 #include "support/handles.h"
-#include "support/registry_view.h"
+#include "support/module.h"
 #include "support/text.h"
 #include "tests/explorer.h"
 
@@ -160,7 +160,7 @@ TEST_F(EndToEnd, MenuHostListsInvokesAndExplainsItself) {
       {L"doctor " + file, 0, "\n  Open with quill!          offered", ""},
       {L"doctor " + file, 0, "  from HKLM\\SOFTWARE\\Norvak\\MultiSignator\n", ""},
       {L"doctor c:\\", 0, "not offered  neither the card connector nor", ""},
-      {L"doctor c:\\", 0, has_TwoViews ? "only the 64-bit DLL is" : "Windows and the extension are 32-bit",
+      {L"doctor c:\\", 0, is_SuitesBitness ? "Windows and the extension are 32-bit" : "only the 64-bit DLL is",
        ""},
       {L"log dance", 2, "", "menuhost: The command \"log\" needs one of the words"},
       {L"log on nowhere", 1, "", "menuhost: \"nowhere\" is not the full path of a folder.\n"},
@@ -197,7 +197,7 @@ TEST_F(EndToEnd, MenuHostListsInvokesAndExplainsItself) {
       {LR"(HKCR\AppID\)" + id + LR"(\DllSurrogate)", L"", "programs reach it in a surrogate process"},
       {own + server, L"a.dll", "only the 32-bit DLL is"}};
   for (const auto& [path, text, line] : states) {
-    if (!has_TwoViews)
+    if (is_SuitesBitness)
       break;
     set_Value(path, text);
     const auto report = run_MenuHost(L"doctor c:\\").Output;
