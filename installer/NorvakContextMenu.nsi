@@ -1,4 +1,5 @@
-; The setup of the Norvak Context Menu, for all users of a machine. scripts/package builds it.
+; The setup of the Norvak Context Menu, for all users of a machine. scripts/package builds it. A 64-bit Windows gets
+; the 32-bit build and, in the folder x64, the 64-bit one; a 32-bit Windows the former alone.
 ;
 ;   setup.exe                     asks for the folder and shows what happens
 ;   setup.exe /S [/D=C:\Folder]   installs or upgrades without a question; /D comes last and takes no quotes
@@ -27,7 +28,9 @@ SetCompressor /SOLID lzma
 
 ; A registry view and the program that registers a DLL in it.
 !define VIEW_32 0x200
+!define VIEW_64 0x100
 !define REGSVR_32 "$SYSDIR\regsvr32.exe"
+!define REGSVR_64 "$WINDIR\Sysnative\regsvr32.exe"
 !define REG_SZ 1
 !define REG_DWORD 4
 
@@ -36,6 +39,8 @@ SetCompressor /SOLID lzma
 !macro BuiltFiles STEP
   !insertmacro ${STEP} NorvakContextMenu.dll
   !insertmacro ${STEP} menuhost.exe
+  !insertmacro For64Bit ${STEP} "x64\NorvakContextMenu.dll"
+  !insertmacro For64Bit ${STEP} "x64\menuhost.exe"
 !macroend
 
 !macro Files STEP
@@ -45,13 +50,27 @@ SetCompressor /SOLID lzma
 
 !macro Servers STEP
   !insertmacro ${STEP} 32 NorvakContextMenu.dll
+  !insertmacro For64Bit ${STEP} '64 "x64\NorvakContextMenu.dll"'
 !macroend
 
-!macro ServerKeys STEP VIEW
-  !insertmacro ${STEP} ${VIEW} "${CLASSES}\CLSID\${CLASS}"
-  !insertmacro ${STEP} ${VIEW} "${CLASSES}\NorvakContextMenu.ShellExt"
-  !insertmacro ${STEP} ${VIEW} "${CLASSES}\TypeLib\${LIBRARY}"
-  !insertmacro ${STEP} ${VIEW} "${CLASSES}\Interface\${INTERFACE}"
+; Each server writes the interface into both views; the other keys are those of its own view or stand in both.
+!macro ServerKeys STEP
+  !insertmacro ${STEP} 32 "${CLASSES}\CLSID\${CLASS}"
+  !insertmacro ${STEP} 32 "${CLASSES}\NorvakContextMenu.ShellExt"
+  !insertmacro ${STEP} 32 "${CLASSES}\TypeLib\${LIBRARY}"
+  !insertmacro ${STEP} 32 "${CLASSES}\Interface\${INTERFACE}"
+  !insertmacro For64Bit ${STEP} '64 "${CLASSES}\CLSID\${CLASS}"'
+  !insertmacro For64Bit ${STEP} '64 "${CLASSES}\Interface\${INTERFACE}"'
+!macroend
+
+; The suite's components that are DLLs.
+!macro Components STEP
+  !insertmacro ${STEP} logging.logme
+  !insertmacro ${STEP} NorvakTranslator.Language
+  !insertmacro ${STEP} NorvakCertInstaller.iCache
+  !insertmacro ${STEP} NorvakInter.SemaPhore
+  !insertmacro ${STEP} norvakpdf.edit
+  !insertmacro ${STEP} norvakcsp.PKCS7
 !macroend
 
 !macro Values STEP
@@ -59,6 +78,7 @@ SetCompressor /SOLID lzma
   !insertmacro ${STEP} 32 "${CLASSES}\Directory\${HANDLER}" "" REG_SZ "${CLASS}"
   !insertmacro ${STEP} 32 "${CLASSES}\Drive\${HANDLER}" "" REG_SZ "${CLASS}"
   !insertmacro ${STEP} 32 "${WINDOWS}\Shell Extensions\Approved" "${CLASS}" REG_SZ "${PRODUCT}"
+  !insertmacro For64Bit ${STEP} '64 "${WINDOWS}\Shell Extensions\Approved" "${CLASS}" REG_SZ "${PRODUCT}"'
   !insertmacro ${STEP} 32 "${APPS}" "DisplayName" REG_SZ "${PRODUCT}"
   !insertmacro ${STEP} 32 "${APPS}" "DisplayVersion" REG_SZ "${VERSION}"
   !insertmacro ${STEP} 32 "${APPS}" "Publisher" REG_SZ "Norvak"
@@ -72,21 +92,38 @@ SetCompressor /SOLID lzma
   ; What was not there before, so that just this goes again.
   !insertmacro ${STEP} 32 "${APPS}" "MadeFolder" REG_SZ "$MadeFolder"
   !insertmacro ${STEP} 32 "${APPS}" "MadeKeys" REG_SZ "$MadeKeys"
+  !insertmacro For64Bit ${STEP} '32 "${APPS}" "MadeSurrogates" REG_SZ "$MadeSurrogates"'
+!macroend
+
+; What only a 64-bit Windows gets. A folder of built files that has no 64-bit part makes a setup without one.
+!if /FileExists "${BUILD}/x64/NorvakContextMenu.dll"
+  !define WITH_64_BIT
+!endif
+!macro For64Bit STEP ARGUMENTS
+  !ifdef WITH_64_BIT
+    ${If} $Folder64 != ""
+      !insertmacro ${STEP} ${ARGUMENTS}
+    ${EndIf}
+  !endif
 !macroend
 
 Var Failure
 Var Subject
 Var SavedTrees
-Var MadeKeys      ; each followed by "|", subkeys before their parents
+Var Folder64      ; of the 64-bit build below the folder of the product, or empty
+Var MadeKeys      ; each followed by "|", subkeys before their parents; those of the 64-bit view begin with "64 "
+Var MadeSurrogates  ; the classes that a surrogate process was named for, each followed by "|"
 Var MadeFolder    ; the topmost
 Var OldFolder     ; of the installed version, or empty
 Var OldMadeKeys
+Var OldMadeSurrogates
 Var OldMadeFolder
 Var Size          ; in bytes, then in kilobytes
 
 !include LogicLib.nsh
 !include FileFunc.nsh
 !include WordFunc.nsh
+!include x64.nsh
 !include MUI2.nsh
 
 Name "${PRODUCT}"
@@ -165,7 +202,7 @@ VIAddVersionKey LegalCopyright "Norvak"
 !macroend
 
 !macro Register VIEW FILE
-  !insertmacro ServerKeys SaveTree ${VIEW}
+  !insertmacro ServerKeys SaveTree
   !insertmacro RunServer ${VIEW} "/s" "$INSTDIR\${FILE}"
   ${If} $0 <> 0
     !insertmacro Fail '$(CannotRegister)' ''
@@ -175,7 +212,7 @@ VIAddVersionKey LegalCopyright "Norvak"
 ; The installed DLL knows best what it wrote. Where it is gone or broken, the one that was brought along does it, and
 ; registers first: what is left of a registration cannot be taken back, only a whole one can.
 !macro Unregister VIEW FILE
-  !insertmacro ServerKeys SaveTree ${VIEW}
+  !insertmacro ServerKeys SaveTree
   !insertmacro RunServer ${VIEW} "/s /u" "$OldFolder\${FILE}"
   ${If} $0 <> 0
     !insertmacro RunServer ${VIEW} "/s" "$PLUGINSDIR\${FILE}"
@@ -202,14 +239,30 @@ VIAddVersionKey LegalCopyright "Norvak"
   Call ${UN}RemoveValue
 !macroend
 
+!macro AddSurrogate PROGID
+  StrCpy $R6 ${PROGID}
+  Call AddSurrogate
+!macroend
+
 !macro RemoveOldVersion
   !insertmacro Servers Unregister
+  ${DoUntil} $OldMadeSurrogates == ""
+    ${WordFind} $OldMadeSurrogates "|" "+1" $R7
+    StrLen $0 "$R7|"
+    StrCpy $OldMadeSurrogates $OldMadeSurrogates "" $0
+    Call ${UN}RemoveSurrogate
+  ${Loop}
   !insertmacro Values Remove
   ${DoUntil} $OldMadeKeys == ""
-    StrCpy $1 ${VIEW_32}
     ${WordFind} $OldMadeKeys "|" "+1" $2
     StrLen $0 "$2|"
     StrCpy $OldMadeKeys $OldMadeKeys "" $0
+    StrCpy $1 ${VIEW_32}
+    StrCpy $0 $2 3
+    ${If} $0 == "64 "
+      StrCpy $1 ${VIEW_64}
+      StrCpy $2 $2 "" 3
+    ${EndIf}
     Call ${UN}RemoveKey
   ${Loop}
   !insertmacro Files MoveOldAside
@@ -238,6 +291,14 @@ VIAddVersionKey LegalCopyright "Norvak"
   ReadRegStr $OldFolder HKLM "${APPS}" "InstallLocation"
   ReadRegStr $OldMadeFolder HKLM "${APPS}" "MadeFolder"
   ReadRegStr $OldMadeKeys HKLM "${APPS}" "MadeKeys"
+  ReadRegStr $OldMadeSurrogates HKLM "${APPS}" "MadeSurrogates"
+  StrCpy $Folder64 ""
+  StrCpy $MadeSurrogates ""
+  !ifdef WITH_64_BIT
+    ${If} ${IsNativeAMD64}
+      StrCpy $Folder64 "\x64"
+    ${EndIf}
+  !endif
 !macroend
 
 ; ---- The setup
@@ -305,8 +366,8 @@ FunctionEnd
 Function InheritMadeFolder
   StrLen $0 $OldMadeFolder
   StrLen $1 $MadeFolder
-  StrCpy $2 "$INSTDIR\" $0
-  StrCpy $3 "$INSTDIR\" 1 $0
+  StrCpy $2 "$INSTDIR$Folder64\" $0
+  StrCpy $3 "$INSTDIR$Folder64\" 1 $0
   ${If} $OldMadeFolder != ""
   ${AndIf} $OldMadeFolder == $2
   ${AndIf} $3 == "\"
@@ -323,6 +384,7 @@ Section
   InitPluginsDir
   ClearErrors
   SetOverwrite try
+  CreateDirectory "$PLUGINSDIR$Folder64"
   !insertmacro BuiltFiles Unpack
   WriteUninstaller "$PLUGINSDIR\Uninstall.exe"
   ${If} ${Errors}
@@ -338,6 +400,7 @@ Section
   ${If} $INSTDIR != ""
     !insertmacro Files Place
     !insertmacro Servers Register
+    !insertmacro For64Bit Components AddSurrogate
     Call InheritMadeFolder
     !insertmacro Files AddSize
     IntOp $Size $Size / 1024
@@ -351,7 +414,7 @@ Section
   ${If} $OldFolder != ""
   ${AndIf} $OldFolder != $INSTDIR
     !insertmacro Files DeleteOld
-    StrCpy $R0 $OldFolder
+    StrCpy $R0 "$OldFolder$Folder64"
     StrCpy $R1 $OldMadeFolder
     Call RemoveFolders
   ${EndIf}
@@ -375,6 +438,7 @@ Section Uninstall
   InitPluginsDir
   ClearErrors
   SetOverwrite try
+  CreateDirectory "$PLUGINSDIR$Folder64"
   !insertmacro Servers UnpackServer
   ${If} ${Errors}
     !insertmacro Fail '$(CannotUnpack)' ''
@@ -383,7 +447,7 @@ Section Uninstall
 
   ; Nothing fails from here on.
   !insertmacro Files DeleteOld
-  StrCpy $R0 $OldFolder
+  StrCpy $R0 "$OldFolder$Folder64"
   StrCpy $R1 $OldMadeFolder
   Call un.RemoveFolders
   !insertmacro Finish

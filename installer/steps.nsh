@@ -168,6 +168,21 @@ Function ${UN}UndoRemovedKey
   Call ${UN}CloseKey
 FunctionEnd
 
+; Of the class $R7, what AddSurrogate wrote. The class may name another entry by now.
+Function ${UN}RemoveSurrogate
+  StrCpy $1 ${VIEW_32}
+  ReadRegStr $0 HKLM "${CLASSES}\CLSID\$R7" "AppID"
+  ${If} $0 == $R7
+    StrCpy $2 "${CLASSES}\CLSID\$R7"
+    StrCpy $3 "AppID"
+    Call ${UN}RemoveValue
+  ${EndIf}
+  StrCpy $2 "${CLASSES}\AppID\$R7"
+  StrCpy $3 "DllSurrogate"
+  Call ${UN}RemoveValue
+  Call ${UN}RemoveKey
+FunctionEnd
+
 ; ---- Whole keys, which the DLL writes
 
 Function ${UN}SaveTree
@@ -278,6 +293,7 @@ Function ${UN}RemoveFolders
     RMDir "$R0"
     ${If} ${Errors}
     ${AndIf} ${RebootFlag}
+    ${AndIf} ${FileExists} "$R0"
       RMDir /REBOOTOK "$R0"
     ${EndIf}
     ${If} $R0 == $R1
@@ -314,6 +330,9 @@ Function WriteValue
       Call CloseKey
     ${ElseIf} $0 = ${FILE_NOT_FOUND}
       StrCpy $MadeKeys "$2|$MadeKeys"
+      ${If} $1 = ${VIEW_64}
+        StrCpy $MadeKeys "64 $MadeKeys"
+      ${EndIf}
       Push $1
       Push $2
       !insertmacro UndoBy UndoMadeKey
@@ -338,6 +357,44 @@ Function WriteValue
   ${EndIf}
 FunctionEnd
 
+!ifdef WITH_64_BIT
+; The component of the ProgID $R6 is reached from 64-bit programs in the system's surrogate process: where it is a
+; 32-bit DLL alone and nobody has named a process for it.
+Function AddSurrogate
+  ReadRegStr $R7 HKLM "${CLASSES}\$R6\CLSID" ""
+  ReadRegStr $1 HKLM "${CLASSES}\CLSID\$R7\InprocServer32" ""
+  SetRegView 64
+  ReadRegStr $2 HKLM "${CLASSES}\CLSID\$R7\InprocServer32" ""
+  SetRegView 32
+  ClearErrors
+  ReadRegStr $3 HKLM "${CLASSES}\CLSID\$R7" "AppID"
+  ${If} $R7 == ""
+  ${OrIf} $1 == ""
+  ${OrIf} $2 != ""
+  ${OrIfNot} ${Errors}
+    Return
+  ${EndIf}
+  StrCpy $1 ${VIEW_32}
+  StrCpy $2 "${CLASSES}\AppID\$R7"
+  Call OpenKey
+  ${If} $0 = 0
+    Call CloseKey
+    Return
+  ${EndIf}
+  StrCpy $R8 $MadeKeys
+  StrCpy $3 "DllSurrogate"
+  StrCpy $4 ${REG_SZ}
+  StrCpy $5 ""
+  Call WriteValue
+  StrCpy $MadeKeys $R8
+  StrCpy $2 "${CLASSES}\CLSID\$R7"
+  StrCpy $3 "AppID"
+  StrCpy $5 $R7
+  Call WriteValue
+  StrCpy $MadeSurrogates "$R7|$MadeSurrogates"
+FunctionEnd
+!endif
+
 Function UndoMadeKey
   Pop $2
   Pop $1
@@ -345,7 +402,7 @@ Function UndoMadeKey
 FunctionEnd
 
 Function MakeFolders
-  StrCpy $R3 $INSTDIR
+  StrCpy $R3 "$INSTDIR$Folder64"
   StrCpy $R4 2
   ${DoUntil} $R5 == $R3
     Call NextFolder
