@@ -73,6 +73,8 @@ Quartiles quartiles_Of(std::vector<double> sample) {
   return quartiles;
 }
 
+constexpr const char* architecture = sizeof(void*) == 4 ? "i686" : "x86_64";
+
 class Results {
  public:
   Results(std::string suite, const char* file) : m_suite(std::move(suite)), m_lines(file) {}
@@ -85,13 +87,14 @@ class Results {
       const auto [first, median, third] = quartiles_Of(samples[index]);
       medians[index] = median;
       std::array<char, 512> line;
-      snprintf(line.data(), line.size(),
-               R"({"suite": "%s", "selection": "%s", "count": %u, "phase": "%s", "handler": "%s", )"
-               R"("first_quartile_us": %.1f, "median_us": %.1f, "third_quartile_us": %.1f})",
-               m_suite.c_str(), kind.Name, static_cast<unsigned>(kind.Count), phase, handlers[index].Name,
-               first, median, third);
+      snprintf(
+          line.data(), line.size(),
+          R"({"architecture": "%s", "suite": "%s", "selection": "%s", "count": %u, "phase": "%s", "handler": "%s", )"
+          R"("first_quartile_us": %.1f, "median_us": %.1f, "third_quartile_us": %.1f})",
+          architecture, m_suite.c_str(), kind.Name, static_cast<unsigned>(kind.Count), phase,
+          handlers[index].Name, first, median, third);
       m_lines << line.data() << '\n';
-      printf("%-10s %6u %-9s %-17s %-7s %10.1f %10.1f %10.1f", m_suite.c_str(),
+      printf("%-6s %-10s %6u %-9s %-17s %-7s %10.1f %10.1f %10.1f", architecture, m_suite.c_str(),
              static_cast<unsigned>(kind.Count), kind.Name, phase, handlers[index].Name, first, median, third);
       printf(index == 0 ? "\n" : "   %5.2f\n", median / medians[0]);
     }

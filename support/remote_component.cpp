@@ -23,10 +23,14 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-// An object as the workers know it. They alone make, call and release it, since it belongs to their
-// apartment.
-struct Proxy {
-  ComPtr<IDispatch> Object;
+// An object for the workers. They alone make, call and release it, since it belongs to their apartment.
+using Proxy = ComPtr<IDispatch>;
+
+// Both are kept: starting the process anew takes longer than a right-click may, and so would asking it for
+// the members of each object.
+struct KnownClass {
+  CLSID Id;
+  ComPtr<IClassFactory> Factory;
   std::map<std::wstring, DISPID> Members;
 };
 
@@ -50,8 +54,7 @@ struct Worker {
   HRESULT Outcome = S_OK;  // of the task that is awaited, once that is done
   const unique_kernel_handle Done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
   unique_kernel_handle Thread;
-  // Kept by the thread: starting the process anew takes longer than a right-click may.
-  std::vector<std::pair<CLSID, ComPtr<IClassFactory>>> Factories;
+  std::deque<KnownClass> Classes;  // the thread's own
 };
 
 struct MissingSurrogate {
@@ -116,7 +119,7 @@ DWORD WINAPI run_Worker(void* argument) {
     run_Tasks(worker);
     // A call that nobody waits for any more must not be made late; what the tasks own is released.
     drop_Tasks(worker);
-    worker.Factories.clear();
+    worker.Classes.clear();
     if (SUCCEEDED(entered))
       CoUninitialize();
   }
@@ -138,7 +141,7 @@ std::shared_ptr<Worker> start_Worker() {
     FreeLibrary(module);
     throw std::bad_alloc();
   }
-  argument.release();
+  static_cast<void>(argument.release());
   return worker;
 }
 
@@ -239,7 +242,7 @@ HRESULT run_Awaited(REFCLSID clsid, DWORD limit, Routine&& routine) {
   return worker.Outcome;
 }
 
-HRESULT run_Remotely(REFCLSID clsid, DWORD limit, Routine routine) noexcept {
+HRESULT run_Remotely(REFCLSID clsid, DWORD limit, Routine routine) {
   if (state.IsWaiting.exchange(true))
     return RPC_E_CALL_REJECTED;
   const ScopeExit done([] { state.IsWaiting = false; });
@@ -254,31 +257,33 @@ HRESULT get_Factory(REFCLSID clsid, ComPtr<IClassFactory>& factory) {
              : CoGetClassObject(clsid, CLSCTX_LOCAL_SERVER, nullptr, IID_PPV_ARGS(&factory));
 }
 
-HRESULT make_Object(Worker& worker, REFCLSID clsid, Proxy& proxy) {
-  auto& factories = worker.Factories;
-  auto known = std::ranges::find(factories, clsid, &std::pair<CLSID, ComPtr<IClassFactory>>::first);
-  if (known == factories.end()) {
-    ComPtr<IClassFactory> factory;
-    if (const HRESULT outcome = get_Factory(clsid, factory); FAILED(outcome))
-      return outcome;
-    known = factories.insert(known, {clsid, factory});
-  }
-  const HRESULT outcome = known->second->CreateInstance(nullptr, IID_PPV_ARGS(&proxy.Object));
+KnownClass& know_Class(Worker& worker, REFCLSID clsid) {
+  const auto known = std::ranges::find(worker.Classes, clsid, &KnownClass::Id);
+  return known == worker.Classes.end() ? worker.Classes.emplace_back(KnownClass{clsid, {}, {}}) : *known;
+}
+
+HRESULT make_Object(KnownClass& known, Proxy& object) {
+  HRESULT outcome = known.Factory ? S_OK : get_Factory(known.Id, known.Factory);
+  if (SUCCEEDED(outcome))
+    outcome = known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
   if (FAILED(outcome))
-    factories.erase(known);
+    known.Factory.Reset();
   return outcome;
 }
 
-HRESULT call_Object(Proxy& proxy, const std::wstring& name, WORD kind, std::vector<_variant_t>& arguments,
-                    _variant_t& result) {
-  auto member = proxy.Members.find(name);
-  if (member == proxy.Members.end()) {
+HRESULT call_Object(KnownClass& known, IDispatch* object, const std::wstring& name, WORD kind,
+                    std::vector<_variant_t>& arguments, _variant_t& result) {
+  auto member = known.Members.find(name);
+  if (member == known.Members.end()) {
     DISPID found = DISPID_UNKNOWN;
-    if (const HRESULT outcome = find_Member(proxy.Object.Get(), name.c_str(), found); FAILED(outcome))
+    if (const HRESULT outcome = find_Member(object, name.c_str(), found); FAILED(outcome))
       return outcome;
-    member = proxy.Members.emplace(name, found).first;
+    member = known.Members.emplace(name, found).first;
   }
-  return invoke_Member(proxy.Object.Get(), member->second, kind, arguments, result);
+  const HRESULT outcome = invoke_Member(object, member->second, kind, arguments, result);
+  if (outcome == DISP_E_MEMBERNOTFOUND)
+    known.Members.erase(member);
+  return outcome;
 }
 
 // Whether the value means the same in every apartment.
@@ -292,6 +297,8 @@ class RemoteObject final : public IDispatch {
   RemoteObject(REFCLSID clsid, DWORD answer_limit)
       : m_class(clsid), m_limit(answer_limit), m_proxy(std::make_shared<Proxy>()) {}
 
+  RemoteObject(const RemoteObject&) = delete;
+  RemoteObject& operator=(const RemoteObject&) = delete;
   HRESULT make();
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -326,7 +333,7 @@ class RemoteObject final : public IDispatch {
 
 HRESULT RemoteObject::make() {
   return run_Remotely(m_class, quick_answer, [clsid = m_class, proxy = m_proxy](Worker& worker) {
-    return make_Object(worker, clsid, *proxy);
+    return make_Object(know_Class(worker, clsid), *proxy);
   });
 }
 
@@ -363,29 +370,33 @@ STDMETHODIMP RemoteObject::Invoke(DISPID member, REFIID, LCID, WORD kind, DISPPA
     if (!std::ranges::all_of(given, is_Plain))
       return DISP_E_TYPEMISMATCH;
     const auto answer = std::make_shared<_variant_t>();
-    const HRESULT outcome = run_Remotely(
-        m_class, m_limit,
-        [proxy = m_proxy, name = m_names.at(static_cast<std::size_t>(member)), kind,
-         arguments = std::vector<_variant_t>(given.begin(), given.end()), answer](Worker&) mutable {
-          const HRESULT called = call_Object(*proxy, name, kind, arguments, *answer);
-          if (is_Plain(*answer))
-            return called;
-          answer->Clear();
-          return DISP_E_TYPEMISMATCH;
-        });
+    const HRESULT outcome =
+        run_Remotely(m_class, m_limit,
+                     [proxy = m_proxy, name = m_names.at(static_cast<std::size_t>(member)), kind,
+                      arguments = std::vector<_variant_t>(given.begin(), given.end()), answer,
+                      clsid = m_class](Worker& worker) mutable {
+                       const HRESULT called = call_Object(know_Class(worker, clsid), proxy->Get(), name, kind,
+                                                          arguments, *answer);
+                       if (is_Plain(*answer))
+                         return called;
+                       answer->Clear();
+                       return DISP_E_TYPEMISMATCH;
+                     });
     if (SUCCEEDED(outcome) && result != nullptr)
       *result = answer->Detach();
     return outcome;
   });
 }
 
+ComPtr<IDispatch> make_RemoteObject(REFCLSID clsid, DWORD answer_limit) {
+  const ComPtr<RemoteObject> object(new RemoteObject(clsid, answer_limit));
+  return SUCCEEDED(object->make()) ? ComPtr<IDispatch>(object) : ComPtr<IDispatch>();
+}
+
 }  // namespace
 
 ComPtr<IDispatch> create_RemoteObject(REFCLSID clsid, DWORD answer_limit) noexcept {
-  return run_Guarded(ComPtr<IDispatch>(), [&] {
-    const ComPtr<RemoteObject> object(new RemoteObject(clsid, answer_limit));
-    return SUCCEEDED(object->make()) ? ComPtr<IDispatch>(object) : ComPtr<IDispatch>();
-  });
+  return run_Guarded(ComPtr<IDispatch>(), [&] { return make_RemoteObject(clsid, answer_limit); });
 }
 
 bool end_RemoteWork() noexcept {

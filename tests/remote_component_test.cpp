@@ -167,8 +167,7 @@ TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
 
 TEST_F(Surrogate, ServesARightClickAndIsLetGo) {
   const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf");
-  for (const auto* view : {L"", LR"(Wow6432Node\)"})
-    set_Value(LR"(HKLM\Software\)" + std::wstring(view) + LR"(Norvak\language)", L"de");
+  set_Value(norvak + L"language", L"de");
   set_Value(norvak + L"AlwaysDebug", L"1");
   const auto right_Click = [&](bool is_first) {
     const Library library;
