@@ -175,11 +175,11 @@ std::wstring surrogate_Of(REFCLSID clsid) {
   HKEY opened = nullptr;
   RegOpenKeyExW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + id).c_str(), 0, KEY_READ | KEY_WOW64_32KEY, &opened);
   const unique_hkey key(opened);
-  std::array<wchar_t, 39> application{};  // an identifier in braces and its NUL
-  DWORD bytes = sizeof application;
+  std::wstring application = id + L'\0';
+  auto bytes = static_cast<DWORD>(application.size() * sizeof application[0]);
   const LSTATUS read =
       RegGetValueW(key.get(), nullptr, L"AppID", RRF_RT_REG_SZ, nullptr, application.data(), &bytes);
-  return read == ERROR_SUCCESS ? application.data() : id;
+  return read == ERROR_SUCCESS ? application.c_str() : id;
 }
 
 // Null while the process of the class is not known to be missing.

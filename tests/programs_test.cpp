@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "support/feature_probes.h"
+#include "support/module.h"
 #include "support/registry_view.h"
 #include "support/selection_state.h"
 #include "support/suite_folders.h"
@@ -88,7 +89,7 @@ TEST_F(ProgramLocators, TryTheirFoldersInOrderAndKeepWhatTheyFound) {
       set_Bytes(LR"(HKLM\Software\)" + name, REG_NONE, "?");
       const auto path = LR"(HKLM\SOFTWARE\)" + name;
       expected.push_back(L"RegRead(" + std::wstring(in_SuiteView(path)) + L")");
-      if (has_TwoViews)
+      if (!is_SuitesBitness)
         expected.push_back(L"RegRead(" + path + L")");
     }
     EXPECT_EQ(find(), L"");
