@@ -10,6 +10,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -291,6 +292,10 @@ bool is_Plain(const VARIANT& value) {
   return value.vt <= VT_UINT && value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN && value.vt != VT_VARIANT;
 }
 
+// The component's sign of life is asked for many times in a right-click, so it is believed for a moment.
+constexpr std::wstring_view sign_of_life = L"info";
+constexpr ULONGLONG life_milliseconds = 1000;
+
 // What the callers hold in place of the object.
 class RemoteObject final : public IDispatch {
  public:
@@ -328,6 +333,8 @@ class RemoteObject final : public IDispatch {
   const DWORD m_limit;
   std::shared_ptr<Proxy> m_proxy;
   std::vector<std::wstring> m_names;  // at the places that the callers know them by
+  _variant_t m_life;                  // the last sign, and its time
+  ULONGLONG m_life_time = 0;
   LONG m_references = 0;
 };
 
@@ -369,20 +376,28 @@ STDMETHODIMP RemoteObject::Invoke(DISPID member, REFIID, LCID, WORD kind, DISPPA
     const std::span given(parameters->rgvarg, parameters->cArgs);
     if (!std::ranges::all_of(given, is_Plain))
       return DISP_E_TYPEMISMATCH;
+    const auto& name = m_names.at(static_cast<std::size_t>(member));
+    const bool asks_ForLife = name == sign_of_life && given.empty();
+    if (asks_ForLife && m_life.vt != VT_EMPTY && GetTickCount64() - m_life_time < life_milliseconds &&
+        find_Missing(m_class) == nullptr)
+      return VariantCopy(result, &m_life);
     const auto answer = std::make_shared<_variant_t>();
-    const HRESULT outcome =
-        run_Remotely(m_class, m_limit,
-                     [proxy = m_proxy, name = m_names.at(static_cast<std::size_t>(member)), kind,
-                      arguments = std::vector<_variant_t>(given.begin(), given.end()), answer,
-                      clsid = m_class](Worker& worker) mutable {
-                       const HRESULT called = call_Object(know_Class(worker, clsid), proxy->Get(), name, kind,
-                                                          arguments, *answer);
-                       if (is_Plain(*answer))
-                         return called;
-                       answer->Clear();
-                       return DISP_E_TYPEMISMATCH;
-                     });
-    if (SUCCEEDED(outcome) && result != nullptr)
+    const HRESULT outcome = run_Remotely(
+        m_class, m_limit,
+        [proxy = m_proxy, name, kind, arguments = std::vector<_variant_t>(given.begin(), given.end()), answer,
+         clsid = m_class](Worker& worker) mutable {
+          const HRESULT called =
+              call_Object(know_Class(worker, clsid), proxy->Get(), name, kind, arguments, *answer);
+          if (is_Plain(*answer))
+            return called;
+          answer->Clear();
+          return DISP_E_TYPEMISMATCH;
+        });
+    if (asks_ForLife) {
+      m_life = SUCCEEDED(outcome) ? *answer : _variant_t();
+      m_life_time = GetTickCount64();
+    }
+    if (SUCCEEDED(outcome))
       *result = answer->Detach();
     return outcome;
   });
