@@ -160,12 +160,12 @@ void end_Worker(Worker& worker) {
   WakeConditionVariable(&worker.Changed);
 }
 
-// False when the worker has ended.
-bool hand_Over(Worker& worker, const Task& task) {
+// False when the worker has ended. Moved, not copied: the caller must not be the last one to own an object.
+bool hand_Over(Worker& worker, Task&& task) {
   const Locked lock(worker);
   if (worker.HasEnded)
     return false;
-  worker.Tasks.push_back(task);
+  worker.Tasks.push_back(std::move(task));
   WakeConditionVariable(&worker.Changed);
   return true;
 }
@@ -350,8 +350,8 @@ RemoteObject::~RemoteObject() {
     const auto* missing = find_Missing(m_class);
     Task release{m_class, [proxy = std::move(m_proxy)](Worker&) { return S_OK; }, false};
     // Another worker would only be held up in its turn.
-    if (missing == nullptr || !missing->HeldUp || !hand_Over(*missing->HeldUp, release))
-      hand_Over(ensure_Worker(), release);
+    if (missing == nullptr || !missing->HeldUp || !hand_Over(*missing->HeldUp, std::move(release)))
+      hand_Over(ensure_Worker(), std::move(release));
   });
   if (m_limit > quick_answer)
     run_Remotely(m_class, quick_answer, [](Worker&) { return S_OK; });
