@@ -160,8 +160,9 @@ void end_Worker(Worker& worker) {
   WakeConditionVariable(&worker.Changed);
 }
 
-// False when the worker has ended. Moved, not copied: the caller must not be the last one to own an object.
-bool hand_Over(Worker& worker, Task&& task) {
+// Takes the task over, since the caller must not be the last one to own an object. False when the worker has
+// ended; the task is as it was then.
+bool hand_Over(Worker& worker, Task& task) {
   const Locked lock(worker);
   if (worker.HasEnded)
     return false;
@@ -172,7 +173,7 @@ bool hand_Over(Worker& worker, Task&& task) {
 
 // The process that serves the class, by the name under which the system starts it.
 std::wstring surrogate_Of(REFCLSID clsid) {
-  const auto id = guid_Text(clsid);
+  auto id = guid_Text(clsid);
   HKEY opened = nullptr;
   RegOpenKeyExW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + id).c_str(), 0, KEY_READ | KEY_WOW64_32KEY, &opened);
   const unique_hkey key(opened);
@@ -180,7 +181,10 @@ std::wstring surrogate_Of(REFCLSID clsid) {
   auto bytes = static_cast<DWORD>(application.size() * sizeof application[0]);
   const LSTATUS read =
       RegGetValueW(key.get(), nullptr, L"AppID", RRF_RT_REG_SZ, nullptr, application.data(), &bytes);
-  return read == ERROR_SUCCESS ? application.c_str() : id;
+  if (read != ERROR_SUCCESS)
+    return id;
+  application.resize(bytes / sizeof application[0] - 1);
+  return application;
 }
 
 // Null while the process of the class is not known to be missing.
@@ -233,7 +237,8 @@ HRESULT run_Awaited(REFCLSID clsid, DWORD limit, Routine&& routine) {
   if (find_Missing(clsid) != nullptr)
     return CO_E_OBJNOTCONNECTED;
   Worker& worker = ensure_Worker();
-  hand_Over(worker, {clsid, std::move(routine), true});
+  Task task{clsid, std::move(routine), true};
+  hand_Over(worker, task);
   if (!wait_For(worker.Done.get(), limit)) {
     abandon_Worker();
     return RPC_E_TIMEOUT;
@@ -350,8 +355,8 @@ RemoteObject::~RemoteObject() {
     const auto* missing = find_Missing(m_class);
     Task release{m_class, [proxy = std::move(m_proxy)](Worker&) { return S_OK; }, false};
     // Another worker would only be held up in its turn.
-    if (missing == nullptr || !missing->HeldUp || !hand_Over(*missing->HeldUp, std::move(release)))
-      hand_Over(ensure_Worker(), std::move(release));
+    if (missing == nullptr || !missing->HeldUp || !hand_Over(*missing->HeldUp, release))
+      hand_Over(ensure_Worker(), release);
   });
   if (m_limit > quick_answer)
     run_Remotely(m_class, quick_answer, [](Worker&) { return S_OK; });
