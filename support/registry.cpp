@@ -118,6 +118,11 @@ bool settle_Target(std::wstring& path) {
   return is_KeptInIni(path);
 }
 
+void forget_Reads() {
+  state.Remembered.clear();
+  forget_Keys();
+}
+
 FoundValue read_Full(std::wstring_view path) {
   const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
   if (folder.empty()) {
@@ -183,7 +188,7 @@ std::wstring regread_Text(std::wstring_view path) {
 
 RememberedReads::RememberedReads(For purpose) noexcept : m_purpose(purpose) {
   if (purpose == For::Selection)
-    state.Remembered.clear();
+    forget_Reads();
   state.Remembers = true;
   keep_Keys(true);
 }
@@ -192,7 +197,7 @@ RememberedReads::~RememberedReads() {
   state.Remembers = false;
   keep_Keys(false);
   if (m_purpose == For::Menu)
-    state.Remembered.clear();
+    forget_Reads();
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {

@@ -115,11 +115,18 @@ RegistryValue read_AnsiValue(const RegistryPlace& place, const OpenedKey& key, L
              : RegistryValue();
 }
 
+bool is_BelowMissing(std::wstring_view path, const OpenedKey& key) {
+  const auto length = key.Path.size();
+  return key.Status == ERROR_FILE_NOT_FOUND && path.size() > length && path[length] == L'\\' &&
+         equals_IgnoringCase(path.substr(0, length), key.Path);
+}
+
 RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
   if (!kept.Keeps)
     return read_AnsiValue(place, open_ByAnsiName(place), status);
   for (const auto& key : kept.Keys)
-    if (key.Root == place.Root && equals_IgnoringCase(key.Path, place.Key))
+    if (key.Root == place.Root &&
+        (equals_IgnoringCase(key.Path, place.Key) || is_BelowMissing(place.Key, key)))
       return read_AnsiValue(place, key, status);
   return read_AnsiValue(place, kept.Keys.emplace_front(open_ByAnsiName(place)), status);
 }
@@ -128,7 +135,7 @@ RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
 
 void keep_Keys(bool keeps) {
   kept.Keeps = keeps;
-  forget_Keys();
+  kept.Keys.remove_if([](const OpenedKey& key) { return key.Key != nullptr; });
 }
 
 void forget_Keys() {

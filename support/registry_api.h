@@ -35,10 +35,11 @@ struct ApiAnswer {
 };
 ApiAnswer ask_Registry(std::wstring_view path);
 
-// From now on keys stay open, and missing ones missing, for the next reads; or no longer. Starts with none.
+// From now on the keys that are read stay open, and missing ones count as missing; or, at the end, open ones
+// are closed.
 void keep_Keys(bool keeps);
 
-// What is kept is looked up again: a write may have made a key.
+// Every key is looked up again: a write may have made it.
 void forget_Keys();
 
 struct RegistryPlace {

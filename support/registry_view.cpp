@@ -2,14 +2,30 @@
 
 #include "support/text.h"
 
+namespace {
+
+// Takes the first name with its backslash off the path; the whole path when it is the last one.
+std::wstring_view take_Name(std::wstring_view& path) {
+  const auto end = path.find(L'\\');
+  const auto name = path.substr(0, end);
+  path.remove_prefix(end == std::wstring_view::npos ? path.size() : end + 1);
+  return name;
+}
+
+}  // namespace
+
 std::wstring through_SuiteView(std::wstring_view path) {
-  const auto names = split_Views(path, L'\\');
-  const auto is_At = [&names](std::size_t index, std::wstring_view name) {
-    return equals_IgnoringCase(names[index], name);
-  };
+  auto rest = path;
+  const auto root = take_Name(rest);
+  const bool is_machine =
+      equals_IgnoringCase(root, L"HKLM") || equals_IgnoringCase(root, L"HKEY_LOCAL_MACHINE");
   std::wstring result(path);
-  if (names.size() > 2 && (is_At(0, L"HKLM") || is_At(0, L"HKEY_LOCAL_MACHINE")) && is_At(1, L"SOFTWARE") &&
-      !is_At(2, L"WOW6432Node") && !is_At(2, L"Classes"))
-    result.insert(names[0].size() + names[1].size() + 2, LR"(WOW6432Node\)");
+  if (!is_machine || !equals_IgnoringCase(take_Name(rest), L"SOFTWARE"))
+    return result;
+  const auto place = path.size() - rest.size();
+  const auto name = take_Name(rest);
+  if (path[place - 1] == L'\\' && !equals_IgnoringCase(name, L"WOW6432Node") &&
+      !equals_IgnoringCase(name, L"Classes"))
+    result.insert(place, LR"(WOW6432Node\)");
   return result;
 }

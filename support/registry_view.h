@@ -24,9 +24,10 @@ inline auto in_SuiteView(std::wstring_view path) {
 // What the body answers for the path in the suite's view, or, where that is nothing, in this program's own.
 template <typename Body>
 auto ask_Views(std::wstring_view path, Body body) {
-  auto answer = body(in_SuiteView(path));
+  const auto suites_path = in_SuiteView(path);
+  auto answer = body(suites_path);
   if constexpr (!is_SuitesBitness)
-    if (answer == decltype(answer)() && in_SuiteView(path) != path)
+    if (answer == decltype(answer)() && suites_path != path)
       answer = body(path);
   return answer;
 }

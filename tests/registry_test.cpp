@@ -122,9 +122,10 @@ TEST_F(Registry, RemembersReadsFromTheSelectionToItsMenuUnlessASettingIsWritten)
   {
     const RememberedReads reads(RememberedReads::For::Menu);
     EXPECT_EQ(read_AfterChange(L"3"), L"");
-    EXPECT_EQ(regread_Text(norvak + LR"(missing\a)"), L"");
-    EXPECT_TRUE(write(norvak + LR"(missing\a)", L"written"));
-    EXPECT_EQ(regread_Text(norvak + LR"(missing\a)"), L"written") << "of a key that was not there";
+    for (const auto* name : {LR"(missing\a)", LR"(missing\below\a)"})
+      EXPECT_EQ(regread_Text(norvak + name), L"");
+    EXPECT_TRUE(write(norvak + LR"(missing\below\a)", L"written"));
+    EXPECT_EQ(regread_Text(norvak + LR"(missing\below\a)"), L"written") << "below a key that was not there";
   }
   const RememberedReads next(RememberedReads::For::Menu);
   EXPECT_EQ(read_AfterChange(L"4"), L"4");
