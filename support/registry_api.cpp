@@ -5,6 +5,7 @@
 #include <cstring>
 #include <forward_list>
 #include <span>
+#include <utility>
 
 #include "support/registry_view.h"
 #include "support/text.h"
@@ -128,7 +129,11 @@ RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
     if (key.Root == place.Root &&
         (equals_IgnoringCase(key.Path, place.Key) || is_BelowMissing(place.Key, key)))
       return read_AnsiValue(place, key, status);
-  return read_AnsiValue(place, kept.Keys.emplace_front(open_ByAnsiName(place)), status);
+  auto key = open_ByAnsiName(place);
+  // Any other failure may pass, and concerns this one read.
+  if (!key.Key && key.Status != ERROR_FILE_NOT_FOUND)
+    return read_AnsiValue(place, key, status);
+  return read_AnsiValue(place, kept.Keys.emplace_front(std::move(key)), status);
 }
 
 }  // namespace
