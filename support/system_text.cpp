@@ -30,7 +30,8 @@ std::wstring to_Lower(std::wstring_view text) {
 }
 
 bool equals_IgnoringCase(std::wstring_view left, std::wstring_view right) {
-  return std::ranges::equal(left, right, [](wchar_t a, wchar_t b) { return to_Lower(a) == to_Lower(b); });
+  return std::ranges::equal(left, right,
+                            [](wchar_t a, wchar_t b) { return a == b || to_Lower(a) == to_Lower(b); });
 }
 
 std::string to_Ansi(std::wstring_view text) {
