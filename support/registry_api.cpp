@@ -88,10 +88,10 @@ RegistryValue query_Value(Query query_function, HKEY key, const Name& name, Text
 }
 
 struct OpenedKey {
-  HKEY Root;
+  HKEY Root = nullptr;
   std::wstring Path;
   unique_hkey Key;  // null with the status that opening it gave
-  LSTATUS Status;
+  LSTATUS Status = ERROR_SUCCESS;
 };
 
 struct {
@@ -108,7 +108,35 @@ OpenedKey open_ByAnsiName(const RegistryPlace& place) {
   return key;
 }
 
-RegistryValue read_AnsiValue(const RegistryPlace& place, const OpenedKey& key, LSTATUS& status) {
+bool is_BelowMissing(std::wstring_view path, const OpenedKey& key) {
+  const auto length = key.Path.size();
+  return key.Status == ERROR_FILE_NOT_FOUND && path.size() > length && path[length] == L'\\' &&
+         equals_IgnoringCase(path.substr(0, length), key.Path);
+}
+
+// The place's key, or a missing one above it; null when neither is kept or none is at present.
+const OpenedKey* find_Kept(const RegistryPlace& place) {
+  if (kept.Keeps)
+    for (const auto& key : kept.Keys)
+      if (key.Root == place.Root &&
+          (equals_IgnoringCase(key.Path, place.Key) || is_BelowMissing(place.Key, key)))
+        return &key;
+  return nullptr;
+}
+
+// A key that is not kept stays in `opened`: any other failure than a missing key may pass, and concerns this
+// one read.
+const OpenedKey& find_Key(const RegistryPlace& place, OpenedKey& opened) {
+  if (const auto* known = find_Kept(place))
+    return *known;
+  opened = open_ByAnsiName(place);
+  const bool lasts = opened.Key || opened.Status == ERROR_FILE_NOT_FOUND;
+  return kept.Keeps && lasts ? kept.Keys.emplace_front(std::move(opened)) : opened;
+}
+
+RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
+  OpenedKey opened;
+  const auto& key = find_Key(place, opened);
   status = key.Status;
   DWORD type = REG_NONE;
   return key.Key
@@ -116,24 +144,13 @@ RegistryValue read_AnsiValue(const RegistryPlace& place, const OpenedKey& key, L
              : RegistryValue();
 }
 
-bool is_BelowMissing(std::wstring_view path, const OpenedKey& key) {
-  const auto length = key.Path.size();
-  return key.Status == ERROR_FILE_NOT_FOUND && path.size() > length && path[length] == L'\\' &&
-         equals_IgnoringCase(path.substr(0, length), key.Path);
-}
-
-RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
-  if (!kept.Keeps)
-    return read_AnsiValue(place, open_ByAnsiName(place), status);
-  for (const auto& key : kept.Keys)
-    if (key.Root == place.Root &&
-        (equals_IgnoringCase(key.Path, place.Key) || is_BelowMissing(place.Key, key)))
-      return read_AnsiValue(place, key, status);
-  auto key = open_ByAnsiName(place);
-  // Any other failure may pass, and concerns this one read.
-  if (!key.Key && key.Status != ERROR_FILE_NOT_FOUND)
-    return read_AnsiValue(place, key, status);
-  return read_AnsiValue(place, kept.Keys.emplace_front(std::move(key)), status);
+// A 64-bit program's own view has nothing of the suite as a rule. One look at its maker's key below SOFTWARE
+// then spares one for each key below that.
+void look_ForMaker(const RegistryPlace& place) {
+  const auto maker_end = place.Key.find(L'\\', place.Key.find(L'\\') + 1);
+  OpenedKey opened;
+  if (kept.Keeps)
+    find_Key({place.Root, place.Key.substr(0, maker_end), {}}, opened);
 }
 
 }  // namespace
@@ -172,9 +189,13 @@ RegistryValue regread_api(std::wstring_view path) {
 
 ApiAnswer ask_Registry(std::wstring_view path) {
   ApiAnswer answer{{}, is_Ascii(path)};
-  answer.Value = ask_Views(path, [&answer](std::wstring_view path_in_view) {
+  bool is_SuitesView = true;  // which is asked first
+  answer.Value = ask_Views(path, [&](std::wstring_view path_in_view) {
     LSTATUS status = ERROR_SUCCESS;
-    auto value = read_AnsiValue(find_Place(path_in_view), status);
+    const auto place = find_Place(path_in_view);
+    if (!std::exchange(is_SuitesView, false))
+      look_ForMaker(place);
+    auto value = read_AnsiValue(place, status);
     answer.IsMissing = answer.IsMissing && status == ERROR_FILE_NOT_FOUND;
     return value;
   });
