@@ -85,12 +85,13 @@ Fact describe_widths(const std::wstring& clsid) {
   if (has_64bit && has_32bit) {
     return {L"Explorer", L"fits", L"the 64-bit and the 32-bit DLL are registered"};
   }
-  return {L"Explorer", L"mismatch",
-          has_64bit
-              ? L"only the 64-bit DLL is registered, which 32-bit programs cannot load; run the setup again"
-          : has_32bit
-              ? L"only the 32-bit DLL is registered, which a 64-bit Explorer cannot load; run the setup again"
-              : L"neither DLL is registered; run the setup again"};
+  return {
+      L"Explorer", L"mismatch",
+      has_64bit ? L"only the 64-bit DLL is registered, which 32-bit programs cannot load; run the setup again"
+      : has_32bit
+          ? L"only the 32-bit DLL is registered, which a 64-bit Explorer cannot load; run the setup again "
+            L"(it has none for ARM processors)"
+          : L"neither DLL is registered; run the setup again"};
 }
 
 constexpr std::array components{L"logging.logme",         L"NorvakTranslator.Language",
