@@ -12,6 +12,7 @@
 #include "support/ini_settings.h"
 #include "support/registry_path.h"
 #include "support/registry_redirection.h"
+#include "support/registry_view.h"
 #include "support/script_host.h"
 #include "support/settings.h"
 #include "support/text.h"
@@ -147,11 +148,11 @@ RegistryValue regread(std::wstring& path) {
   const ScopeExit done([] { state.Reading = false; });
   normalise_ForRead(path);
   if (is_Remembered(path))
-    return state.LastValue;
+    return copy_Of(state.LastValue);
   auto value = read_Full(path).Value;
   // Both or neither: copied first, since memory may run out in between.
   auto last_path = path;
-  auto last_value = value;
+  auto last_value = copy_Of(value);
   state.LastPath.swap(last_path);
   state.LastValue.swap(last_value);
   return value;
@@ -164,7 +165,10 @@ FoundValue find_Value(std::wstring_view path) {
   const ScopeExit done([] { state.Reading = false; });
   std::wstring normalised(path);
   normalise_ForRead(normalised);
-  return read_Full(normalised);
+  auto found = read_Full(normalised);
+  if (std::wstring place(in_SuiteView(found.Place)); !is_Empty(regread_api(place)))
+    found.Place = std::move(place);
+  return found;
 }
 
 void forbid_Writes() {

@@ -13,8 +13,9 @@
 // memory. The empty text when nothing was found or the quiet state is set; value forms as in `regread_api`.
 RegistryValue regread(std::wstring& path);
 
-// A value with the place that it came from: the path or INI file that has it, or the folder's own files for
-// an install folder that was found by them. Both are empty when nothing was found.
+// A value with the place that it came from: the path that has it, as this program reaches it, the INI file,
+// or the folder's own files for an install folder that was found by them. Both are empty when nothing was
+// found.
 struct FoundValue {
   RegistryValue Value;
   std::wstring Place;

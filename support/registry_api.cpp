@@ -168,6 +168,10 @@ bool is_Empty(const RegistryValue& value) {
   return std::visit([](const auto& content) { return content.empty(); }, value);
 }
 
+RegistryValue copy_Of(const RegistryValue& value) {
+  return std::visit([](auto content) { return RegistryValue(std::move(content)); }, value);
+}
+
 std::wstring as_Text(RegistryValue value) {
   auto* text = std::get_if<std::wstring>(&value);
   return text == nullptr ? std::wstring() : std::move(*text);

@@ -18,6 +18,9 @@ using RegistryValue = std::variant<std::wstring, std::vector<std::byte>>;
 
 bool is_Empty(const RegistryValue& value);
 
+// A copy. What the standard library's own one does when memory runs out is undefined (GCC 12).
+RegistryValue copy_Of(const RegistryValue& value);
+
 // The text of a value; binary values have none.
 std::wstring as_Text(RegistryValue value);
 
