@@ -43,7 +43,7 @@ using KeptObject = KeptInterface<IDispatch>;
 
 // How long the answer of a component in another process is waited for, in milliseconds. That of one that
 // works on files or waits for others may take longer. In-process components answer when they do.
-constexpr DWORD quick_answer = 2000;
+constexpr DWORD quick_answer = 2500;
 constexpr DWORD answer_AfterWork = 600'000;
 
 // A new object of the class registered under the ProgID; null when there is none or it cannot be made.

@@ -6,8 +6,10 @@
 #include <deque>
 #include <functional>
 #include <iterator>
+#include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -48,31 +50,34 @@ struct Task {
 struct Worker {
   SRWLOCK Lock = SRWLOCK_INIT;
   CONDITION_VARIABLE Changed = CONDITION_VARIABLE_INIT;
-  std::deque<Task> Tasks;  // this and the next three under the lock
-  CLSID Class{};           // of the task at work
+  std::list<Task> Tasks;  // this and the next three under the lock
+  CLSID Class{};          // of the task at work
   bool Ends = false;
   bool HasEnded = false;
   HRESULT Outcome = S_OK;  // of the task that is awaited, once that is done
   const unique_kernel_handle Done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
   unique_kernel_handle Thread;
   std::deque<KnownClass> Classes;  // the thread's own
+  bool IsTaken = false;            // by a caller; under the lock of the state
 };
+
+using SharedWorker = std::shared_ptr<Worker>;
 
 struct MissingSurrogate {
   std::wstring Name;
-  std::shared_ptr<Worker> HeldUp;  // by a call to it; null for a process that has ended
+  SharedWorker HeldUp;  // by a call to it; null for a process that has ended
 };
 
 struct {
-  std::shared_ptr<Worker> Current;
+  SRWLOCK Lock = SRWLOCK_INIT;
+  std::vector<SharedWorker> Workers;  // this and the next one under the lock
   std::vector<MissingSurrogate> Missing;
-  std::atomic<bool> IsWaiting = false;
   std::atomic<long> Threads = 0;
 } state;  // lives as long as the module
 
 class Locked {
  public:
-  explicit Locked(Worker& worker) : m_lock(&worker.Lock) { AcquireSRWLockExclusive(m_lock); }
+  explicit Locked(SRWLOCK& lock) : m_lock(&lock) { AcquireSRWLockExclusive(m_lock); }
   ~Locked() { ReleaseSRWLockExclusive(m_lock); }
   Locked(const Locked&) = delete;
   Locked& operator=(const Locked&) = delete;
@@ -83,7 +88,7 @@ class Locked {
 
 // The next task; none when the worker is to end.
 Task take_Task(Worker& worker) {
-  const Locked lock(worker);
+  const Locked lock(worker.Lock);
   while (worker.Tasks.empty() && !worker.Ends)
     SleepConditionVariableSRW(&worker.Changed, &worker.Lock, INFINITE, 0);
   if (worker.Ends)
@@ -106,15 +111,15 @@ void run_Tasks(Worker& worker) {
 }
 
 void drop_Tasks(Worker& worker) {
-  std::deque<Task> dropped;
-  const Locked lock(worker);
+  std::list<Task> dropped;
+  const Locked lock(worker.Lock);
   worker.HasEnded = true;
   dropped.swap(worker.Tasks);
 }
 
 DWORD WINAPI run_Worker(void* argument) {
   {
-    const std::unique_ptr<std::shared_ptr<Worker>> own(static_cast<std::shared_ptr<Worker>*>(argument));
+    const std::unique_ptr<SharedWorker> own(static_cast<SharedWorker*>(argument));
     Worker& worker = **own;
     const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     run_Tasks(worker);
@@ -128,9 +133,9 @@ DWORD WINAPI run_Worker(void* argument) {
   FreeLibraryAndExitThread(get_Module(), 0);
 }
 
-std::shared_ptr<Worker> start_Worker() {
+SharedWorker start_Worker() {
   auto worker = std::make_shared<Worker>();
-  auto argument = std::make_unique<std::shared_ptr<Worker>>(worker);
+  auto argument = std::make_unique<SharedWorker>(worker);
   HMODULE module = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(get_Module()),
                      &module);
@@ -146,24 +151,45 @@ std::shared_ptr<Worker> start_Worker() {
   return worker;
 }
 
-Worker& ensure_Worker() {
-  if (!state.Current)
-    state.Current = start_Worker();
-  return *state.Current;
+void add_Worker() {
+  state.Workers.reserve(state.Workers.size() + 1);  // a thread that has started has its place
+  state.Workers.push_back(start_Worker());
+}
+
+// A worker that nobody else waits for, the caller's until it is given back: each thread that calls has one.
+SharedWorker take_Worker() {
+  const Locked lock(state.Lock);
+  auto free = std::ranges::find_if(state.Workers, [](const auto& worker) { return !worker->IsTaken; });
+  if (free == state.Workers.end()) {
+    add_Worker();
+    free = std::prev(state.Workers.end());
+  }
+  (*free)->IsTaken = true;
+  return *free;
+}
+
+void give_Back(Worker& worker) {
+  const Locked lock(state.Lock);
+  worker.IsTaken = false;
 }
 
 void end_Worker(Worker& worker) {
   {
-    const Locked lock(worker);
+    const Locked lock(worker.Lock);
     worker.Ends = true;
   }
   WakeConditionVariable(&worker.Changed);
 }
 
+CLSID class_AtWork(Worker& worker) {
+  const Locked lock(worker.Lock);
+  return worker.Class;
+}
+
 // Takes the task over, since the caller must not be the last one to own an object. False when the worker has
 // ended; the task is as it was then.
 bool hand_Over(Worker& worker, Task& task) {
-  const Locked lock(worker);
+  const Locked lock(worker.Lock);
   if (worker.HasEnded)
     return false;
   worker.Tasks.push_back(std::move(task));
@@ -187,12 +213,23 @@ std::wstring surrogate_Of(REFCLSID clsid) {
   return application;
 }
 
-// Null while the process of the class is not known to be missing.
-const MissingSurrogate* find_Missing(REFCLSID clsid) {
-  if (state.Missing.empty())
-    return nullptr;
-  const auto found = std::ranges::find(state.Missing, surrogate_Of(clsid), &MissingSurrogate::Name);
-  return found == state.Missing.end() ? nullptr : &*found;
+// Nothing while the process of the class is not known to be missing.
+std::optional<MissingSurrogate> find_Missing(REFCLSID clsid) {
+  {
+    const Locked lock(state.Lock);
+    if (state.Missing.empty())
+      return {};
+  }
+  const auto name = surrogate_Of(clsid);
+  const Locked lock(state.Lock);
+  const auto found = std::ranges::find(state.Missing, name, &MissingSurrogate::Name);
+  return found == state.Missing.end() ? std::nullopt : std::optional(*found);
+}
+
+void add_Missing(REFCLSID clsid, SharedWorker held_up) {
+  MissingSurrogate missing{surrogate_Of(clsid), std::move(held_up)};
+  const Locked lock(state.Lock);
+  state.Missing.push_back(std::move(missing));
 }
 
 // Whether the outcome tells that the process has ended, could not be reached or not be started.
@@ -226,33 +263,39 @@ bool wait_For(HANDLE done, DWORD limit) {
 
 // Another worker takes the place of one that is held up, at once: the apartment, and with it all objects,
 // would end with its last thread.
-void abandon_Worker() {
-  const auto held_up = std::move(state.Current);
+void abandon(const SharedWorker& held_up) {
   end_Worker(*held_up);
-  state.Missing.push_back({surrogate_Of(held_up->Class), held_up});
-  ensure_Worker();
+  {
+    const Locked lock(state.Lock);
+    std::erase(state.Workers, held_up);
+    if (state.Workers.empty())
+      add_Worker();
+  }
+  add_Missing(class_AtWork(*held_up), held_up);
 }
 
-HRESULT run_Awaited(REFCLSID clsid, DWORD limit, Routine&& routine) {
-  if (find_Missing(clsid) != nullptr)
-    return CO_E_OBJNOTCONNECTED;
-  Worker& worker = ensure_Worker();
-  Task task{clsid, std::move(routine), true};
-  hand_Over(worker, task);
-  if (!wait_For(worker.Done.get(), limit)) {
-    abandon_Worker();
+// Has a worker that the caller has taken run the task, which is awaited.
+HRESULT await(const SharedWorker& worker, Task& task, DWORD limit) {
+  const auto clsid = task.Class;
+  hand_Over(*worker, task);
+  if (!wait_For(worker->Done.get(), limit)) {
+    abandon(worker);
     return RPC_E_TIMEOUT;
   }
-  if (has_Ended(worker.Outcome))
-    state.Missing.push_back({surrogate_Of(clsid), {}});
-  return worker.Outcome;
+  if (has_Ended(worker->Outcome))
+    add_Missing(clsid, {});
+  return worker->Outcome;
 }
 
 HRESULT run_Remotely(REFCLSID clsid, DWORD limit, Routine routine) {
-  if (state.IsWaiting.exchange(true))
-    return RPC_E_CALL_REJECTED;
-  const ScopeExit done([] { state.IsWaiting = false; });
-  return run_Guarded(E_OUTOFMEMORY, [&] { return run_Awaited(clsid, limit, std::move(routine)); });
+  return run_Guarded(E_OUTOFMEMORY, [&] {
+    if (find_Missing(clsid))
+      return CO_E_OBJNOTCONNECTED;
+    const auto worker = take_Worker();
+    const ScopeExit done([&worker] { give_Back(*worker); });
+    Task task{clsid, std::move(routine), true};
+    return await(worker, task, limit);
+  });
 }
 
 HRESULT get_Factory(REFCLSID clsid, ComPtr<IClassFactory>& factory) {
@@ -269,9 +312,14 @@ KnownClass& know_Class(Worker& worker, REFCLSID clsid) {
 }
 
 HRESULT make_Object(KnownClass& known, Proxy& object) {
-  HRESULT outcome = known.Factory ? S_OK : get_Factory(known.Id, known.Factory);
-  if (SUCCEEDED(outcome))
+  HRESULT outcome = CO_E_OBJNOTCONNECTED;
+  if (known.Factory)
     outcome = known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+  if (has_Ended(outcome)) {  // a process may end when it has no object
+    outcome = get_Factory(known.Id, known.Factory);
+    if (SUCCEEDED(outcome))
+      outcome = known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+  }
   if (FAILED(outcome))
     known.Factory.Reset();
   return outcome;
@@ -352,14 +400,19 @@ HRESULT RemoteObject::make() {
 // Nobody waits for the end of an object, but for that of one that may have kept others waiting.
 RemoteObject::~RemoteObject() {
   run_Guarded([&] {
-    const auto* missing = find_Missing(m_class);
+    const auto missing = find_Missing(m_class);
     Task release{m_class, [proxy = std::move(m_proxy)](Worker&) { return S_OK; }, false};
     // Another worker would only be held up in its turn.
-    if (missing == nullptr || !missing->HeldUp || !hand_Over(*missing->HeldUp, release))
-      hand_Over(ensure_Worker(), release);
+    if (missing && missing->HeldUp && hand_Over(*missing->HeldUp, release))
+      return;
+    const auto worker = take_Worker();
+    const ScopeExit done([&worker] { give_Back(*worker); });
+    release.IsAwaited = m_limit > quick_answer;
+    if (release.IsAwaited)
+      await(worker, release, quick_answer);
+    else
+      hand_Over(*worker, release);
   });
-  if (m_limit > quick_answer)
-    run_Remotely(m_class, quick_answer, [](Worker&) { return S_OK; });
 }
 
 // The member is looked up with its first call, so that a later one is one question to the other process.
@@ -384,7 +437,7 @@ STDMETHODIMP RemoteObject::Invoke(DISPID member, REFIID, LCID, WORD kind, DISPPA
     const auto& name = m_names.at(static_cast<std::size_t>(member));
     const bool asks_ForLife = name == sign_of_life && given.empty();
     if (asks_ForLife && m_life.vt != VT_EMPTY && GetTickCount64() - m_life_time < life_milliseconds &&
-        find_Missing(m_class) == nullptr)
+        !find_Missing(m_class))
       return VariantCopy(result, &m_life);
     const auto answer = std::make_shared<_variant_t>();
     const HRESULT outcome = run_Remotely(
@@ -420,7 +473,12 @@ ComPtr<IDispatch> create_RemoteObject(REFCLSID clsid, DWORD answer_limit) noexce
 }
 
 bool end_RemoteWork() noexcept {
-  if (const auto worker = std::move(state.Current)) {
+  std::vector<SharedWorker> workers;
+  {
+    const Locked lock(state.Lock);
+    workers.swap(state.Workers);
+  }
+  for (const auto& worker : workers) {
     end_Worker(*worker);
     WaitForSingleObject(worker->Thread.get(), quick_answer);
   }

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include "support/automation.h"
 #include "support/handles.h"
@@ -118,6 +119,12 @@ TEST_F(Surrogate, ThatDiesIsMissingFromThenOn) {
   EXPECT_EQ(surrogates(), 0);
 }
 
+TEST_F(Surrogate, ThatEndsWithoutAnObjectIsStartedAnew) {
+  EXPECT_TRUE(create_Object(store));
+  EXPECT_EQ(surrogates(kill), 1);
+  EXPECT_TRUE(create_Object(store));
+}
+
 TEST_F(Surrogate, ThatHangsCostsOneWait) {
   const auto object = create_Object(translator), other = create_Object(logger);
   const auto start = GetTickCount64();
@@ -157,7 +164,13 @@ TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
       },
       window, 0, nullptr));
   PostMessageW(window, WM_APP, 0, 0);
+  const auto other = create_Object(translator);
+  bool is_served = false;
+  std::thread meanwhile(
+      [&] { is_served = call_Member(other.Get(), L"translateit", {L"a text"}).has_value(); });
   const auto answer = wait(create_Object(semaphore, 5 * quick_answer));
+  meanwhile.join();
+  EXPECT_TRUE(is_served);
   ASSERT_TRUE(answer);
   EXPECT_FALSE(bool(*answer));
   EXPECT_EQ(WaitForSingleObject(sender.get(), 0), WAIT_OBJECT_0) << "another thread that was left waiting";
@@ -181,6 +194,7 @@ TEST_F(Surrogate, ServesARightClickAndIsLetGo) {
       invoke(object, 2);
     object.Reset();
     EXPECT_EQ(library.run("DllCanUnloadNow"), S_OK);
+    surrogates(kill);  // those of the emulation end late and serve nobody meanwhile
   };
   Holdings of_Emulation;
   of_Emulation.Counts[Holdings::KernelHandles] = 3 * 4;  // of each process that it has reached
