@@ -27,38 +27,56 @@ struct KnownFactory {
 
 using KnownFactories = std::vector<KnownFactory>;
 
-KnownFactories* known_factories = nullptr;  // lives until the module unloads
+// What lives until the module unloads. COM unloads a component's DLL with the last apartment that has loaded
+// it, while objects are still kept that other threads may use; so their DLLs are held.
+struct Known {
+  std::vector<unique_hmodule> Servers;
+  KnownFactories Factories;
+};
 
-void forget(KnownFactories::iterator known) {
-  known->Factory->LockServer(FALSE);
-  known_factories->erase(known);
+Known* known = nullptr;
+
+void forget(KnownFactories::iterator factory) {
+  factory->Factory->LockServer(FALSE);
+  known->Factories.erase(factory);
 }
 
 void release_Factories() {
-  while (known_factories != nullptr && !known_factories->empty())
-    forget(std::prev(known_factories->end()));
-  delete std::exchange(known_factories, nullptr);
+  while (known != nullptr && !known->Factories.empty())
+    forget(std::prev(known->Factories.end()));
+  delete std::exchange(known, nullptr);
 }
 
 // A factory that fails is forgotten, so that the class is looked up again.
 AutomationObject create_ByKnownFactory(std::wstring_view progid) {
   AutomationObject object;
-  if (known_factories == nullptr)
+  if (known == nullptr)
     return object;
-  const auto known = std::ranges::find(*known_factories, progid, &KnownFactory::ProgId);
-  if (known == known_factories->end())
+  const auto factory = std::ranges::find(known->Factories, progid, &KnownFactory::ProgId);
+  if (factory == known->Factories.end())
     return object;
-  if (known->Thread != GetCurrentThreadId() ||
-      FAILED(known->Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
-    forget(known);
+  if (factory->Thread != GetCurrentThreadId() ||
+      FAILED(factory->Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    forget(factory);
   return object;
 }
 
+// Holds the DLL that the factory's code is in, once.
+void hold_Server(IClassFactory* factory) {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, *reinterpret_cast<const wchar_t**>(factory),
+                     &module);
+  unique_hmodule server(module);
+  if (std::ranges::find(known->Servers, server) == known->Servers.end())
+    known->Servers.push_back(std::move(server));
+}
+
 void keep_Factory(const wchar_t* progid, const ComPtr<IClassFactory>& factory) {
-  release_Later(KeptUntil::ModuleUnloads, release_Factories);
-  if (known_factories == nullptr)
-    known_factories = new KnownFactories;
-  known_factories->push_back({progid, GetCurrentThreadId(), factory});
+  release_Later(KeptUntil::OthersAreGone, release_Factories);
+  if (known == nullptr)
+    known = new Known;
+  hold_Server(factory.Get());
+  known->Factories.push_back({progid, GetCurrentThreadId(), factory});
   factory->LockServer(TRUE);
 }
 

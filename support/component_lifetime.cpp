@@ -18,7 +18,7 @@ struct Release {
 };
 
 struct {
-  std::vector<Release> Releases;
+  std::vector<Release> Releases;  // in the order of their ends
   std::optional<bool> SkipAutoUnload;
 } state;  // lives as long as the module
 
@@ -33,7 +33,7 @@ void release_Until(KeptUntil end) {
 void release_Later(KeptUntil end, void (*release)()) {
   const Release entry{end, release};
   if (std::ranges::find(state.Releases, entry) == state.Releases.end())
-    state.Releases.push_back(entry);
+    state.Releases.insert(std::ranges::upper_bound(state.Releases, end, {}, &Release::End), entry);
 }
 
 void clean_up_Process() {
@@ -44,5 +44,5 @@ void clean_up_Process() {
 }
 
 void release_Components() {
-  release_Until(KeptUntil::ModuleUnloads);
+  release_Until(KeptUntil::OthersAreGone);
 }

@@ -5,6 +5,7 @@
 enum class KeptUntil {
   ObjectEnds,     // released by the end-of-use clean-up of an object
   ModuleUnloads,  // released when the DLL may be unloaded
+  OthersAreGone,  // the same, after all of those: what they need to be released
 };
 
 // Has `release` called at the end named; a routine that is known already is not entered twice.

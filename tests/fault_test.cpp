@@ -107,6 +107,7 @@ const std::pair<const char*, void*> faults[] = {
     {"WritePrivateProfileStringW", failing<WritePrivateProfileStringW>()},
     {"SHGetFolderPathW", failing<SHGetFolderPathW, E_FAIL>()},
     {"GetModuleFileNameW", failing<GetModuleFileNameW>()},
+    {"GetModuleHandleExW", failing<GetModuleHandleExW>()},
     {"LoadLibraryA", failing<LoadLibraryA>()},
     {"LoadLibraryExW", failing<LoadLibraryExW>()},
     {"GetProcAddress", failing<GetProcAddress>()},
