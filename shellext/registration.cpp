@@ -4,6 +4,7 @@
 #include <wrl/client.h>
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,13 +36,13 @@ std::vector<Row> registration_Rows() {
   const auto clsid = guid_Text(clsid_ShellExt);
   const auto class_key = LR"(CLSID\)" + clsid;
   return {
+      {progid, L"", description},
+      {std::wstring(progid) + LR"(\CLSID)", L"", clsid},
       {class_key, L"", description},
       {class_key + LR"(\InprocServer32)", L"", get_ModulePath()},
       {class_key + LR"(\InprocServer32)", L"ThreadingModel", L"Apartment"},
       {class_key + LR"(\ProgID)", L"", progid},
       {class_key + LR"(\TypeLib)", L"", guid_Text(libid_ShellExt)},
-      {progid, L"", description},
-      {std::wstring(progid) + LR"(\CLSID)", L"", clsid},
   };
 }
 
@@ -189,11 +190,24 @@ LSTATUS remove_Row(const Row& row) {
   return empty ? RegDeleteKeyW(HKEY_CLASSES_ROOT, row.Key.c_str()) : ERROR_SUCCESS;
 }
 
+// Whether the DLL of either width is registered. The two have a class each and share the ProgID.
+bool is_ClassThere() {
+  const auto server = LR"(CLSID\)" + guid_Text(clsid_ShellExt) + LR"(\InprocServer32)";
+  return std::ranges::any_of(std::array{KEY_WOW64_32KEY, KEY_WOW64_64KEY}, [&](REGSAM view) {
+    HKEY opened = nullptr;
+    RegOpenKeyExW(HKEY_CLASSES_ROOT, server.c_str(), 0, KEY_READ | view, &opened);
+    const unique_hkey key(opened);
+    return RegQueryValueExW(opened, L"", nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+  });
+}
+
 HRESULT remove_Registration() {
   HRESULT result = remove_TypeLibrary();
   auto rows = registration_Rows();
   std::ranges::reverse(rows);
   for (const auto& row : rows) {
+    if (row.Key.starts_with(progid) && is_ClassThere())
+      continue;
     const LSTATUS status = remove_Row(row);
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND && SUCCEEDED(result))
       result = HRESULT_FROM_WIN32(static_cast<unsigned long>(status));

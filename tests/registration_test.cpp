@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "support/handles.h"
+#include "support/module.h"
 #include "support/text.h"
 #include "tests/explorer.h"
 
@@ -109,6 +110,16 @@ TEST_F(Registration, RemovalKeepsWhatOthersHaveAdded) {
   append_Rows(HKEY_CLASSES_ROOT, progid, L"", left);
   EXPECT_EQ(left, (Lines{L"", LR"(inprocserver32\)", LR"(inprocserver32\note=theirs)", L"", LR"(shell\)",
                          LR"(shell\=theirs)"}));
+  if constexpr (!is_SuitesBitness) {  // the 32-bit DLL has a class of its own and the same ProgID
+    const auto other = other_view + class_key, class_OfProgId = LR"(HKCR\)" + progid + LR"(\CLSID\)";
+    m_library.run("DllRegisterServer");
+    set_Value(LR"(HKCR\)" + other + LR"(\InprocServer32\)", L"theirs");
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(to_Lower(value_At(class_OfProgId)), clsid);
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, other.c_str());
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(value_At(class_OfProgId), L"(none)");
+  }
 }
 
 TEST_F(Registration, ThatCannotBeWrittenWholeLeavesEverythingAsItWas) {
