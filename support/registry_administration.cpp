@@ -139,9 +139,13 @@ std::vector<RegistryEntry> EnumValues(std::wstring_view path) {
 }
 
 bool CheckAccess(std::wstring_view path, DWORD access) {
-  return administer(path, Target::ReadKey, [access](const auto& place, const auto&) {
-    const auto answer = call_Provider(L"CheckAccess", place, {{L"uRequired", static_cast<long>(access)}});
-    const bool granted = !answer || answer->get(L"bGranted").boolVal != VARIANT_FALSE;
-    return succeeds(answer, L"CheckAccess", [&] { return open_Key(place, access) != nullptr; }) && granted;
-  });
+  // What is written goes to the suite's view alone.
+  const bool is_read = (access & ~static_cast<DWORD>(KEY_READ)) == 0;
+  return administer(
+      path, is_read ? Target::ReadKey : Target::CheckedKey, [access](const auto& place, const auto&) {
+        const auto answer = call_Provider(L"CheckAccess", place, {{L"uRequired", static_cast<long>(access)}});
+        const bool granted = !answer || answer->get(L"bGranted").boolVal != VARIANT_FALSE;
+        return succeeds(answer, L"CheckAccess", [&] { return open_Key(place, access) != nullptr; }) &&
+               granted;
+      });
 }

@@ -15,7 +15,7 @@
 #include "support/script_host.h"
 #include "support/text.h"
 
-enum class Target { ReadKey, WrittenKey, WrittenValue };
+enum class Target { ReadKey, CheckedKey, WrittenKey, WrittenValue };
 
 // Runs the body with the place of the path and the repaired path; the empty answer when there is none.
 template <typename Body>
@@ -27,7 +27,7 @@ auto administer(std::wstring_view path, Target target, Body body) noexcept {
     if (is_Quiet() || contains(path, {L"\0", 1}))
       return {};
     normalise_ForWrite(repaired);
-    if (target != Target::ReadKey)
+    if (target == Target::WrittenKey || target == Target::WrittenValue)
       redirect_ToUser(repaired);
     const auto run = [&](std::wstring_view path_in_view) {
       const auto place = find_Place(path_in_view);

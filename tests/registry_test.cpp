@@ -189,6 +189,8 @@ TEST_F(Registry, WritesToTheSuitesViewAndReadsTheOwnOneWhereThatHasNothing) {
     const auto entries = EnumValues(key);
     EXPECT_EQ(entries.empty() ? L"" : as_Text(entries[0].Value), read);
     EXPECT_EQ(Lines({as_Text(regread_api(path)), read_ByScriptHost(path)}), Lines(2, read));
+    const RememberedReads keys_kept(RememberedReads::For::Selection);
+    EXPECT_EQ(as_Text(regread_api(path)), read);
   }
   EXPECT_EQ(EnumKey(norvak), Lines{L"views"});
   for (const auto* other : {LR"(HKCU\Software\a)", LR"(HKLM\Softwares\a)", LR"(hklm\software\wow6432node\a)",
