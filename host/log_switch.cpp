@@ -10,6 +10,7 @@
 #include "support/diagnostic_log.h"
 #include "support/files.h"
 #include "support/registry.h"
+#include "support/registry_view.h"
 #include "support/settings.h"
 #include "support/text.h"
 #include "support/value_deletion.h"
@@ -35,6 +36,11 @@ bool is_set(const Setting& setting) {
   return !is_Empty(regread_api(setting.Path));
 }
 
+/// Whether the value is where 64-bit programs alone look, and where nothing of the suite writes.
+bool is_outside_suites_view(const Setting& setting) {
+  return is_set(setting) && is_Empty(regread_api(in_SuiteView(setting.Path)));
+}
+
 void switch_on(const std::vector<std::wstring>& words) {
   if (words.size() == 1) {
     write_setting(always_debug, L"1");
@@ -50,6 +56,10 @@ void switch_on(const std::vector<std::wstring>& words) {
 void switch_off() {
   if (is_set(always_debug)) {
     write_setting(always_debug, L"0");
+  }
+  if (is_outside_suites_view(debug_path)) {
+    throw Failure{std::wstring(debug_path.Path) +
+                  L" is set for 64-bit programs alone, as by a policy, and has to be removed there."};
   }
   if (is_set(debug_path)) {
     require_written(deletevalue(debug_path.Path), debug_path);
