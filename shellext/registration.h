@@ -8,6 +8,6 @@
 // returns the reason.
 HRESULT register_Module() noexcept;
 
-// Removes what `register_Module` writes, and nothing that others have put there. S_OK also when there was
-// nothing to remove.
+// Removes what `register_Module` writes, and nothing that others have put there; the ProgID stays while the
+// DLL of the other width is registered. S_OK also when there was nothing to remove.
 HRESULT unregister_Module() noexcept;
