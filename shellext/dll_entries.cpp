@@ -10,7 +10,7 @@
 #include "support/boundary.h"
 #include "support/component_lifetime.h"
 #include "support/module.h"
-#include "support/remote_component.h"
+#include "support/remote_worker.h"
 #include "support/stack_guard.h"
 
 // A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.

@@ -11,6 +11,7 @@
 
 #include "support/automation.h"
 #include "support/handles.h"
+#include "support/remote_worker.h"
 #include "tests/explorer.h"
 #include "tests/holdings.h"
 
