@@ -27,10 +27,10 @@ std::wstring replaced(std::wstring text, Replacements steps) {
 }
 
 constexpr Replacements misspelling{{LR"(Sofware\)", LR"(Software\)"}};
-constexpr Replacements names{{LR"(hklm\)", LR"(HKLM\)"},         {LR"(hkcu\)", LR"(HKCU\)"},
-                             {LR"(hlcr\)", LR"(HKCR\)"},         {LR"(software\)", LR"(SOFTWARE\)"},
-                             {LR"(Software\)", LR"(SOFTWARE\)"}, {LR"(system\)", LR"(SYSTEM\)"},
-                             {LR"(System\)", LR"(SYSTEM\)"}};
+constexpr Replacements spellings{{LR"(hklm\)", LR"(HKLM\)"},         {LR"(hkcu\)", LR"(HKCU\)"},
+                                 {LR"(hlcr\)", LR"(HKCR\)"},         {LR"(software\)", LR"(SOFTWARE\)"},
+                                 {LR"(Software\)", LR"(SOFTWARE\)"}, {LR"(system\)", LR"(SYSTEM\)"},
+                                 {LR"(System\)", LR"(SYSTEM\)"}};
 constexpr Replacements to_machine{
     {LR"(\\)", LR"(\)"}, {L"HKCU", L"HKLM"}, {L"HKEY_CURRENT_USER", L"HKEY_LOCAL_MACHINE"}};
 constexpr Replacements short_root{{L"HKEY_LOCAL_MACHINE", L"HKLM"}};
@@ -39,7 +39,7 @@ constexpr Replacements single{{LR"(\\)", LR"(\)"}};
 
 // Every user's settings are the machine's here, which is the longer of the two ways.
 std::wstring normalised(const std::wstring& path, Replacements first, Replacements last) {
-  auto result = replaced(replaced(path, first), names);
+  auto result = replaced(replaced(path, first), spellings);
   if (contains(result, L"HKCU") || contains(result, L"HKEY_CURRENT_USER"))
     result = replaced(result, to_machine);
   return replaced(replaced(result, last), single);

@@ -20,7 +20,7 @@ struct {
   std::wstring FirstSelectedPath;
   std::wstring MessageText;
   std::wstring MessageTitle;
-} state;  // lives as long as the module
+} action_state;  // lives as long as the module
 
 struct Step {
   std::wstring_view Action;
@@ -28,11 +28,11 @@ struct Step {
 };
 
 void mount(Files) {
-  mount_Drive(state.FirstSelectedPath);
+  mount_Drive(action_state.FirstSelectedPath);
 }
 
 void unmount(Files) {
-  unmount_Drive(state.FirstSelectedPath);
+  unmount_Drive(action_state.FirstSelectedPath);
 }
 
 void create(Files) {
@@ -58,7 +58,7 @@ void run_Steps(std::span<const Step> steps, std::wstring_view action, Files file
 void prepare(Files files) {
   repair_Pkcs7Icons();
   if (!files.empty() && !files.front().LongName.empty())
-    state.FirstSelectedPath = files.front().LongName;
+    action_state.FirstSelectedPath = files.front().LongName;
 }
 
 const std::wstring& translate_Once(std::wstring& cache, const wchar_t* text) {
@@ -68,8 +68,8 @@ const std::wstring& translate_Once(std::wstring& cache, const wchar_t* text) {
 }
 
 void show_CertificateMessage() {
-  const auto& text = translate_Once(state.MessageText, L"No Signature Certificate Configured");
-  const auto& title = translate_Once(state.MessageTitle, L"Configuration Problem");
+  const auto& text = translate_Once(action_state.MessageText, L"No Signature Certificate Configured");
+  const auto& title = translate_Once(action_state.MessageTitle, L"Configuration Problem");
   MessageBoxW(get_hwnd(), text.c_str(), title.c_str(), MB_OK | MB_ICONERROR);
 }
 

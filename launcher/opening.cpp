@@ -21,7 +21,7 @@ constexpr std::array quill_extensions{L"pdf"sv, L"xml"sv, L"d2d"sv, L"pkcs7"sv, 
 struct {
   std::wstring Viewer;
   std::wstring Quill;
-} state;  // lives as long as the module
+} opening_state;  // lives as long as the module
 
 // Walks the selection up to the first entry without a path or without a file.
 template <typename Open>
@@ -42,13 +42,13 @@ void open_Each(std::span<const FileEntry> files, Open&& open) {
 
 // The viewer for PDF files shows no XML, unless it was found for a PDF file before.
 std::wstring find_Viewer(std::wstring_view extension) {
-  if (state.Viewer.empty())
-    state.Viewer = find_PageKeeper();
-  if (state.Viewer.empty())
-    state.Viewer = find_SealWriter();
-  if (state.Viewer.empty() && extension != L"xml")
-    state.Viewer = find_PdfViewer();
-  return state.Viewer;
+  if (opening_state.Viewer.empty())
+    opening_state.Viewer = find_PageKeeper();
+  if (opening_state.Viewer.empty())
+    opening_state.Viewer = find_SealWriter();
+  if (opening_state.Viewer.empty() && extension != L"xml")
+    opening_state.Viewer = find_PdfViewer();
+  return opening_state.Viewer;
 }
 
 std::wstring open_Command(const std::wstring& program, const std::wstring& file) {
@@ -75,9 +75,9 @@ void open_InQuill(std::span<const FileEntry> files) {
   open_Each(files, [](const std::wstring& file, std::wstring_view extension) {
     if (std::ranges::find(quill_extensions, extension) == quill_extensions.end())
       return;
-    if (state.Quill.empty())
-      state.Quill = find_Quill();
-    if (!state.Quill.empty())
-      start_Program(open_Command(state.Quill, file));
+    if (opening_state.Quill.empty())
+      opening_state.Quill = find_Quill();
+    if (!opening_state.Quill.empty())
+      start_Program(open_Command(opening_state.Quill, file));
   });
 }

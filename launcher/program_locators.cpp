@@ -50,7 +50,7 @@ constexpr std::array locators{
 struct {
   std::array<std::wstring, locators.size()> Paths;
   std::wstring PdfApplication;
-} state;  // lives as long as the module
+} locator_state;  // lives as long as the module
 
 // Offers one candidate after the other until one is taken.
 template <typename Take>
@@ -70,7 +70,7 @@ void visit_Candidates(const Locator& locator, Take&& take) {
 
 std::wstring find_Program(Program program) {
   const auto index = static_cast<std::size_t>(program);
-  auto& path = state.Paths[index];
+  auto& path = locator_state.Paths[index];
   if (!path.empty())
     return path;
   visit_Candidates(locators[index], [&](const std::wstring& candidate) {
@@ -116,9 +116,9 @@ std::vector<std::wstring> list_Candidates(Program program) {
 
 std::wstring find_PdfApplication() {
   for (auto* find_Application : {find_PageKeeper, find_SealWriter, find_PdfViewer}) {
-    if (state.PdfApplication.empty())
-      state.PdfApplication = find_Application();
+    if (locator_state.PdfApplication.empty())
+      locator_state.PdfApplication = find_Application();
   }
   update_CardSigningAvailable();
-  return state.PdfApplication;
+  return locator_state.PdfApplication;
 }

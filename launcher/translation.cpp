@@ -20,19 +20,19 @@ struct {
   bool Releasing = false;
   std::wstring LastInput;
   std::wstring LastOutput;
-} state;  // lives as long as the module
+} translator_state;  // lives as long as the module
 
 void create_Translator() {
   release_Later(KeptUntil::ObjectEnds, release_Translator);
   // One that could not be asked at the end of an object goes now.
-  release_Later(KeptUntil::ModuleUnloads, [] { state.Translator.release(); });
-  state.Translator.keep(
+  release_Later(KeptUntil::ModuleUnloads, [] { translator_state.Translator.release(); });
+  translator_state.Translator.keep(
       create_OrRegister(L"NorvakTranslator.Language", {get_CommonProgramFolder() + L"NorvakTranslator.dll"}));
 }
 
 // One question to the dictionary; an unknown text comes back as it is. Nothing when the call failed.
 std::optional<std::wstring> ask_Translator(const std::wstring& text) {
-  const auto answer = call_Member(state.Translator.get(), L"translateit", {text_Argument(text)});
+  const auto answer = call_Member(translator_state.Translator.get(), L"translateit", {text_Argument(text)});
   if (!answer)
     return {};
   return as_Text(*answer);
@@ -59,35 +59,36 @@ std::wstring look_Up(const std::wstring& text) {
 std::wstring translate_String(const std::wstring& text) {
   if (!load_Translator())
     return text;
-  if (!state.LastInput.empty() && state.LastInput == text && !state.LastOutput.empty())
-    return state.LastOutput;
+  if (!translator_state.LastInput.empty() && translator_state.LastInput == text &&
+      !translator_state.LastOutput.empty())
+    return translator_state.LastOutput;
   auto answer = look_Up(text);
   replace_All(answer, escaped_break, line_break);
   if (!answer.empty()) {
     // Both or neither: copied first, since memory may run out in between.
     std::wstring input = text;
     std::wstring output = answer;
-    state.LastInput.swap(input);
-    state.LastOutput.swap(output);
+    translator_state.LastInput.swap(input);
+    translator_state.LastOutput.swap(output);
   }
   return answer;
 }
 
 VARIANT_BOOL load_Translator() {
-  state.Ready = is_Alive(state.Translator.get());
-  if (!state.Ready) {
+  translator_state.Ready = is_Alive(translator_state.Translator.get());
+  if (!translator_state.Ready) {
     create_Translator();
-    state.Ready = is_Alive(state.Translator.get());
+    translator_state.Ready = is_Alive(translator_state.Translator.get());
   }
-  return to_VariantBool(state.Ready);
+  return to_VariantBool(translator_state.Ready);
 }
 
 void release_Translator() {
-  if (state.Releasing)
+  if (translator_state.Releasing)
     return;
-  state.Releasing = true;
-  const ScopeExit done([] { state.Releasing = false; });
-  if (state.Ready && read_Number(state.Translator.get(), L"info"))
-    state.Translator.release();
-  state.Ready = false;
+  translator_state.Releasing = true;
+  const ScopeExit done([] { translator_state.Releasing = false; });
+  if (translator_state.Ready && read_Number(translator_state.Translator.get(), L"info"))
+    translator_state.Translator.release();
+  translator_state.Ready = false;
 }

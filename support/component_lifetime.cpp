@@ -20,10 +20,10 @@ struct Release {
 struct {
   std::vector<Release> Releases;  // in the order of their ends
   std::optional<bool> SkipAutoUnload;
-} state;  // lives as long as the module
+} lifetime_state;  // lives as long as the module
 
 void release_Until(KeptUntil end) {
-  for (const auto& release : state.Releases)
+  for (const auto& release : lifetime_state.Releases)
     if (release.End <= end)
       release.Routine();
 }
@@ -32,14 +32,15 @@ void release_Until(KeptUntil end) {
 
 void release_Later(KeptUntil end, void (*release)()) {
   const Release entry{end, release};
-  if (std::ranges::find(state.Releases, entry) == state.Releases.end())
-    state.Releases.insert(std::ranges::upper_bound(state.Releases, end, {}, &Release::End), entry);
+  if (std::ranges::find(lifetime_state.Releases, entry) == lifetime_state.Releases.end())
+    lifetime_state.Releases.insert(std::ranges::upper_bound(lifetime_state.Releases, end, {}, &Release::End),
+                                   entry);
 }
 
 void clean_up_Process() {
-  if (!state.SkipAutoUnload)
-    state.SkipAutoUnload = trim(regread_Text(skip_auto_unload.Path)) == L"1";
-  if (!*state.SkipAutoUnload)
+  if (!lifetime_state.SkipAutoUnload)
+    lifetime_state.SkipAutoUnload = trim(regread_Text(skip_auto_unload.Path)) == L"1";
+  if (!*lifetime_state.SkipAutoUnload)
     release_Until(KeptUntil::ObjectEnds);
 }
 

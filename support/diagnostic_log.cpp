@@ -36,7 +36,7 @@ struct {
   std::optional<std::wstring> Folder;
   std::wstring LastMessage;
   std::optional<bool> Traces;
-} state;  // lives as long as the process
+} log_state;  // lives as long as the process
 
 enum class Test { Equals, Contains };
 
@@ -68,22 +68,22 @@ std::wstring read_Setting(std::wstring_view path) {
 
 // A value that names a program file is a leftover of older releases; it is no folder to write into.
 void load_DebugPath() {
-  state.DebugPathLoaded = true;
+  log_state.DebugPathLoaded = true;
   auto folder = regread_Text(debug_path.Path);
   if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
     return;
-  state.DebugPath = with_Backslash(folder);
+  log_state.DebugPath = with_Backslash(folder);
   std::wstring path = debug_path.Path;
-  if (state.DebugPath != folder)
-    regwrite_sz(path, state.DebugPath);
+  if (log_state.DebugPath != folder)
+    regwrite_sz(path, log_state.DebugPath);
 }
 
 void load_Settings() {
-  if (!state.SettingsLoaded) {
-    state.SettingsLoaded = true;
-    state.AlwaysDebug = read_Setting(always_debug.Path) == L"1";
+  if (!log_state.SettingsLoaded) {
+    log_state.SettingsLoaded = true;
+    log_state.AlwaysDebug = read_Setting(always_debug.Path) == L"1";
   }
-  if (!state.DebugPathLoaded && !is_Quiet())
+  if (!log_state.DebugPathLoaded && !is_Quiet())
     load_DebugPath();
 }
 
@@ -126,24 +126,24 @@ std::wstring compose_Header() {
 }
 
 void release_Logger() {
-  state.Logger.release();
-  if (state.ComponentState == Component::Ready)
-    state.ComponentState = Component::Untried;
+  log_state.Logger.release();
+  if (log_state.ComponentState == Component::Ready)
+    log_state.ComponentState = Component::Untried;
 }
 
 bool ensure_Logger() {
-  if (state.ComponentState == Component::Untried) {
+  if (log_state.ComponentState == Component::Untried) {
     release_Later(KeptUntil::ModuleUnloads, release_Logger);
-    state.Logger.keep(create_OrRegister(
+    log_state.Logger.keep(create_OrRegister(
         L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"}));
-    state.ComponentState = state.Logger.get() != nullptr ? Component::Ready : Component::Off;
+    log_state.ComponentState = log_state.Logger.get() != nullptr ? Component::Ready : Component::Off;
   }
-  return state.ComponentState == Component::Ready;
+  return log_state.ComponentState == Component::Ready;
 }
 
 std::wstring find_Folder() {
-  if (!state.DebugPath.empty())
-    return state.DebugPath;
+  if (!log_state.DebugPath.empty())
+    return log_state.DebugPath;
   auto folder = with_Backslash(read_Setting(alternative_write_path.Path));
   if (folder.empty())
     folder = read_Setting(second_install_folder.Path);
@@ -157,8 +157,8 @@ void write_Line(std::wstring_view message) {
     return;
   const std::wstring& chosen = own_Identity().LogFile;
   if (!chosen.empty())
-    put_Property(state.Logger.get(), L"LogfileName", text_Argument(chosen));
-  call_Member(state.Logger.get(), L"logge",
+    put_Property(log_state.Logger.get(), L"LogfileName", text_Argument(chosen));
+  call_Member(log_state.Logger.get(), L"logge",
               {text_Argument(compose_Header().append(message)), text_Argument(find_LogFile())});
 }
 
@@ -172,18 +172,18 @@ bool append_ToFile(const wchar_t* path, const std::string& bytes) {
 }
 
 bool is_TraceOn() {
-  if (!state.Traces) {
-    state.Traces = to_Number(read_Setting(drive_root_trace.Path)) == 1;
-    if (*state.Traces)
-      state.ComponentState = Component::Off;
+  if (!log_state.Traces) {
+    log_state.Traces = to_Number(read_Setting(drive_root_trace.Path)) == 1;
+    if (*log_state.Traces)
+      log_state.ComponentState = Component::Off;
   }
-  return *state.Traces;
+  return *log_state.Traces;
 }
 
 void write_Message(std::wstring_view message) {
-  if (message.empty() || message == state.LastMessage || is_Noise(message))
+  if (message.empty() || message == log_state.LastMessage || is_Noise(message))
     return;
-  state.LastMessage = message;
+  log_state.LastMessage = message;
   trace_Message(message.substr(0, traced_letters));
   write_Line(message);
 }
@@ -206,32 +206,32 @@ std::wstring_view choose_LogFile(std::wstring_view executable_name, std::wstring
 
 bool is_LogOn() noexcept {
   return run_Guarded(false, [] {
-    if (state.AtWork)
+    if (log_state.AtWork)
       return false;
-    if (!state.SettingsLoaded || !state.DebugPathLoaded) {
-      state.AtWork = true;
-      const ScopeExit done([] { state.AtWork = false; });
+    if (!log_state.SettingsLoaded || !log_state.DebugPathLoaded) {
+      log_state.AtWork = true;
+      const ScopeExit done([] { log_state.AtWork = false; });
       load_Settings();
     }
-    return (state.AlwaysDebug || !state.DebugPath.empty()) &&
-           (state.ComponentState != Component::Off || state.Traces.value_or(false));
+    return (log_state.AlwaysDebug || !log_state.DebugPath.empty()) &&
+           (log_state.ComponentState != Component::Off || log_state.Traces.value_or(false));
   });
 }
 
 std::wstring find_LogFile() {
   is_LogOn();  // settles where a debug path leads
-  if (!state.Folder)
-    state.Folder = find_Folder();
+  if (!log_state.Folder)
+    log_state.Folder = find_Folder();
   const auto& chosen = own_Identity().LogFile;
-  return (*state.Folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
+  return (*log_state.Folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
 }
 
 void debug_Log(std::wstring_view message) noexcept {
   if (!is_LogOn())
     return;
   run_Guarded([message] {
-    state.AtWork = true;
-    const ScopeExit done([] { state.AtWork = false; });
+    log_state.AtWork = true;
+    const ScopeExit done([] { log_state.AtWork = false; });
     write_Message(message);
   });
 }

@@ -21,7 +21,7 @@ struct {
   std::optional<bool> MultiSigner;
   std::optional<std::wstring> ConfigurationTool;  // empty when it was looked for and not found
   std::wstring SmartCard;                         // the registry's own text, or "1" for a feature that is on
-} state;                                          // lives as long as the process
+} probe_state;                                    // lives as long as the process
 
 bool is_LoadedFromDriveRoot() {
   return contains(to_Lower(get_ModuleFolder()), LR"(:\norvak)");
@@ -51,44 +51,44 @@ bool is_ToolFeatureOn(std::wstring_view first_path, std::wstring_view second_pat
 
 void fill_SmartCardCache() {
   for (auto* probe : {has_CardConnector, has_CredentialProvider, has_MultiSigner}) {
-    if (state.SmartCard.empty() && probe())
-      state.SmartCard = L"1";
+    if (probe_state.SmartCard.empty() && probe())
+      probe_state.SmartCard = L"1";
   }
   for (const auto* path : {csp_card_connector.Path, card_connector.Path, credential_provider.Path}) {
-    if (state.SmartCard.empty())
-      state.SmartCard = regread_Text(path);
+    if (probe_state.SmartCard.empty())
+      probe_state.SmartCard = regread_Text(path);
   }
 }
 
 }  // namespace
 
 VARIANT_BOOL has_CardConnector() {
-  return settle(state.CardConnector,
+  return settle(probe_state.CardConnector,
                 [] { return is_ToolFeatureOn(card_connector.Path, csp_card_connector.Path); });
 }
 
 VARIANT_BOOL has_CredentialProvider() {
-  return settle(state.CredentialProvider,
+  return settle(probe_state.CredentialProvider,
                 [] { return is_ToolFeatureOn(credential_provider.Path, csp_credential_provider.Path); });
 }
 
 VARIANT_BOOL has_MultiSigner() {
-  return settle(state.MultiSigner, [] { return trim(regread_Text(multi_signer.Path)) == L"1"; });
+  return settle(probe_state.MultiSigner, [] { return trim(regread_Text(multi_signer.Path)) == L"1"; });
 }
 
 std::wstring find_ConfigurationTool() {
-  if (!state.ConfigurationTool) {
+  if (!probe_state.ConfigurationTool) {
     constexpr std::wstring_view tool = L"NorvakConfig.exe";
     auto path = find_InFolder(get_InstallFolder(), tool);
     if (path.empty())
       path = find_InFolder(regread_Text(csp_folder.Path), tool);
-    state.ConfigurationTool = path;
+    probe_state.ConfigurationTool = path;
   }
-  return *state.ConfigurationTool;
+  return *probe_state.ConfigurationTool;
 }
 
 void update_CardSigningAvailable() {
   fill_SmartCardCache();
-  if (state.SmartCard == L"1")
+  if (probe_state.SmartCard == L"1")
     selection_flags().CardSigningAvailable = VARIANT_TRUE;
 }

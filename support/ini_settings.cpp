@@ -28,7 +28,7 @@ struct IniFiles {
 struct {
   std::optional<bool> IsOn;
   std::optional<IniFiles> Files;
-} state;  // lives as long as the process
+} ini_state;  // lives as long as the process
 
 // What finds the INI files, what the system reads itself, and what the suite's services need before any INI
 // file can be reached. The parts are in lower case.
@@ -64,21 +64,21 @@ std::wstring find_File(const std::wstring& folder, std::wstring name, const wcha
 }
 
 bool is_IniMode() {
-  if (!state.IsOn) {
+  if (!ini_state.IsOn) {
     const auto text = as_Text(regread_api(use_ini.Path));
-    state.IsOn = !text.empty() && text != L"0";
+    ini_state.IsOn = !text.empty() && text != L"0";
   }
-  return *state.IsOn;
+  return *ini_state.IsOn;
 }
 
 const IniFiles& ini_Files() {
-  if (!state.Files) {
+  if (!ini_state.Files) {
     const auto folder = get_InstallFolder();
-    state.Files = IniFiles{find_File(folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
-                           find_File(folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
-                           find_File(folder, {}, L"norvak.ini")};
+    ini_state.Files = IniFiles{find_File(folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
+                               find_File(folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
+                               find_File(folder, {}, L"norvak.ini")};
   }
-  return *state.Files;
+  return *ini_state.Files;
 }
 
 std::wstring target_File(std::wstring_view path) {

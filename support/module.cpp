@@ -10,7 +10,7 @@ namespace {
 
 struct {
   HWND Window = nullptr;
-} state;  // lives as long as the module
+} module_state;  // lives as long as the module
 
 }  // namespace
 
@@ -35,10 +35,10 @@ void set_hwnd(HWND hwnd) {
   const long number = static_cast<long>(reinterpret_cast<LONG_PTR>(hwnd));
   debug_Log(name, number);
   if (hwnd != nullptr)
-    state.Window = hwnd;
+    module_state.Window = hwnd;
   debug_Log(finished, number);
 }
 
 HWND get_hwnd() {
-  return state.Window;
+  return module_state.Window;
 }

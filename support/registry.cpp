@@ -34,18 +34,18 @@ struct {
   std::wstring InstallFolder;
   bool Remembers = false;
   std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as first asked for, and texts
-} state;                                                          // lives as long as the process
+} registry_state;                                                 // lives as long as the process
 
 // Another call may be at work on this thread (a read that logs, a log that reads); it gets one short chance
 // to finish, never more, since a right-click must not wait.
 class BusyMark {
  public:
   BusyMark() {
-    if (state.Busy)
+    if (registry_state.Busy)
       Sleep(busy_wait_ms);
-    state.Busy = true;
+    registry_state.Busy = true;
   }
-  ~BusyMark() { state.Busy = false; }
+  ~BusyMark() { registry_state.Busy = false; }
   BusyMark(const BusyMark&) = delete;
   BusyMark& operator=(const BusyMark&) = delete;
 };
@@ -80,12 +80,12 @@ bool is_InstallFolder(std::wstring_view folder) {
 }
 
 std::wstring find_InstallFolder() {
-  if (is_InstallFolder(state.InstallFolder))
-    return state.InstallFolder;
+  if (is_InstallFolder(registry_state.InstallFolder))
+    return registry_state.InstallFolder;
   for (const auto folder : usual_install_folders) {
     if (is_InstallFolder(folder)) {
-      state.InstallFolder = folder;
-      return state.InstallFolder;
+      registry_state.InstallFolder = folder;
+      return registry_state.InstallFolder;
     }
   }
   return {};
@@ -99,7 +99,8 @@ void repair_InstallFolder(const std::wstring& folder) {
 }
 
 bool is_Remembered(std::wstring_view path) {
-  return !path.empty() && path == state.LastPath && !is_Empty(state.LastValue) && !contains(path, L"doexit");
+  return !path.empty() && path == registry_state.LastPath && !is_Empty(registry_state.LastValue) &&
+         !contains(path, L"doexit");
 }
 
 // A doubled folder name in this one value came from an installer that appended its own folder twice.
@@ -108,8 +109,9 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
   if (!equals_IgnoringCase(path, joined_install_folder))
     return;
   replace_All(value, LR"(\pdf\pdf\)", LR"(\pdf\)");
-  if (state.InstallFolder.size() > shortest_folder && state.InstallFolder.ends_with(LR"(\\)"))
-    state.InstallFolder.pop_back();
+  if (registry_state.InstallFolder.size() > shortest_folder &&
+      registry_state.InstallFolder.ends_with(LR"(\\)"))
+    registry_state.InstallFolder.pop_back();
 }
 
 // Redirects the path of a write and tells whether it goes to an INI file. Done before the busy mark is set,
@@ -120,7 +122,7 @@ bool settle_Target(std::wstring& path) {
 }
 
 void forget_Reads() {
-  state.Remembered.clear();
+  registry_state.Remembered.clear();
   forget_Keys();
 }
 
@@ -138,31 +140,31 @@ FoundValue read_Full(std::wstring_view path) {
 }  // namespace
 
 RegistryValue regread(std::wstring& path) {
-  if (state.Reading) {
+  if (registry_state.Reading) {
     normalise_ForRead(path);
     return regread_api(path);
   }
-  if (state.Quiet)
+  if (registry_state.Quiet)
     return std::wstring();
-  state.Reading = true;
-  const ScopeExit done([] { state.Reading = false; });
+  registry_state.Reading = true;
+  const ScopeExit done([] { registry_state.Reading = false; });
   normalise_ForRead(path);
   if (is_Remembered(path))
-    return copy_Of(state.LastValue);
+    return copy_Of(registry_state.LastValue);
   auto value = read_Full(path).Value;
   // Both or neither: copied first, since memory may run out in between.
   auto last_path = path;
   auto last_value = copy_Of(value);
-  state.LastPath.swap(last_path);
-  state.LastValue.swap(last_value);
+  registry_state.LastPath.swap(last_path);
+  registry_state.LastValue.swap(last_value);
   return value;
 }
 
 FoundValue find_Value(std::wstring_view path) {
-  if (state.Reading || state.Quiet)
+  if (registry_state.Reading || registry_state.Quiet)
     return {};
-  state.Reading = true;
-  const ScopeExit done([] { state.Reading = false; });
+  registry_state.Reading = true;
+  const ScopeExit done([] { registry_state.Reading = false; });
   std::wstring normalised(path);
   normalise_ForRead(normalised);
   auto found = read_Full(normalised);
@@ -172,42 +174,43 @@ FoundValue find_Value(std::wstring_view path) {
 }
 
 void forbid_Writes() {
-  state.ReadOnly = true;
+  registry_state.ReadOnly = true;
 }
 
 std::wstring regread_Text(std::wstring_view path) {
-  const bool remembers = state.Remembers && !state.Reading && !state.Quiet;
+  const bool remembers = registry_state.Remembers && !registry_state.Reading && !registry_state.Quiet;
   if (remembers) {
-    const auto known = std::ranges::find_if(
-        state.Remembered, [path](const auto& entry) { return equals_IgnoringCase(entry.first, path); });
-    if (known != state.Remembered.end())
+    const auto known = std::ranges::find_if(registry_state.Remembered, [path](const auto& entry) {
+      return equals_IgnoringCase(entry.first, path);
+    });
+    if (known != registry_state.Remembered.end())
       return known->second;
   }
   std::wstring normalised(path);
   auto text = as_Text(regread(normalised));
   if (remembers)
-    state.Remembered.emplace_back(path, text);
+    registry_state.Remembered.emplace_back(path, text);
   return text;
 }
 
 RememberedReads::RememberedReads(For purpose) noexcept : m_purpose(purpose) {
   if (purpose == For::Selection)
     forget_Reads();
-  state.Remembers = true;
+  registry_state.Remembers = true;
   keep_Keys(true);
 }
 
 RememberedReads::~RememberedReads() {
-  state.Remembers = false;
+  registry_state.Remembers = false;
   keep_Keys(false);
   if (m_purpose == For::Menu)
     forget_Reads();
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {
-  if (state.Quiet || state.ReadOnly)
+  if (registry_state.Quiet || registry_state.ReadOnly)
     return false;
-  state.Remembered.clear();
+  registry_state.Remembered.clear();
   normalise_ForTextWrite(path);
   std::wstring target = path;
   const bool in_ini = settle_Target(target) && !contains(to_Lower(target), L"penetwork");
@@ -224,9 +227,9 @@ bool regwrite_sz(std::wstring& path, std::wstring value) {
 }
 
 bool regwrite_dw(std::wstring& path, long value) {
-  if (state.Quiet || state.ReadOnly)
+  if (registry_state.Quiet || registry_state.ReadOnly)
     return false;
-  state.Remembered.clear();
+  registry_state.Remembered.clear();
   normalise_ForWrite(path);
   std::wstring target = path;
   const bool in_ini = settle_Target(target);
@@ -236,9 +239,9 @@ bool regwrite_dw(std::wstring& path, long value) {
 }
 
 void set_QuietState(bool quiet) {
-  state.Quiet = quiet;
+  registry_state.Quiet = quiet;
 }
 
 bool is_Quiet() {
-  return state.Quiet;
+  return registry_state.Quiet;
 }

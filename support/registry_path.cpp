@@ -14,7 +14,7 @@ struct {
   std::optional<bool> ForceHKLM;
   std::wstring LastInput;
   std::wstring LastOutput;
-} state;  // lives as long as the process
+} path_state;  // lives as long as the process
 
 void make_BackslashesSingle(std::wstring& path) {
   replace_All(path, LR"(\\)", LR"(\)");
@@ -23,9 +23,9 @@ void make_BackslashesSingle(std::wstring& path) {
 // The first use reads the switch through the very family that asks for it: the calls nested in that read find
 // the load under way and go on without the switch.
 void load_forceHKLM() {
-  state.Loading = true;
-  const ScopeExit done([] { state.Loading = false; });
-  state.ForceHKLM = trim(to_Lower(regread_Text(force_hklm.Path))) == L"1";
+  path_state.Loading = true;
+  const ScopeExit done([] { path_state.Loading = false; });
+  path_state.ForceHKLM = trim(to_Lower(regread_Text(force_hklm.Path))) == L"1";
 }
 
 bool names_CurrentUser(std::wstring_view path) {
@@ -53,22 +53,22 @@ void normalise_Names(std::wstring& path) {
 }  // namespace
 
 bool is_ForceHKLM() {
-  if (!state.ForceHKLM && !state.Loading)
+  if (!path_state.ForceHKLM && !path_state.Loading)
     load_forceHKLM();
-  return state.ForceHKLM.value_or(false);
+  return path_state.ForceHKLM.value_or(false);
 }
 
 std::wstring apply_forceHKLM(const std::wstring& path) {
-  const bool nested = state.Loading;
-  if (!state.LastInput.empty() && path == state.LastInput)
-    return state.LastOutput;
+  const bool nested = path_state.Loading;
+  if (!path_state.LastInput.empty() && path == path_state.LastInput)
+    return path_state.LastOutput;
   std::wstring result = path;
   if (nested || !is_ForceHKLM()) {
     make_BackslashesSingle(result);
   } else if (names_CurrentUser(path)) {
     move_ToMachine(result);
-    state.LastInput = path;
-    state.LastOutput = result;
+    path_state.LastInput = path;
+    path_state.LastOutput = result;
   }
   return result;
 }

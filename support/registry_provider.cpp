@@ -18,10 +18,10 @@ constexpr wchar_t provider_class[] = L"StdRegProv";
 
 struct {
   KeptInterface<IWbemServices> Services;
-} state;  // lives as long as the module
+} provider_state;  // lives as long as the module
 
 ComPtr<IWbemServices> connect() {
-  ComPtr<IWbemServices> services(state.Services.get());
+  ComPtr<IWbemServices> services(provider_state.Services.get());
   ComPtr<IWbemLocator> locator;
   if (services ||
       FAILED(
@@ -31,8 +31,8 @@ ComPtr<IWbemServices> connect() {
     return services;
   CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
                     RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
-  release_Later(KeptUntil::ModuleUnloads, [] { state.Services.release(); });
-  state.Services.keep(services);
+  release_Later(KeptUntil::ModuleUnloads, [] { provider_state.Services.release(); });
+  provider_state.Services.keep(services);
   return services;
 }
 
@@ -42,7 +42,7 @@ ComPtr<IWbemClassObject> find_Parameters(IWbemServices* services, const wchar_t*
   ComPtr<IWbemClassObject> signature;
   ComPtr<IWbemClassObject> parameters;
   if (FAILED(services->GetObject(_bstr_t(provider_class), 0, nullptr, &methods, nullptr)))
-    state.Services.release();
+    provider_state.Services.release();
   else if (SUCCEEDED(methods->GetMethod(method, 0, &signature, nullptr)) && signature)
     signature->SpawnInstance(0, &parameters);
   return parameters;
@@ -62,7 +62,7 @@ std::optional<ProviderAnswer> call(IWbemServices* services, const wchar_t* metho
   ProviderAnswer answer{};
   if (FAILED(services->ExecMethod(_bstr_t(provider_class), _bstr_t(method), 0, nullptr, parameters,
                                   &answer.Results, nullptr)))
-    state.Services.release();
+    provider_state.Services.release();
   const auto code = answer.get(L"ReturnValue");
   if (code.vt != VT_I4 && code.vt != VT_UI4)
     return {};

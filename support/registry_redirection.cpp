@@ -14,23 +14,23 @@ namespace {
 struct {
   bool PermtestRunning = false;
   std::optional<bool> MayWriteToMachine;  // settled by the write test
-} state;                                  // lives as long as the process
+} redirection_state;                      // lives as long as the process
 
 }  // namespace
 
 void permtest(std::wstring_view test_path) {
-  if (state.MayWriteToMachine || state.PermtestRunning)
+  if (redirection_state.MayWriteToMachine || redirection_state.PermtestRunning)
     return;
-  state.PermtestRunning = true;
-  const ScopeExit done([] { state.PermtestRunning = false; });
+  redirection_state.PermtestRunning = true;
+  const ScopeExit done([] { redirection_state.PermtestRunning = false; });
   trace_Message(L"entering permtest");
-  state.MayWriteToMachine = try_Write(test_path.empty() ? write_test.Path : test_path);
+  redirection_state.MayWriteToMachine = try_Write(test_path.empty() ? write_test.Path : test_path);
   trace_Message(L"finished permtest");
 }
 
 bool redirect_ToUser(std::wstring& path) {
   permtest();
-  const bool per_user = !state.MayWriteToMachine.value_or(true) && !is_ForceHKLM();
+  const bool per_user = !redirection_state.MayWriteToMachine.value_or(true) && !is_ForceHKLM();
   if (!per_user || !contains(path, machine_branch))
     return false;
   replace_All(path, machine_branch, users_branch);

@@ -53,7 +53,7 @@ struct {
   std::vector<SharedWorker> Workers;  // this and the next one under the lock
   std::vector<MissingSurrogate> Missing;
   std::atomic<long> Threads = 0;
-} state;  // lives as long as the module
+} worker_state;  // lives as long as the module
 
 class Locked {
  public:
@@ -115,7 +115,7 @@ DWORD WINAPI run_Worker(void* argument) {
     if (SUCCEEDED(entered))
       CoUninitialize();
   }
-  --state.Threads;
+  --worker_state.Threads;
   FreeLibraryAndExitThread(get_Module(), 0);
 }
 
@@ -125,11 +125,11 @@ SharedWorker start_Worker() {
   HMODULE module = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(get_Module()),
                      &module);
-  ++state.Threads;
+  ++worker_state.Threads;
   worker->Thread.reset(worker->Done ? CreateThread(nullptr, 0, run_Worker, argument.get(), 0, nullptr)
                                     : nullptr);
   if (!worker->Thread) {
-    --state.Threads;
+    --worker_state.Threads;
     FreeLibrary(module);
     throw std::bad_alloc();
   }
@@ -138,24 +138,24 @@ SharedWorker start_Worker() {
 }
 
 void add_Worker() {
-  state.Workers.reserve(state.Workers.size() + 1);  // a thread that has started has its place
-  state.Workers.push_back(start_Worker());
+  worker_state.Workers.reserve(worker_state.Workers.size() + 1);  // a thread that has started has its place
+  worker_state.Workers.push_back(start_Worker());
 }
 
 // A worker that nobody else waits for, the caller's until it is given back: each thread that calls has one.
 SharedWorker take_Worker() {
-  const Locked lock(state.Lock);
-  auto free = std::ranges::find_if(state.Workers, [](const auto& worker) { return !worker->IsTaken; });
-  if (free == state.Workers.end()) {
+  const Locked lock(worker_state.Lock);
+  auto free = std::ranges::find_if(worker_state.Workers, [](const auto& worker) { return !worker->IsTaken; });
+  if (free == worker_state.Workers.end()) {
     add_Worker();
-    free = std::prev(state.Workers.end());
+    free = std::prev(worker_state.Workers.end());
   }
   (*free)->IsTaken = true;
   return *free;
 }
 
 void give_Back(Worker& worker) {
-  const Locked lock(state.Lock);
+  const Locked lock(worker_state.Lock);
   worker.IsTaken = false;
 }
 
@@ -202,20 +202,20 @@ std::wstring surrogate_Of(REFCLSID clsid) {
 // Nothing while the process of the class is not known to be missing.
 std::optional<MissingSurrogate> find_Missing(REFCLSID clsid) {
   {
-    const Locked lock(state.Lock);
-    if (state.Missing.empty())
+    const Locked lock(worker_state.Lock);
+    if (worker_state.Missing.empty())
       return {};
   }
   const auto name = surrogate_Of(clsid);
-  const Locked lock(state.Lock);
-  const auto found = std::ranges::find(state.Missing, name, &MissingSurrogate::Name);
-  return found == state.Missing.end() ? std::nullopt : std::optional(*found);
+  const Locked lock(worker_state.Lock);
+  const auto found = std::ranges::find(worker_state.Missing, name, &MissingSurrogate::Name);
+  return found == worker_state.Missing.end() ? std::nullopt : std::optional(*found);
 }
 
 void add_Missing(REFCLSID clsid, SharedWorker held_up) {
   MissingSurrogate missing{surrogate_Of(clsid), std::move(held_up)};
-  const Locked lock(state.Lock);
-  state.Missing.push_back(std::move(missing));
+  const Locked lock(worker_state.Lock);
+  worker_state.Missing.push_back(std::move(missing));
 }
 
 // A long wait answers what other threads send to this thread's windows, which may own a component's dialog;
@@ -239,9 +239,9 @@ bool wait_For(HANDLE done, DWORD limit) {
 void abandon(const SharedWorker& held_up) {
   end_Worker(*held_up);
   {
-    const Locked lock(state.Lock);
-    std::erase(state.Workers, held_up);
-    if (state.Workers.empty())
+    const Locked lock(worker_state.Lock);
+    std::erase(worker_state.Workers, held_up);
+    if (worker_state.Workers.empty())
       add_Worker();
   }
   add_Missing(class_AtWork(*held_up), held_up);
@@ -309,12 +309,12 @@ bool is_SurrogateMissing(REFCLSID clsid) {
 bool end_RemoteWork() noexcept {
   std::vector<SharedWorker> workers;
   {
-    const Locked lock(state.Lock);
-    workers.swap(state.Workers);
+    const Locked lock(worker_state.Lock);
+    workers.swap(worker_state.Workers);
   }
   for (const auto& worker : workers) {
     end_Worker(*worker);
     WaitForSingleObject(worker->Thread.get(), quick_answer);
   }
-  return state.Threads == 0;
+  return worker_state.Threads == 0;
 }

@@ -7,16 +7,16 @@ namespace {
 struct {
   SelectionFlags Flags;
   SelectedFiles Files;
-} state;  // lives as long as the module
+} selection_state;  // lives as long as the module
 
 }  // namespace
 
 SelectionFlags& selection_flags() {
-  return state.Flags;
+  return selection_state.Flags;
 }
 
 SelectedFiles& selected_files() {
-  return state.Files;
+  return selection_state.Files;
 }
 
 void SelectedFiles::assign(std::wstring_view list, wchar_t separator) {

@@ -16,8 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
-const std::wstring users = LR"(HKCU\Software\Norvak\)";
-
 Lines run(std::wstring_view action, const std::vector<FileEntry>& files) {
   return boxes_During([&] { run_Action(action, files); });
 }

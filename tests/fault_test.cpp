@@ -45,7 +45,7 @@ void* reallocate(void* block, std::size_t size) {
 long starts = 0;
 
 // Hands out two handles as the platform does; starting all the programs would take hours.
-BOOL WINAPI start_Program(const char*, char*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
+BOOL WINAPI pretend_Start(const char*, char*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
                           const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
   if (is_ToFail())
     return FALSE;
@@ -114,7 +114,7 @@ const std::pair<const char*, void*> faults[] = {
     {"VirtualProtect", failing<VirtualProtect>()},
     {"CLSIDFromProgID", failing<CLSIDFromProgID, CO_E_CLASSSTRING>()},
     {"CoCreateInstance", failing<CoCreateInstance, E_OUTOFMEMORY>()},
-    {"CreateProcessA", address<start_Program>()},
+    {"CreateProcessA", address<pretend_Start>()},
     {"MessageBoxW", address<answer_Box>()},
     {"InsertMenuA", failing<InsertMenuA>()},
     {"SetMenuItemBitmaps", failing<SetMenuItemBitmaps>()},

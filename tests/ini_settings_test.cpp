@@ -20,7 +20,7 @@ const std::wstring users_file = test_folder + get_UserName() + L".own.ini";
 constexpr const wchar_t* written_key = L"NORVAK_TEST_KEY";  // what another process is to write
 constexpr int many = 500;
 
-bool write(std::wstring path, const std::wstring& text) {
+bool write_Text(std::wstring path, const std::wstring& text) {
   return regwrite_sz(path, text);
 }
 
@@ -30,7 +30,7 @@ Lines values_Of(const std::wstring& name) {
 
 void write_Many(const std::wstring& key) {
   for (int number = 0; number < many; ++number)
-    EXPECT_TRUE(write(norvak + key + std::to_wstring(number), std::to_wstring(number)));
+    EXPECT_TRUE(write_Text(norvak + key + std::to_wstring(number), std::to_wstring(number)));
 }
 
 // This program, started as another writer: it writes its values and ends before any case begins.
@@ -92,7 +92,7 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
               {L"", L"1", {L"1", L"1"}}};
   for (const auto& [name, value, after] : rows) {
     set_Value(norvak + name, L"old");
-    EXPECT_EQ(write(norvak + name, value), after[0] == value);
+    EXPECT_EQ(write_Text(norvak + name, value), after[0] == value);
     regread_Text(norvak + L"another");
     EXPECT_EQ(values_Of(name), after) << to_Ansi(name) << to_Ansi(value);
   }
@@ -127,10 +127,10 @@ TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {
   while (!fs::exists(folder + L"global.ini.lock") && WaitForSingleObject(dying.get(), 0) == WAIT_TIMEOUT) {
   }
   TerminateProcess(dying.get(), 1);
-  EXPECT_TRUE(write(norvak + L"after", L"1"));
+  EXPECT_TRUE(write_Text(norvak + L"after", L"1"));
   const unique_kernel_handle held(CreateFileW((folder + L"global.ini.lock").c_str(), GENERIC_WRITE, 0,
                                               nullptr, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
-  EXPECT_FALSE(write(norvak + L"after", L"2")) << "a lock that is not let go";
+  EXPECT_FALSE(write_Text(norvak + L"after", L"2")) << "a lock that is not let go";
   EXPECT_EQ(regread_Text(norvak + L"after"), L"1");
 }
 

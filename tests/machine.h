@@ -18,8 +18,9 @@ using Lines = std::vector<std::wstring>;
 // Everything that a case makes for itself lives in here; the blank is there to find missing quotes.
 inline const std::wstring test_folder = LR"(c:\norvaks machine\)";
 
-// The suite's settings, with a backslash at the end.
+// The suite's settings, of the machine and of the user, with a backslash at the end.
 inline const std::wstring norvak = LR"(HKLM\Software\Norvak\)";
+inline const std::wstring users = LR"(HKCU\Software\Norvak\)";
 
 // No setting and no component of the suite, no file of it, and the system's own script host. The thread is in
 // a single-threaded apartment.

@@ -12,7 +12,7 @@
 
 namespace {
 
-const std::wstring folder = test_folder + L"suite";
+const std::wstring suite_folder = test_folder + L"suite";
 
 class Features : public Machine, public testing::WithParamInterface<const wchar_t*> {};
 
@@ -33,11 +33,11 @@ INSTANTIATE_TEST_SUITE_P(
         LR"(CardConnector= 1|CredentialProvider=1>)", LR"(CredentialProvider=true>)"));
 
 TEST_P(Features, AreSettledWithTheFirstQuestion) {
-  set_Value(norvak + LR"(pdf\path)", folder);
+  set_Value(norvak + LR"(pdf\path)", suite_folder);
   const auto sides = split(GetParam(), L'>');
   for (const auto& setting : split(sides[0], L'|')) {
     if (setting == L"tool")
-      make_File(folder + LR"(\NorvakConfig.exe)");
+      make_File(suite_folder + LR"(\NorvakConfig.exe)");
     else
       set_Value(norvak + split(setting, L'=')[0], split(setting, L'=')[1]);
   }
@@ -57,8 +57,8 @@ class ProgramLocators : public Machine {};
 
 TEST_F(ProgramLocators, FindTheToolInItsSecondFolderAndTheWorkerOfADeveloper) {
   set_Value(norvak + LR"(pdf\path)", LR"(c:\nowhere)");
-  set_Value(norvak + LR"(csp\INSTALLDIR)", folder);
-  const auto tool = make_File(folder + LR"(\NorvakConfig.exe)");
+  set_Value(norvak + LR"(csp\INSTALLDIR)", suite_folder);
+  const auto tool = make_File(suite_folder + LR"(\NorvakConfig.exe)");
   EXPECT_EQ(find_ConfigurationTool(), tool);
   std::filesystem::remove(tool);
   EXPECT_EQ(find_ConfigurationTool(), tool);
@@ -99,16 +99,17 @@ TEST_F(ProgramLocators, TryTheirFoldersInOrderAndKeepWhatTheyFound) {
   EXPECT_EQ(asked, expected);
 
   set_Value(norvak + LR"(quill!\path)", LR"(c:\nowhere)");
-  set_Value(norvak + LR"(pagekeeper\path)", folder);
-  set_Value(norvak + LR"(pdf\path)", folder + L"\\");
-  make_File(folder + LR"(\NorvakWorkerProcess.exe)");  // the common folder comes first
+  set_Value(norvak + LR"(pagekeeper\path)", suite_folder);
+  set_Value(norvak + LR"(pdf\path)", suite_folder + L"\\");
+  make_File(suite_folder + LR"(\NorvakWorkerProcess.exe)");  // the common folder comes first
   for (const auto& [find, row] : rows) {
     const bool is_common = find == find_WorkerProcess;
-    found.push_back((is_common ? get_CommonProgramFolder() : folder + L"\\").append(after_Last(row, L'|')));
+    found.push_back(
+        (is_common ? get_CommonProgramFolder() : suite_folder + L"\\").append(after_Last(row, L'|')));
     make_File(found.back());
     EXPECT_EQ(find(), found.back());
   }
-  std::filesystem::remove_all(folder);
+  std::filesystem::remove_all(suite_folder);
   for (std::size_t index = 0; index < found.size(); ++index)
     EXPECT_EQ(rows[index].first(), found[index]);
   for (auto& path : found)
@@ -117,12 +118,12 @@ TEST_F(ProgramLocators, TryTheirFoldersInOrderAndKeepWhatTheyFound) {
 }
 
 TEST_F(ProgramLocators, StayWithTheFirstPdfApplication) {
-  set_Value(norvak + LR"(pdf\path)", folder);
+  set_Value(norvak + LR"(pdf\path)", suite_folder);
   EXPECT_EQ(find_PdfApplication(), L"");
-  make_File(folder + LR"(\pdfviewer\NorvakPDFViewer.exe)");
-  const auto writer = make_File(folder + LR"(\SealWriter.exe)");
+  make_File(suite_folder + LR"(\pdfviewer\NorvakPDFViewer.exe)");
+  const auto writer = make_File(suite_folder + LR"(\SealWriter.exe)");
   EXPECT_EQ(find_PdfApplication(), writer);
-  make_File(folder + LR"(\PageKeeper.exe)");
+  make_File(suite_folder + LR"(\PageKeeper.exe)");
   EXPECT_EQ(find_PdfApplication(), writer);
 }
 

@@ -14,8 +14,6 @@ using namespace std::string_literals;
 
 class Registry : public Machine {};
 
-const std::wstring users = LR"(HKCU\Software\Norvak\)";
-
 bool write(std::wstring path, const std::wstring& text) {
   return regwrite_sz(path, text);
 }

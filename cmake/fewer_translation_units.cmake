@@ -1,0 +1,33 @@
+# The headers of the platform and of the library are most of what the compiler reads. The sources include what they use
+# all the same: scripts/lint compiles a changed file by itself.
+
+# The delivered code is compiled file by file, so that it does not depend on how the build is cut; its headers are read
+# once for all targets that are compiled alike.
+set(platform_headers
+  <windows.h> <ole2.h> <oleauto.h> <shlobj.h> <comdef.h> <comutil.h> <wrl/client.h>
+  <algorithm> <array> <cstdint> <functional> <iterator> <map> <memory> <optional> <span> <string> <string_view> <utility>
+  <variant> <vector>)
+
+# read_headers_once(TARGET [OWNER]): the target has the platform's headers precompiled for itself, or takes those of
+# the owner. What is not delivered is compiled as one file instead.
+function(read_headers_once target)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL Release)
+    compile_together(${target} 0)
+    return()
+  endif()
+  if(ARGC EQUAL 1)
+    target_precompile_headers(${target} PRIVATE ${platform_headers})
+  else()
+    target_precompile_headers(${target} REUSE_FROM ${ARGV1})
+  endif()
+  # The compiler no longer sees that these headers are the platform's, and tells of their inline copies what it keeps to
+  # itself elsewhere: that they would be wrong if they could run.
+  target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
+endfunction()
+
+# compile_together(TARGET COUNT): so many of its sources are one translation unit, all of them for 0. A local may have
+# the name of another source's own.
+function(compile_together target count)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${count})
+  target_compile_options(${target} PRIVATE -Wno-shadow -Wshadow=local)
+endfunction()
