@@ -163,7 +163,8 @@ Lines choose_Files(const ComPtr<IContextMenu>& object, unsigned chosen) {
 void menu(Input input) {
   static const MenuMachine machine;
   const ComPtr<IContextMenu> object(ShellExt::create());
-  const auto captions = choose_Files(object, input.take<std::uint8_t>() % 128U);
+  const auto shift = input.rest().size();  // so that most changes of an input choose other files
+  const auto captions = choose_Files(object, (input.take<std::uint8_t>() + shift) % 128U);
   Offer offer;
   while (input.has_More()) {
     const Menu menu;
@@ -190,6 +191,7 @@ void menu(Input input) {
 // The first right-click of a process, where all settings are read.
 void first_click(Input input) {
   const MenuMachine machine;
+  const bool is_usual = !input.has_More();
   while (input.has_More()) {
     const auto* setting = all_settings[input.take<std::uint8_t>() % all_settings.size()];
     const DWORD type = input.take<std::uint8_t>() % 13;
@@ -204,6 +206,7 @@ void first_click(Input input) {
     if (count < lines.size() && contains(lines[count], std::to_wstring(count + 1) + L" " + caption))
       ++count;
   require(lines.size() == count + (count != 0 ? 1 : 0), "some of the items in their order, and a separator");
+  require(!is_usual || count == captions.size(), "all of them without settings");
 }
 
 }  // namespace
