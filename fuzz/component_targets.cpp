@@ -87,16 +87,11 @@ void log(Input input) {
   Lines expected;
   static std::wstring last;
   while (nested && input.has_More()) {
-    const auto kind = input.take<std::uint8_t>() % 3;
+    const bool has_number = input.take<std::uint8_t>() % 2 != 0;
     auto message = input.take_Text();
     const auto number = input.take<std::int32_t>();
-    if (kind == 0)
-      debug_Log(message);
-    else if (kind == 1)
-      debug_Log(message, message);
-    else
-      debug_Log(message, static_cast<long>(number));
-    message += kind == 1 ? message : kind == 2 ? std::to_wstring(number) : L"";
+    has_number ? debug_Log(message, static_cast<long>(number)) : debug_Log(message);
+    message += has_number ? std::to_wstring(number) : L"";
     if (message.empty() || message == last || is_Noise(message))
       continue;
     last = message;
@@ -109,23 +104,11 @@ void log(Input input) {
         "a line is its header and its message");
 }
 
-// A log file is named by the stems of the two names alone.
-void log_file(Input input) {
-  const auto text = input.take_Text(), other = input.take_Text();
-  const auto file = choose_LogFile(text, other);
-  const auto stem = [](const std::wstring& name) { return to_Lower(trim(name.substr(0, name.find(L'.')))); };
-  require(file == choose_LogFile(L" " + stem(text) + L" .exe", stem(other)),
-          "the stem alone names a log file");
-  require(file.empty() || file.ends_with(L".log"), "a log file is one");
-}
-
 }  // namespace
 
 const std::vector<Target>& component_Targets() {
   static const auto texts = words("\xFF|@@vbcrlf@@|\r\n|\t|\xFE\x3D\xD8| |Unloading|set_| INFO Ready");
-  static const std::vector<Target> targets{
-      {"translation", translation, 5000, false, texts},
-      {"log", log, 3000, false, texts},
-      {"log_file", log_file, 10000, false, words("\xFF|saver|pkcs11|setcredentials|creator|.| ")}};
+  static const std::vector<Target> targets{{"translation", translation, 5000, false, texts},
+                                           {"log", log, 3000, false, texts}};
   return targets;
 }

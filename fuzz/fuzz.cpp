@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -30,6 +31,7 @@ constexpr const wchar_t* failed_input = L"fuzz-failed";
 struct {
   const Target* Running = nullptr;
   std::string Origin;  // the file, or the seed and the index
+  std::string Again;   // with all inputs before it, whose traces the process keeps
   Bytes Input;
   std::atomic<ULONGLONG> Since = 0;
 } state;
@@ -47,7 +49,7 @@ Bytes read_File(const fs::path& path) {
 [[noreturn]] void fail(const char* what) {
   std::printf("%s: %s\n  input: %s, %u bytes, in fuzz-failed\n  again: scripts/fuzz --target %s %s\n",
               state.Running->Name, what, state.Origin.c_str(), static_cast<unsigned>(state.Input.size()),
-              state.Running->Name, state.Origin.c_str());
+              state.Running->Name, state.Again.c_str());
   std::fflush(stdout);
   write_File(failed_input, state.Input);
   TerminateProcess(GetCurrentProcess(), 1);
@@ -75,32 +77,29 @@ void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds,
   const auto length = std::min<std::size_t>(1 + below(below(8) == 0 ? 4096 : 16), bytes.size() - at);
   const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(at);
   const auto last = first + static_cast<std::ptrdiff_t>(length);
-  static constexpr std::uint32_t edges[] = {0,    1,      2,      0x7F,       0x80,
-                                            0xFF, 0x7FFF, 0xFFFF, 0x7FFFFFFF, 0x80000000};
-  switch (random() % 6) {
-    case 0:
-      std::for_each(first, last, [&](auto& byte) { byte ^= static_cast<std::uint8_t>(1U << below(8)); });
+  switch (random() % 5) {
+    case 0: {
+      const bool flips = below(2) == 0;
+      std::for_each(first, last, [&](auto& byte) {
+        byte ^= static_cast<std::uint8_t>(flips ? 1U << below(8) : random());
+      });
       break;
+    }
     case 1:
-      std::generate(first, last, [&] { return static_cast<std::uint8_t>(random()); });
-      break;
-    case 2:
       bytes.erase(first, below(8) == 0 ? bytes.end() : last);
       break;
-    case 3: {
+    case 2: {
       const auto part = below(2) == 0 ? Bytes(first, last) : seeds[below(seeds.size())];
       bytes.insert(first, part.begin(), part.end());
       break;
     }
-    case 4: {
-      const auto edge = edges[below(std::size(edges))] - below(2);
-      for (std::size_t index = 0; index < std::min<std::size_t>(4, bytes.size() - at); ++index)
-        bytes[at + index] = static_cast<std::uint8_t>(edge >> (8 * index));
+    case 3: {
+      const auto edge = static_cast<std::uint32_t>((1ULL << below(33)) - below(3));
+      std::memcpy(bytes.data() + at, &edge, std::min(sizeof edge, bytes.size() - at));
       break;
     }
     default: {
-      const auto word = target.Words.empty() ? std::string(1, static_cast<char>(random()))
-                                             : target.Words[below(target.Words.size())];
+      const auto word = target.Words.empty() ? "\xFF" : target.Words[below(target.Words.size())];
       for (auto count = below(32) == 0 ? below(2000) : 1; count-- > 0;)
         bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(at), word.begin(), word.end());
     }
@@ -124,8 +123,9 @@ void run_Fresh(const Target& target) {
           "a process of its own survives it");
 }
 
-void run(const Target& target, const std::string& origin, Bytes bytes) {
+void run(const Target& target, const std::string& origin, const std::string& again, Bytes bytes) {
   state.Origin = origin;
+  state.Again = again;
   state.Input = std::move(bytes);
   state.Since = GetTickCount64();
   if (target.IsFresh && !origin.starts_with("--input fuzz-failed"))
@@ -136,6 +136,8 @@ void run(const Target& target, const std::string& origin, Bytes bytes) {
 
 void run_All(const Target& target, unsigned seed, unsigned inputs, ULONGLONG milliseconds, int only) {
   const auto start = GetTickCount64();
+  const auto origin = "--seed " + std::to_string(seed);
+  const auto up_To = [&](unsigned end) { return origin + " --inputs " + std::to_string(end); };
   std::vector<Bytes> seeds{{}};
   const auto folder = fs::path(SOURCE_FOLDER "/fuzz/corpus") / target.Name;
   std::error_code missing;
@@ -146,13 +148,13 @@ void run_All(const Target& target, unsigned seed, unsigned inputs, ULONGLONG mil
   for (const auto& file : files) {
     seeds.push_back(read_File(file));
     if (only < 0)
-      run(target, "--input " + file.generic_string(), seeds.back());
+      run(target, "--input " + file.generic_string(), up_To(1), seeds.back());
   }
   unsigned index = only < 0 ? 0 : static_cast<unsigned>(only);
   const auto end = only < 0 ? inputs : index + 1;
   for (; index < end && GetTickCount64() - start < milliseconds; ++index) {
-    run(target, "--seed " + std::to_string(seed) + " --index " + std::to_string(index),
-        make_Input(target, seeds, seed, index));
+    const auto alone = origin + " --index " + std::to_string(index);
+    run(target, alone, only < 0 ? up_To(index + 1) : alone, make_Input(target, seeds, seed, index));
   }
   std::printf("%s: %u kept, %u of %u inputs of seed %u in %.1f s\n", target.Name,
               static_cast<unsigned>(files.size()), index, end, seed,
@@ -167,11 +169,15 @@ void require(bool condition, const char* what) {
 }
 
 int main(int count, char** arguments) {
-  std::map<std::string, std::string> options{{"--target", ""},  {"--seed", "1"}, {"--inputs", "0"},
-                                             {"--index", "-1"}, {"--input", ""}, {"--seconds", "3600"}};
+  const char* const seed = std::getenv("NORVAK_SEED");
+  std::map<std::string, std::string> options{{"--target", ""},  {"--seed", seed != nullptr ? seed : "1"},
+                                             {"--inputs", "0"}, {"--index", "-1"},
+                                             {"--input", ""},   {"--seconds", "3600"}};
   for (int index = 1; index + 1 < count; index += 2)
     options[arguments[index]] = arguments[index + 1];
-  const auto number = [&options](const char* name) { return std::atoi(options[name].c_str()); };
+  const auto number = [&options](const char* name) {
+    return static_cast<unsigned>(std::strtoul(options[name].c_str(), nullptr, 10));
+  };
   auto targets = plain_Targets();
   for (const auto* more : {&selection_Targets(), &settings_Targets(), &component_Targets()})
     targets.insert(targets.end(), more->begin(), more->end());
@@ -188,11 +194,11 @@ int main(int count, char** arguments) {
   SetUnhandledExceptionFilter(fail_ByException);
   std::signal(SIGABRT, [](int) { fail("abort"); });
   if (const auto& file = options["--input"]; !file.empty())
-    run(*target, "--input " + file, read_File(file));
+    run(*target, "--input " + file, "--input " + file, read_File(file));
   else
-    run_All(*target, static_cast<unsigned>(number("--seed")),
-            static_cast<unsigned>(number("--inputs") > 0 ? number("--inputs") : target->Inputs),
-            1000ULL * static_cast<unsigned>(number("--seconds")), number("--index"));
+    run_All(*target, number("--seed"),
+            number("--inputs") > 0 ? number("--inputs") : static_cast<unsigned>(target->Inputs),
+            1000ULL * number("--seconds"), static_cast<int>(number("--index")));
   std::fflush(stdout);
   TerminateProcess(GetCurrentProcess(), 0);  // what the product keeps has no end of its own
 }

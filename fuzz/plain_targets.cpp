@@ -1,6 +1,6 @@
 // The targets that need nothing of the platform. Each holds the product's fast ways to plain ones over
 // letters.
-#include <limits>
+#include <cwchar>
 #include <optional>
 
 #include "fuzz/target.h"
@@ -35,28 +35,20 @@ void path_list(Input input) {
           "the list names something");
 }
 
+// The number of the digits behind one sign at most.
 std::optional<long> number_In(const std::wstring& text) {
-  const bool has_sign = !text.empty() && (text[0] == L'-' || text[0] == L'+');
-  long long number = 0;
-  for (const wchar_t letter : text.substr(has_sign)) {
-    if (letter < L'0' || letter > L'9' || number > std::numeric_limits<std::int32_t>::max())
-      return {};
-    number = number * 10 + (letter - L'0');
-  }
-  number = has_sign && text[0] == L'-' ? -number : number;
-  using Limits = std::numeric_limits<std::int32_t>;
-  return text.size() > has_sign && number >= Limits::min() && number <= Limits::max()
-             ? std::optional(static_cast<long>(number))
-             : std::nullopt;
+  const auto digits = text.substr(text.starts_with(L'-') || text.starts_with(L'+') ? 1 : 0);
+  const auto number = std::wcstoll(text.c_str(), nullptr, 10);  // the nearest one for too many digits
+  if (digits.empty() || digits.find_first_not_of(L"0123456789") != digits.npos ||
+      number != static_cast<std::int32_t>(number))
+    return {};
+  return static_cast<long>(number);
 }
 
 void text(Input input) {
   const auto whole = input.take_Text();
-  auto trimmed = whole;
-  while (trimmed.starts_with(L' '))
-    trimmed.erase(0, 1);
-  while (trimmed.ends_with(L' '))
-    trimmed.pop_back();
+  auto trimmed = whole.substr(0, whole.find_last_not_of(L' ') + 1);
+  trimmed.erase(0, trimmed.find_first_not_of(L' '));
   require(trim(whole) == trimmed, "blanks are off both ends");
   require(to_Number(whole) == number_In(trimmed), "the whole text is the number");
 
@@ -67,44 +59,36 @@ void text(Input input) {
     joined += mark + piece;
   }
   require(joined == mark + whole, "the joined pieces are the text");
-  const auto last = after_Last(whole, mark);
-  require(!contains(last, {&mark, 1}) && whole.ends_with(last) &&
-              (last.size() == whole.size() || whole[whole.size() - last.size() - 1] == mark),
-          "what is behind the last mark");
-  const auto folder = with_Backslash(whole);
-  require(whole.empty() ? folder.empty() : folder.ends_with(L'\\') && whole == folder.substr(0, whole.size()),
-          "a folder ends in a backslash");
-  require(folder.size() <= whole.size() + !whole.ends_with(L'\\'), "in one that was not there");
-
+  require(after_Last(whole, mark) == whole.substr(whole.rfind(mark) + 1), "what is behind the last mark");
+  const bool is_closed = whole.empty() || whole.ends_with(L'\\');
+  require(with_Backslash(whole) == whole + (is_closed ? L"" : L"\\"), "a folder ends in a backslash");
   const auto from = input.take_Text(), to = input.take_Text();
+  if (from.empty())
+    return;
   auto product = whole;
-  if (!from.empty())
-    replace_All(product, from, to);
-  require(product == (from.empty() ? whole : replaced(whole, from, to)), "every occurrence is replaced once");
+  replace_All(product, from, to);
+  require(product == replaced(whole, from, to), "every occurrence is replaced once");
 }
 
-// The block gets a heap of its own size, whose bounds the sanitizer watches.
+// The letters get a heap of their own size, whose bounds the sanitizer watches.
 template <typename Letter>
-void take_AllNames(const std::vector<char>& block) {
-  std::size_t letters = 0, count = 0;
-  std::vector<Letter> all(block.size() / sizeof(Letter));
-  std::copy_n(block.data(), all.size() * sizeof(Letter), reinterpret_cast<char*>(all.data()));
-  for (const auto name : find_Names(std::basic_string_view<Letter>(all.data(), all.size())).Names) {
-    require(name.size() <= 499 && name.find(Letter{}) == name.npos, "a name is a cut text");
-    require(!name.empty() || count == 0, "only the first name may be empty");
-    letters += name.size() + 1;
-    ++count;
-  }
-  require(letters * sizeof(Letter) <= block.size(), "the names have room in their block");
+void find_AllNames(std::span<const char> bytes) {
+  std::vector<Letter> letters(bytes.size() / sizeof(Letter));
+  std::copy_n(bytes.data(), letters.size() * sizeof(Letter), reinterpret_cast<char*>(letters.data()));
+  const auto found = find_Names(std::basic_string_view<Letter>(letters.data(), letters.size()));
+  const auto decoded = DecodedNames<Letter>(bytes);
+  require(std::ranges::equal(found.Names, decoded.Names), "the names are those that end within the block");
+  const auto is_Foreign = [](Letter letter) { return static_cast<unsigned>(letter) >= 0x80; };
+  require(found.HasBar == (std::ranges::count(decoded.Letters, '|') != 0), "a bar is seen");
+  require(found.IsAscii == std::ranges::none_of(decoded.Letters, is_Foreign),
+          "a letter outside ASCII is seen");
 }
 
 void names(Input input) {
-  const bool wide = input.take<std::uint8_t>() % 2 != 0;
-  const std::vector<char> block(input.rest().begin(), input.rest().end());
-  if (wide)
-    take_AllNames<char16_t>(block);
+  if (input.take<std::uint8_t>() % 2 != 0)
+    find_AllNames<char16_t>(input.rest());
   else
-    take_AllNames<char>(block);
+    find_AllNames<char>(input.rest());
 }
 
 }  // namespace

@@ -1,12 +1,10 @@
 // The targets of a right-click: the drop list that Explorer hands over, and the menu that it gets.
 #include <windows.h>
 
-#include <shellapi.h>
 #include <shlobj.h>
 
 #include <array>
 #include <cstring>
-#include <utility>
 
 #include "fuzz/machine_target.h"
 #include "shellext/drop_list.h"
@@ -28,56 +26,21 @@ struct GuardedMemory {
   std::span<char> last(std::size_t length) const { return {End - length, length}; }
 };
 
-template <typename Letter>
-bool read_Names(std::span<const char> bytes, std::size_t at, Lines& names) {
-  for (std::basic_string<Letter> name;; at += sizeof(Letter)) {
-    if (at > bytes.size() || bytes.size() - at < sizeof(Letter))
-      return false;
-    Letter letter{};
-    std::memcpy(&letter, &bytes[at], sizeof letter);
-    if (letter != 0) {
-      name += letter;
-      continue;
-    }
-    const bool is_end = name.empty() && !names.empty();
-    name.resize(std::min<std::size_t>(name.size(), 499));
-    if (is_end)
-      return true;
-    if constexpr (sizeof(Letter) == 1)
-      names.push_back(from_Ansi(name));
-    else
-      names.push_back(through_Ansi(name));
-    name.clear();
-  }
-}
-
 void drop_list(Input input) {
   static const GuardedMemory memory;
   const auto block = memory.last(input.rest().size());
   std::ranges::copy(input.rest(), block.begin());
   Lines expected;
   DROPFILES header{};
-  bool is_whole = false;
   if (block.size() >= sizeof header) {
     std::memcpy(&header, block.data(), sizeof header);
-    is_whole = header.fWide ? read_Names<wchar_t>(block, header.pFiles, expected)
-                            : read_Names<char>(block, header.pFiles, expected);
+    const auto list = block.subspan(std::min<std::size_t>(header.pFiles, block.size()));
+    const auto into = std::back_inserter(expected);
+    header.fWide ? std::ranges::transform(DecodedNames<wchar_t>(list).Names, into, through_Ansi).out
+                 : std::ranges::transform(DecodedNames<char>(list).Names, into, from_Ansi).out;
   }
   require(std::ranges::equal(read_DropNames(block).Names, expected),
           "the names are those that end within the block");
-  if (!is_whole)
-    return;
-  // The shell's own routine reads up to the end of the list, wherever that is.
-  const auto global = make_Block({block.data(), block.size()});
-  require(std::ranges::equal(read_DropList(global).Names, expected), "a block of memory gives the same");
-  const auto drop = static_cast<HDROP>(global);
-  require(DragQueryFileA(drop, ~0U, nullptr, 0) == expected.size(), "the shell counts as many");
-  for (UINT index = 0; index < expected.size(); ++index) {
-    std::array<char, 500> buffer{};
-    DragQueryFileA(drop, index, buffer.data(), buffer.size());
-    require(from_Ansi(buffer.data()) == expected[index], "the shell gives the same name");
-  }
-  GlobalFree(global);
 }
 
 int started_Programs = 0;
@@ -98,34 +61,45 @@ struct MenuMachine : CleanMachine {
   }
 };
 
-constexpr const wchar_t* others_Caption = L"other";
+// The files that an input chooses by a bit each, and what the whole suite offers for them.
+constexpr std::array files{L"folder", L"a.pdf",           L"b.txt",   L"c.p7m",
+                           L"d.lnk",  LR"(folder\e.jpg)", L"none.xml"};
 
-struct Item {
-  bool IsSeparator;
-  UINT Id;
-  std::wstring Caption;
-
-  bool operator==(const Item&) const = default;
-};
-
-std::vector<Item> items_Of(const Menu& menu) {
-  std::vector<Item> items;
-  for (UINT position = 0; position < static_cast<UINT>(GetMenuItemCount(menu.Handle)); ++position) {
-    std::array<wchar_t, 100> caption{};
-    GetMenuStringW(menu.Handle, position, caption.data(), 100, MF_BYPOSITION);
-    const auto info = menu.item(position);
-    const bool is_separator = (info.fType & MFT_SEPARATOR) != 0;
-    items.push_back({is_separator, is_separator ? 0 : info.wID, caption.data()});
-  }
-  return items;
+Lines captions_For(unsigned chosen) {
+  constexpr unsigned folder = 1, pdf = 2, envelope = 8, link = 16, image = 32, xml = 64, always = 128;
+  constexpr struct {
+    const wchar_t* Caption;
+    unsigned Some, None;
+  } rows[] = {{L"Open with Norvak", pdf | image | xml, 0},
+              {L"Open with quill!", pdf | envelope | xml, 0},
+              {L"Create PDF Signature", pdf | image, 0},
+              {L"Create PKCS7 Signature", always, envelope | link},
+              {L"Create PKCS7 Envelope", always, envelope | link},
+              {L"Validate PKCS7 Signature", envelope, 0}};
+  if (chosen == folder)
+    return {L"Sign PDFs in Folder"};
+  chosen = always | ((chosen & link) != 0 ? chosen & ~xml : chosen);  // the XML file is behind the link
+  Lines captions;
+  for (const auto& row : rows)
+    if ((chosen & row.Some) != 0 && (chosen & row.None) == 0)
+      captions.emplace_back(row.Caption);
+  return captions;
 }
 
-// Items behind the end are appended, as the platform does it.
-std::vector<Item> expect_Items(std::vector<Item> items, UINT position, UINT first_id, UINT count) {
-  for (UINT index = 0; index <= count && count > 0; ++index, ++position)
-    items.insert(items.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(position, items.size())),
-                 {index == count, index == count ? 0 : first_id + index, {}});
-  return items;
+// Lines behind the end are appended, as the platform does it, which then gives them no mark.
+Lines expect_Lines(Lines lines, UINT position, UINT first_id, const Lines& captions) {
+  const auto insert = [&](const std::wstring& line) {
+    lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(position, lines.size())),
+                 line);
+    ++position;
+  };
+  for (const auto& caption : captions) {
+    const bool has_mark = caption == L"Create PDF Signature" && position <= lines.size();
+    insert(std::to_wstring(first_id++) + L" " + caption + (has_mark ? L" *" : L""));
+  }
+  if (!captions.empty())
+    insert(L"-");
+  return lines;
 }
 
 // What the last menu had: it answers until the next one.
@@ -143,14 +117,10 @@ void ask_ForText(IContextMenu* object, const Offer& offer, Input& input) {
   const UINT id = choice < 0x80 ? offer.FirstId + choice / 8 % 8 : input.take<UINT>();
   const UINT room = input.take<std::uint8_t>() % 2 != 0 ? input.take<UINT>() : input.take<std::uint8_t>();
   std::wstring text;
-  if (offer.has(id)) {
+  if (offer.has(id) && (flags & ~GCS_UNICODE) <= GCS_VALIDATEA) {
     const auto& caption = offer.Captions[id - offer.FirstId];
-    if (flags == GCS_VERBA || flags == GCS_VERBW)
-      text = L"(GCS_VERB)MENUITEM" + std::to_wstring(static_cast<long>(id + 1));
-    if (flags == GCS_HELPTEXTA || flags == GCS_HELPTEXTW)
-      text = caption;
-    if (flags == GCS_VALIDATEA || flags == GCS_VALIDATEW)
-      text = L"(GCS_VALIDATE)" + caption;
+    const auto verb = L"(GCS_VERB)MENUITEM" + std::to_wstring(static_cast<long>(id + 1));
+    text = std::array{verb, caption, L"(GCS_VALIDATE)" + caption}[flags & ~GCS_UNICODE];
   }
   const std::size_t size = (flags & GCS_UNICODE) != 0 ? 2 : 1;
   const auto length = std::min<std::size_t>(room, 300);
@@ -180,63 +150,63 @@ void pick(IContextMenu* object, const Offer& offer, Input& input) {
   require(started_Programs == 0, "nothing starts for what is no item");
 }
 
-void use_Menu(Input input) {
-  const ComPtr<IContextMenu> object(ShellExt::create());
+// Returns what is offered for the files.
+Lines choose_Files(const ComPtr<IContextMenu>& object, unsigned chosen) {
   Lines paths;
-  const wchar_t* const files[] = {L"folder", L"a.pdf",         L"b.txt",   L"c.p7m",
-                                  L"d.lnk",  L"folder\\e.jpg", L"none.xml"};
-  for (auto chosen = input.take<std::uint8_t>(); const auto* file : files)
-    if (std::exchange(chosen, chosen / 2) % 2 != 0)
-      paths.push_back(test_folder + file);
+  for (std::size_t index = 0; index < files.size(); ++index)
+    if ((chosen >> index) % 2 != 0)
+      paths.push_back(test_folder + files[index]);
   select(object, paths);
+  return captions_For(chosen);
+}
+
+void menu(Input input) {
+  static const MenuMachine machine;
+  const ComPtr<IContextMenu> object(ShellExt::create());
+  const auto shift = input.rest().size();  // so that most changes of an input choose other files
+  const auto captions = choose_Files(object, (input.take<std::uint8_t>() + shift) % 128U);
   Offer offer;
   while (input.has_More()) {
     const Menu menu;
     const auto others = input.take<std::uint8_t>() % 8U;
     for (UINT id = 1; id <= others; ++id)
-      AppendMenuW(menu.Handle, id % 3 == 0 ? MF_SEPARATOR : MF_STRING, 0x7000 + id, others_Caption);
-    const auto before = items_Of(menu);
+      AppendMenuW(menu.Handle, id % 3 == 0 ? MF_SEPARATOR : MF_STRING, 0x7000 + id, L"other");
+    const auto before = menu.lines();
     const auto form = input.take<std::uint8_t>();
     const UINT position = form % 2 != 0 ? input.take<UINT>() : input.take<std::uint8_t>() % 9U;
     const UINT first_id = form / 2 % 2 != 0 ? input.take<UINT>() : input.take<std::uint16_t>() % 0x7000;
     const UINT flags = form / 4 % 2 != 0 ? input.take<UINT>() : UINT{CMF_NORMAL};
-    const auto result = object->QueryContextMenu(menu.Handle, position, first_id, input.take<UINT>(), flags);
-    require(result >= 0 && result <= 5, "at most five items");
-    const auto count = static_cast<UINT>(result);
     const bool is_wanted = (flags & 0xF) == 0 || (flags & (CMF_VERBSONLY | CMF_EXPLORE)) != 0;
-    require(is_wanted || count == 0, "no items where none are wanted");
-    auto items = items_Of(menu);
-    Lines captions(count);
-    for (auto& item : items) {
-      if (item.IsSeparator || item.Caption == others_Caption)
-        continue;
-      require(item.Id - first_id < count && !item.Caption.empty(), "an item has a caption and an identifier");
-      captions[item.Id - first_id] = std::exchange(item.Caption, {});
-    }
-    require(items == expect_Items(before, position, first_id, count),
-            "items of consecutive identifiers and one separator, and the others as they were");
     if (is_wanted)
       offer = {first_id, captions};
+    const auto count = object->QueryContextMenu(menu.Handle, position, first_id, input.take<UINT>(), flags);
+    require(count == (is_wanted ? std::ssize(captions) : 0), "the items of the files, where any are wanted");
+    require(menu.lines() == expect_Lines(before, position, first_id, is_wanted ? captions : Lines()),
+            "items of consecutive identifiers and one separator, and the others as they were");
     ask_ForText(object.Get(), offer, input);
     pick(object.Get(), offer, input);
   }
 }
 
-void menu(Input input) {
-  static const MenuMachine machine;
-  use_Menu(input);
-}
-
 // The first right-click of a process, where all settings are read.
 void first_click(Input input) {
   const MenuMachine machine;
+  const bool is_usual = !input.has_More();
   while (input.has_More()) {
     const auto* setting = all_settings[input.take<std::uint8_t>() % all_settings.size()];
     const DWORD type = input.take<std::uint8_t>() % 13;
     store(setting->Path, type, input.take_Bytes());
   }
-  constexpr std::uint8_t click[] = {0x7E, 0, 0, 0, 1, 0, 0, 0, 0, 0};
-  use_Menu(Input(click));
+  constexpr unsigned all_files = 0x7E;
+  const ComPtr<IContextMenu> object(ShellExt::create());
+  const auto captions = choose_Files(object, all_files);
+  const auto lines = offered(object);
+  std::size_t count = 0;
+  for (const auto& caption : captions)
+    if (count < lines.size() && contains(lines[count], std::to_wstring(count + 1) + L" " + caption))
+      ++count;
+  require(lines.size() == count + (count != 0 ? 1 : 0), "some of the items in their order, and a separator");
+  require(!is_usual || count == captions.size(), "all of them without settings");
 }
 
 }  // namespace

@@ -3,10 +3,9 @@
 
 #include <array>
 #include <cstring>
+#include <cwctype>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <utility>
 
 #include "fuzz/machine_target.h"
 #include "support/ini_settings.h"
@@ -18,67 +17,58 @@
 
 namespace {
 
-using Replacements = std::initializer_list<std::pair<const wchar_t*, const wchar_t*>>;
-
-std::wstring replaced(std::wstring text, Replacements steps) {
-  for (const auto& [from, to] : steps)
-    replace_All(text, from, to);
-  return text;
-}
-
-constexpr Replacements misspelling{{LR"(Sofware\)", LR"(Software\)"}};
-constexpr Replacements spellings{{LR"(hklm\)", LR"(HKLM\)"},         {LR"(hkcu\)", LR"(HKCU\)"},
-                                 {LR"(hlcr\)", LR"(HKCR\)"},         {LR"(software\)", LR"(SOFTWARE\)"},
-                                 {LR"(Software\)", LR"(SOFTWARE\)"}, {LR"(system\)", LR"(SYSTEM\)"},
-                                 {LR"(System\)", LR"(SYSTEM\)"}};
-constexpr Replacements to_machine{
-    {LR"(\\)", LR"(\)"}, {L"HKCU", L"HKLM"}, {L"HKEY_CURRENT_USER", L"HKEY_LOCAL_MACHINE"}};
-constexpr Replacements short_root{{L"HKEY_LOCAL_MACHINE", L"HKLM"}};
-constexpr Replacements text_repair{{LR"(Norvak\pdf\\to)", LR"(Norvak\pdf\to)"}};
-constexpr Replacements single{{LR"(\\)", LR"(\)"}};
-
-// Every user's settings are the machine's here, which is the longer of the two ways.
-std::wstring normalised(const std::wstring& path, Replacements first, Replacements last) {
-  auto result = replaced(replaced(path, first), spellings);
-  if (contains(result, L"HKCU") || contains(result, L"HKEY_CURRENT_USER"))
-    result = replaced(result, to_machine);
-  return replaced(replaced(result, last), single);
-}
-
+// A path is put together from the rows of a table and free texts, and so are its forms. The input is also a
+// path as it is.
 void paths(Input input) {
   static const CleanMachine machine;
   static const bool forced = (set_Value(force_hklm.Path, L"1"), is_ForceHKLM());
+  static const auto table = read_Lines(std::filesystem::path(SOURCE_FOLDER "/fuzz/paths.txt").wstring());
   require(forced, "the switch is on");
-  const auto text = input.take_Text();
-  auto read = text, write = text, text_write = text;
-  normalise_ForRead(read);
-  normalise_ForWrite(write);
-  normalise_ForTextWrite(text_write);
-  require(read == normalised(text, {}, short_root), "a path is read in this form");
-  require(write == normalised(text, misspelling, {}), "a number is written in this form");
-  require(text_write == normalised(text, misspelling, text_repair), "a text is written in this form");
+  auto other = Input(input).take_Text();
+  while (contains(other, LR"(\\\)"))
+    replace_All(other, LR"(\\\)", LR"(\\)");
+  std::wstring path, read, written;
+  while (input.has_More()) {
+    auto forms = split(table[input.take<std::uint8_t>() % table.size()], L' ');
+    if (forms.size() != 3) {
+      auto free = input.take_Text();
+      std::ranges::replace_if(
+          free,
+          [](wchar_t letter) {
+            return contains(LR"(\H)", {&letter, 1});
+          },
+          L'.');
+      forms.assign(3, free + LR"(.\)");
+    }
+    path += forms[0];
+    read += forms[1];
+    written += forms[2];
+  }
+  for (auto* const normalise : {normalise_ForRead, normalise_ForWrite, normalise_ForTextWrite}) {
+    auto form = path;
+    normalise(form);
+    require(form == (normalise == normalise_ForRead ? read : written), "a path has its form");
+    normalise(other);
+    form = other;
+    normalise(form);
+    require(form == other && !contains(form, LR"(\\)"), "a form is its own, without doubled backslashes");
+  }
 }
 
 // How a value reads, from what is stored: by its size alone, or only where its terminators are there.
 template <typename Letter, typename Conversion>
 RegistryValue value_Of(DWORD type, std::string_view bytes, bool needs_terminators, Conversion to_text) {
-  const std::size_t ends = type == REG_MULTI_SZ ? 2 : 1;
-  const auto end_size = ends * sizeof(Letter);
-  if (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ) {
-    const bool is_whole = bytes.size() % sizeof(Letter) == 0 && bytes.ends_with(std::string(end_size, '\0'));
-    return bytes.size() < end_size || (needs_terminators && !is_whole)
-               ? std::wstring()
-               : to_text(bytes.substr(0, bytes.size() - end_size));
-  }
-  if (type == REG_BINARY) {
-    const auto content = std::as_bytes(std::span(bytes));
+  const auto end_size = (type == REG_MULTI_SZ ? 2 : 1) * sizeof(Letter);
+  const auto content = std::as_bytes(std::span(bytes));
+  if (type == REG_BINARY)
     return std::vector<std::byte>(content.begin(), content.end());
-  }
-  std::int32_t number = 0;
-  if (type != REG_DWORD || bytes.size() < sizeof number)
-    return std::wstring();
-  std::memcpy(&number, bytes.data(), sizeof number);
-  return std::to_wstring(number);
+  if (type == REG_DWORD && bytes.size() >= sizeof(DWORD))
+    return std::to_wstring(*reinterpret_cast<const std::int32_t*>(bytes.data()));
+  const bool is_whole = bytes.size() % sizeof(Letter) == 0 && bytes.ends_with(std::string(end_size, '\0'));
+  const bool is_text = type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+  return is_text && bytes.size() >= end_size && (is_whole || !needs_terminators)
+             ? to_text(bytes.substr(0, bytes.size() - end_size))
+             : std::wstring();
 }
 
 std::wstring from_Wide(std::string_view bytes) {
@@ -120,67 +110,61 @@ std::wstring read_IniText(const std::wstring& section, const std::wstring& key, 
   return {text.data(), length};
 }
 
-using Settings = std::map<std::pair<std::wstring, std::wstring>, std::wstring>;
-
-// What looks like a value in the text, except the one that is changed.
-Settings find_Settings(const std::wstring& text, const RegistryPlace& changed) {
-  Settings settings;
-  std::wstring section;
-  for (auto& line : split(text, L'\n')) {
-    std::erase(line, L'\r');
-    const std::wstring key(trim(line.substr(0, line.find(L'='))));
-    if (line.starts_with(L'['))
-      section = line.substr(1, line.find(L']') - 1);
-    else if (!key.empty() &&
-             !(equals_IgnoringCase(section, changed.Key) && equals_IgnoringCase(key, changed.Name)))
-      settings[{section, key}];
-  }
-  return settings;
+// What an INI file can hold, in one line, and what does not belong to the registry alone.
+bool is_Kept(const std::wstring& path) {
+  static const auto excluded = split(
+      L"currentcontrolset|currentversion|utest|ctest|atest|c3979a98|microsoft\\office|language|installdir|"
+      L"useini|userini|globalini|stickdrive|cryptdrive|hklm\\software\\norvak\\pdf\\path\n",
+      L'|');
+  const auto start = path.rfind(L'\\') + 1;
+  const auto name = path.substr(start);
+  const auto is_Blank = [](wchar_t letter) { return std::iswspace(letter) != 0 || letter == 0x1A; };
+  if (name.empty() || contains(L"[;", name.substr(0, 1)) || contains(name, L"=") || path.find(L']') < start ||
+      path.find_first_of(std::wstring_view(L"\r\n\0", 3)) != path.npos)
+    return false;
+  const auto lower = to_Lower(path) + L'\n';
+  return !is_Blank(name.front()) && !is_Blank(name.back()) &&
+         std::ranges::none_of(excluded, [&](const auto& part) { return contains(lower, part); });
 }
-
-Settings read_Settings(Settings settings, const std::wstring& file) {
-  for (auto& [name, value] : settings)
-    value = read_IniText(name.first, name.second, file);
-  return settings;
-}
-
-struct IniMachine : CleanMachine {
-  IniMachine() {
-    set_Value(use_ini.Path, L"1");
-    set_Value(install_folder.Path, test_folder);
-  }
-};
 
 void ini(Input input) {
-  static const IniMachine machine;
-  static const std::wstring file = test_folder + L"global.ini";
+  static const CleanMachine machine;
+  static const bool arranged =
+      (set_Value(use_ini.Path, L"1"), set_Value(install_folder.Path, test_folder), true);
+  static const std::wstring file = test_folder + L"global.ini", section = L"Software\\Norvak";
   const auto path = norvak + through_Ansi(input.take_Text());
   const auto value = through_Ansi(input.take_Text());
-  std::string content(input.rest().begin(), input.rest().end());
-  if (!content.starts_with("\xFF\xFE"))
-    std::ranges::replace(content, '\0', '0');  // the platform reads a terminator once, and another time not
-  std::ofstream(std::filesystem::path(file), std::ios::binary) << content;
-  if (!is_KeptInIni(path))
+  require(is_KeptInIni(path) == is_Kept(path), "a path is kept where it can and may be");
+  if (!arranged || !is_Kept(path))
     return;
   const auto place = find_Place(path);
-  // What the platform itself makes of the file when it writes is not the product's, nor a file that it cannot
-  // keep.
-  for (const auto* text : {L"1", L"2"}) {
-    WritePrivateProfileStringW(L"fuzz", L"fuzz", text, file.c_str());
-    WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
-    if (read_IniText(L"fuzz", L"fuzz", file) != text)
-      return;
+  const std::wstring old = input.take<std::uint8_t>() % 2 != 0 ? L"old" : L"";
+  Lines others;
+  auto content = L"[" + section + L"]\r\n";
+  while (input.has_More()) {
+    auto name = to_Lower(input.take_Text());
+    std::erase_if(name, [](wchar_t letter) { return letter >= 0x80 || std::iswalnum(letter) == 0; });
+    if (name.empty() || equals_IgnoringCase(name, place.Name))
+      continue;
+    others.push_back(name);
+    content.append(name).append(L"=").append(name).append(L"\r\n");
   }
-  const bool is_wide = content.starts_with("\xFF\xFE");
-  const auto others =
-      read_Settings(find_Settings(is_wide ? from_Wide(content.substr(2)) : from_Ansi(content), place), file);
-  const auto old = read_Ini(path).Text;
+  std::ofstream(std::filesystem::path(file), std::ios::binary) << to_Ansi(content);
+  if (!old.empty())
+    WritePrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), old.c_str(), file.c_str());
+  WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
+  const auto require_Text = [&](const std::wstring& text) {
+    require(read_Ini(path).Text == text, "a value reads as it was written");
+    for (const auto& name : others)
+      require(read_IniText(section, name, file) == name, "every other value is as it was");
+  };
+  require_Text(old);
   const bool can_write = value.find_first_of(std::wstring_view(L"\r\n\0", 3)) == std::wstring::npos;
+  const auto now = can_write ? value : old;
   require(write_Ini(path, value) == can_write, "a value of one line is written");
-  require(read_Ini(path).Text == (can_write ? value : old), "and reads as it was written");
-  require(read_Settings(others, file) == others, "every other value is as it was");
-  require(delete_FromIni(path) == !(can_write ? value : old).empty(), "it is deleted");
-  require(read_Settings(others, file) == others, "every other value is still as it was");
+  require_Text(now);
+  require(delete_FromIni(path) == !now.empty(), "it is deleted");
+  require_Text(L"");
 }
 
 }  // namespace
@@ -192,7 +176,6 @@ const std::vector<Target>& settings_Targets() {
              "HKEY_CURRENT_USER|HKEY_LOCAL_MACHINE|\xFF")},
       {"registry", registry, 3000, false, {std::string("\0", 1), std::string("\0\0", 2), "a"}},
       {"ini", ini, 400, false,
-       words("\r\n|[|]|=|;|\"|'| "
-             "|\xFF|Software\\Norvak|[Software\\Norvak]\r\n|\xFF\xFE|\xEF\xBB\xBF|a=1\r\n|\n")}};
+       words("\r\n|[|]|=|;|\"|'| |\xFF|pdf\\path|utest|CryptDrive|installdir|useini|Microsoft\\Office|a")}};
   return targets;
 }

@@ -69,6 +69,24 @@ inline std::vector<std::string> words(std::string_view text) {
   return words;
 }
 
+// The names of a drop list that end within its bytes, each cut to 499 letters. It ends with an empty name,
+// which counts only as the first.
+template <typename Letter>
+struct DecodedNames {
+  std::basic_string<Letter> Letters;  // up to the end of the list or of the bytes
+  std::vector<std::basic_string<Letter>> Names = {};
+
+  explicit DecodedNames(std::span<const char> bytes) : Letters(bytes.size() / sizeof(Letter), Letter{}) {
+    std::copy_n(bytes.begin(), Letters.size() * sizeof(Letter), reinterpret_cast<char*>(Letters.data()));
+    for (std::size_t start = 0, end = 0; (end = Letters.find(Letter{}, start)) != Letters.npos;
+         start = end + 1)
+      if (end == start && !Names.empty())
+        Letters.resize(end);
+      else
+        Names.push_back(Letters.substr(start, std::min<std::size_t>(end - start, 499)));
+  }
+};
+
 // The targets that need nothing of the platform, and those that run on it.
 const std::vector<Target>& plain_Targets();
 const std::vector<Target>& selection_Targets();
