@@ -91,9 +91,12 @@ std::wstring target_File(std::wstring_view path) {
 
 constexpr std::wstring_view line_ends{L"\r\n\0", 3};
 
-// The platform takes white space of every kind off the ends of what it reads.
+// The platform takes white space of every kind off the ends of what it reads, and the old mark of a file's
+// end.
 bool has_SpaceAtAnEnd(std::wstring_view text) {
-  return !text.empty() && (std::iswspace(text.front()) != 0 || std::iswspace(text.back()) != 0);
+  constexpr wchar_t end_mark = 0x1A;
+  const auto is_Space = [](wchar_t letter) { return std::iswspace(letter) != 0 || letter == end_mark; };
+  return !text.empty() && (is_Space(text.front()) || is_Space(text.back()));
 }
 
 bool is_OneLine(std::wstring_view text) {

@@ -7,7 +7,6 @@
 #include <charconv>
 #include <cstdint>
 #include <cwchar>
-#include <cwctype>
 #include <utility>
 
 std::wstring_view trim(std::wstring_view text) {
@@ -70,8 +69,8 @@ std::optional<long> to_Number(std::wstring_view text) {
   wchar_t* end = nullptr;
   errno = 0;
   const long number = std::wcstol(digits.c_str(), &end, 10);
-  // Neither may it skip tabs and line breaks at the front, nor stop at a terminator within the text.
-  const bool is_whole = !digits.empty() && std::iswspace(static_cast<std::wint_t>(digits.front())) == 0 &&
+  // Neither may it skip tabs and line breaks at the front, nor take the digits of other scripts.
+  const bool is_whole = !digits.empty() && digits.find_first_not_of(L"+-0123456789") == std::wstring::npos &&
                         end == digits.c_str() + digits.size();
   if (!is_whole || errno == ERANGE || !std::in_range<std::int32_t>(number))
     return {};
