@@ -1,6 +1,7 @@
 // The targets of a right-click: the drop list that Explorer hands over, and the menu that it gets.
 #include <windows.h>
 
+#include <shellapi.h>
 #include <shlobj.h>
 
 #include <array>
@@ -32,15 +33,32 @@ void drop_list(Input input) {
   std::ranges::copy(input.rest(), block.begin());
   Lines expected;
   DROPFILES header{};
+  bool is_whole = false;
   if (block.size() >= sizeof header) {
     std::memcpy(&header, block.data(), sizeof header);
     const auto list = block.subspan(std::min<std::size_t>(header.pFiles, block.size()));
-    const auto into = std::back_inserter(expected);
-    header.fWide ? std::ranges::transform(DecodedNames<wchar_t>(list).Names, into, through_Ansi).out
-                 : std::ranges::transform(DecodedNames<char>(list).Names, into, from_Ansi).out;
+    const auto take = [&]<typename Letter>(const DecodedNames<Letter>& names, auto to_text) {
+      std::ranges::transform(names.Names, std::back_inserter(expected), to_text);
+      is_whole = names.IsWhole;
+    };
+    header.fWide ? take(DecodedNames<wchar_t>(list), through_Ansi)
+                 : take(DecodedNames<char>(list), from_Ansi);
   }
   require(std::ranges::equal(read_DropNames(block).Names, expected),
           "the names are those that end within the block");
+  if (!is_whole)
+    return;
+  // The shell's own routine reads up to the end of the list, wherever that is.
+  const auto global = make_Block({block.data(), block.size()});
+  require(std::ranges::equal(read_DropList(global).Names, expected), "a block of memory gives the same");
+  const auto drop = static_cast<HDROP>(global);
+  require(DragQueryFileA(drop, ~0U, nullptr, 0) == expected.size(), "the shell counts as many");
+  for (UINT index = 0; index < expected.size(); ++index) {
+    std::array<char, 500> buffer{};
+    DragQueryFileA(drop, index, buffer.data(), buffer.size());
+    require(from_Ansi(buffer.data()) == expected[index], "the shell gives the same name");
+  }
+  GlobalFree(global);
 }
 
 int started_Programs = 0;

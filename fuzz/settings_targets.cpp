@@ -138,9 +138,12 @@ void ini(Input input) {
   if (!arranged || !is_Kept(path))
     return;
   const auto place = find_Place(path);
-  const std::wstring old = input.take<std::uint8_t>() % 2 != 0 ? L"old" : L"";
+  const auto form = input.take<std::uint8_t>();
+  const std::wstring old = form % 2 != 0 ? L"old" : L"";
+  const std::wstring torn[] = {L"", L"[torn\r\n=\r\n", L"[torn]]\n\n=a\n", L";\x1A\r\n[\r\n",
+                               L"a=1\r\n\t[a\r\n"};
   Lines others;
-  auto content = L"[" + section + L"]\r\n";
+  auto content = torn[form / 2 % std::size(torn)] + L"[" + section + L"]\r\n";
   while (input.has_More()) {
     auto name = to_Lower(input.take_Text());
     std::erase_if(name, [](wchar_t letter) { return letter >= 0x80 || std::iswalnum(letter) == 0; });
@@ -149,7 +152,10 @@ void ini(Input input) {
     others.push_back(name);
     content.append(name).append(L"=").append(name).append(L"\r\n");
   }
-  std::ofstream(std::filesystem::path(file), std::ios::binary) << to_Ansi(content);
+  const auto* const letters = reinterpret_cast<const char*>(content.data());
+  const bool is_wide = form / 16 % 2 != 0;
+  std::ofstream(std::filesystem::path(file), std::ios::binary)
+      << (is_wide ? "\xFF\xFE" + std::string(letters, 2 * content.size()) : to_Ansi(content));
   if (!old.empty())
     WritePrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), old.c_str(), file.c_str());
   WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());

@@ -75,15 +75,18 @@ template <typename Letter>
 struct DecodedNames {
   std::basic_string<Letter> Letters;  // up to the end of the list or of the bytes
   std::vector<std::basic_string<Letter>> Names = {};
+  bool IsWhole = false;  // the list's end is there
 
   explicit DecodedNames(std::span<const char> bytes) : Letters(bytes.size() / sizeof(Letter), Letter{}) {
     std::copy_n(bytes.begin(), Letters.size() * sizeof(Letter), reinterpret_cast<char*>(Letters.data()));
     for (std::size_t start = 0, end = 0; (end = Letters.find(Letter{}, start)) != Letters.npos;
          start = end + 1)
-      if (end == start && !Names.empty())
+      if (end == start && !Names.empty()) {
+        IsWhole = true;
         Letters.resize(end);
-      else
+      } else {
         Names.push_back(Letters.substr(start, std::min<std::size_t>(end - start, 499)));
+      }
   }
 };
 
