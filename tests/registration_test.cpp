@@ -13,11 +13,8 @@ namespace {
 // In lower case as they are read back.
 const std::wstring clsid = L"{2e416da3-34e8-444a-8288-8c2ff373681d}";
 const std::wstring class_key = LR"(clsid\)" + clsid;
-const std::wstring interface_key = LR"(interface\{595d7e94-9b83-4cfd-98cc-0312978c2bc0})";
-const std::wstring library_id = L"{60b0373e-c543-4525-a664-e9d775e867d8}";
-const std::wstring library_key = LR"(typelib\)" + library_id;
+const std::wstring library_key = LR"(typelib\{60b0373e-c543-4525-a664-e9d775e867d8})";
 const auto version = std::wstring(L"" PROJECT_VERSION).substr(0, std::string(PROJECT_VERSION).rfind('.'));
-const std::wstring version_key = library_key + LR"(\)" + version;
 const std::wstring progid = L"norvakcontextmenu.shellext";
 const std::wstring other_view = LR"(wow6432node\)";  // the platform repeats some of the library's rows there
 
@@ -81,24 +78,12 @@ class Registration : public Explorer {
 
 TEST_F(Registration, WritesTheseRowsAndRemovesThemAgain) {
   const auto path = to_Lower(built_File(L"NorvakContextMenu.dll"));
-  const std::wstring description = LR"(\=norvak - icontextmenu shell extension)";
-  const std::wstring automation = L"{00020424-0000-0000-c000-000000000046}";
-  Lines expected{class_key + description,
-                 class_key + LR"(\inprocserver32\=)" + path,
-                 class_key + LR"(\inprocserver32\threadingmodel=apartment)",
-                 class_key + LR"(\progid\=)" + progid,
-                 class_key + LR"(\typelib\=)" + library_id,
-                 progid + description,
-                 progid + LR"(\clsid\=)" + clsid,
-                 interface_key + LR"(\=_shellext)",
-                 interface_key + LR"(\proxystubclsid\=)" + automation,
-                 interface_key + LR"(\proxystubclsid32\=)" + automation,
-                 interface_key + LR"(\typelib\=)" + library_id,
-                 interface_key + LR"(\typelib\version=)" + version,
-                 version_key + description + L"...",
-                 version_key + LR"(\0\win)" + std::to_wstring(sizeof(void*) * 8) + LR"(\=)" + path,
-                 version_key + LR"(\flags\=8)",
-                 version_key + LR"(\helpdir\=)" + path.substr(0, path.rfind(L'\\'))};
+  auto expected = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/registration_rows.txt"));
+  for (auto& row : expected)
+    for (const auto& [name, meant] : {std::pair(L"FOLDER", path.substr(0, path.rfind(L'\\'))),
+                                      {L"VERSION", version},
+                                      {L"WIDTH", std::to_wstring(sizeof(void*) * 8)}})
+      replace_All(row, name, meant);
   std::ranges::sort(expected);
   const auto before = all_Rows();
   for (int round = 0; round < 2; ++round) {
