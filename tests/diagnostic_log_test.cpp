@@ -21,7 +21,7 @@ class DiagnosticLog : public Machine, public testing::WithParamInterface<int> {}
 // Program, project, file: each row of the table by either name, where the rows behind it would say otherwise.
 TEST_F(DiagnosticLog, ChoosesTheFileAfterTheProgramThenTheProject) {
   const auto rows = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/log_files.txt"));
-  EXPECT_EQ(rows.size(), 28u);
+  EXPECT_EQ(rows.size(), 29u);
   for (const auto& row : rows) {
     const auto fields = split(row, L'|');
     EXPECT_EQ(choose_LogFile(fields[0], fields[1]), fields[2]) << to_Ansi(row);

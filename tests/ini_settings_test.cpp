@@ -31,7 +31,7 @@ Lines values_Of(const std::wstring& name) {
 // Both processes have these: the other writer is within a write, and this one waits for it.
 const unique_kernel_handle inside(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer inside"));
 const unique_kernel_handle awaited(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer awaited"));
-constexpr DWORD patience = 60000;
+constexpr DWORD patience = 20000;
 ULONGLONG clock_Step = 0;
 
 void* platforms(const char* function) {
