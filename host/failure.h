@@ -10,7 +10,7 @@ constexpr int exit_success = 0;
 constexpr int exit_failure = 1;
 constexpr int exit_wrong_usage = 2;
 
-/// Thrown by whatever cannot go on; main prints the sentence on stderr and ends with the status.
+/// Thrown by whatever cannot go on; run_words prints the sentence on stderr and gives the status.
 struct Failure {
   std::wstring Sentence;
   int ExitStatus = exit_failure;

@@ -1,26 +1,28 @@
 #include "support/diagnostic_log.h"
 
+#include <array>
 #include <ctime>
-#include <iomanip>
 #include <regex>
-#include <sstream>
 
 #include "support/text.h"
 #include "tests/components.h"
 
 namespace {
 
+std::wstring day_AndHour() {
+  const auto now = std::time(nullptr);
+  std::array<wchar_t, 8> text{};
+  std::wcsftime(text.data(), text.size(), L"%d%H", std::localtime(&now));
+  return text.data();
+}
+
 class DiagnosticLog : public Machine, public testing::WithParamInterface<int> {};
 
+// Program, project, file: each row of the table by either name, where the rows behind it would say otherwise.
 TEST_F(DiagnosticLog, ChoosesTheFileAfterTheProgramThenTheProject) {
-  for (const auto* row :
-       {L" NorvakCredentials .exe|x|SmartLogin.log", L"CredentialProvider.v2|x|CardMonitor.log",
-        L"x|SetCredentials|SmartLogin.log", L"usbcredentials|x|SmartLogin.log", L"norvakcredentials2|x|",
-        L"mypkcs11tool|saver|SmartLogin.log", L"saver|certinstaller|csp.log",
-        L"NorvakCreator|serviceclient|pdf.log", L"x|NorvakCreator|", L"NorvakSignator|x|pdf.log",
-        L"x|ScreenSaver|pdf.log", L"TheServiceClient|x|serviceclient.log",
-        L"MyCredentialProvider|x|CardMonitor.log", L"explorer.exe|NorvakContextMenu|",
-        L"tool.saver.exe|x|"}) {
+  const auto rows = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/log_files.txt"));
+  EXPECT_EQ(rows.size(), 29u);
+  for (const auto& row : rows) {
     const auto fields = split(row, L'|');
     EXPECT_EQ(choose_LogFile(fields[0], fields[1]), fields[2]) << to_Ansi(row);
   }
@@ -39,15 +41,14 @@ TEST_F(DiagnosticLog, WritesBelowTheDebugPathWithAHeader) {
   const Log log;
   set_Value(norvak + L"AlwaysDebug", L"0");
   set_Value(norvak + L"debugpath", LR"(c:\logs)");
+  const auto before = day_AndHour();
   debug_Log(L"label ", -5);
   EXPECT_EQ(value_At(norvak + L"debugpath"), LR"(c:\logs\)");
-  const auto now = std::time(nullptr);
-  std::wostringstream form;
-  form << LR"(logge\()" << std::put_time(std::localtime(&now), L"%d%H") << LR"([0-5]\d[0-5]\d:)"
-       << _wgetenv(L"USERNAME") << LR"(:unit_tests\.exe:)" << GetCurrentProcessId()
-       << LR"(: label -5, c:\\logs\\\\pdf\.log\))";
+  const auto form = LR"(logge\(()" + before + L"|" + day_AndHour() + LR"()[0-5]\d[0-5]\d:)" +
+                    _wgetenv(L"USERNAME") + LR"(:unit_tests\.exe:)" + std::to_wstring(GetCurrentProcessId()) +
+                    LR"(: label -5, c:\\logs\\\\pdf\.log\))";
   const auto line = calls(L"logge(").at(0);
-  EXPECT_TRUE(std::regex_match(line, std::wregex(form.str()))) << to_Ansi(line);
+  EXPECT_TRUE(std::regex_match(line, std::wregex(form))) << to_Ansi(line);
 }
 
 TEST_F(DiagnosticLog, DropsNoiseAndRepeats) {

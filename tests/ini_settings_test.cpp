@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 const std::wstring folder = test_folder + LR"(suite\)";
 const std::wstring users_file = test_folder + get_UserName() + L".own.ini";
 constexpr const wchar_t* written_key = L"NORVAK_TEST_KEY";  // what another process is to write
-constexpr int many = 500;
+constexpr int many = 20;
 
 bool write_Text(std::wstring path, const std::wstring& text) {
   return regwrite_sz(path, text);
@@ -28,9 +28,42 @@ Lines values_Of(const std::wstring& name) {
   return {regread_Text(norvak + name), value_At(norvak + name)};
 }
 
-void write_Many(const std::wstring& key) {
-  for (int number = 0; number < many; ++number)
-    EXPECT_TRUE(write_Text(norvak + key + std::to_wstring(number), std::to_wstring(number)));
+// Both processes have these: the other writer is within a write, and this one waits for it.
+const unique_kernel_handle inside(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer inside"));
+const unique_kernel_handle awaited(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer awaited"));
+constexpr DWORD patience = 20000;
+ULONGLONG clock_Step = 0;
+
+void* platforms(const char* function) {
+  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), function));
+}
+
+// The other writer stays in each of its writes, the lock held, until this one waits for it.
+BOOL WINAPI write_WhenAwaited(const wchar_t* section, const wchar_t* name, const wchar_t* value,
+                              const wchar_t* file) {
+  if (section != nullptr) {
+    ResetEvent(awaited.get());
+    SetEvent(inside.get());
+    if (WaitForSingleObject(awaited.get(), patience) != WAIT_OBJECT_0)
+      ExitProcess(1);
+  }
+  static const auto write =
+      reinterpret_cast<decltype(&write_WhenAwaited)>(platforms("WritePrivateProfileStringW"));
+  return write(section, name, value, file);
+}
+
+void WINAPI sleep_Visibly(DWORD milliseconds) {
+  SetEvent(awaited.get());
+  SleepEx(milliseconds, FALSE);
+}
+
+ULONGLONG WINAPI tell_Time() {
+  static ULONGLONG now = 0;
+  return now += clock_Step;
+}
+
+bool write_Number(const std::wstring& key, int number) {
+  return write_Text(norvak + key + std::to_wstring(number), std::to_wstring(number));
 }
 
 // This program, started as another writer: it writes its values and ends before any case begins.
@@ -40,7 +73,10 @@ struct Writer : testing::Environment {
     if (GetEnvironmentVariableW(written_key, key.data(), 32) == 0)
       return;
     CoInitialize(nullptr);
-    write_Many(key.data());
+    patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));
+    patch_Import("WritePrivateProfileStringW", reinterpret_cast<void*>(write_WhenAwaited));
+    for (int number = 0; number < many; ++number)
+      EXPECT_TRUE(write_Number(key.data(), number));
     ExitProcess(0);
   }
 };
@@ -117,21 +153,30 @@ TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {
     CloseHandle(started.hThread);
     return unique_kernel_handle(started.hProcess);
   };
+  patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));
+  patch_Import("Sleep", reinterpret_cast<void*>(sleep_Visibly));
   const auto other = start_Writer(L"other");
-  write_Many(L"own");
-  WaitForSingleObject(other.get(), INFINITE);
-  for (const std::wstring key : {L"own", L"other"})
-    for (int number = 0; number < many; ++number)
+  EXPECT_EQ(WaitForSingleObject(inside.get(), patience), WAIT_OBJECT_0);
+  int written = 0;
+  while (WaitForSingleObject(other.get(), 0) == WAIT_TIMEOUT)
+    EXPECT_TRUE(write_Number(L"own", written++));
+  DWORD status = 1;
+  GetExitCodeProcess(other.get(), &status);
+  EXPECT_EQ(status, 0u) << "a write that nobody had to wait for";
+  for (const auto& [key, count] : {std::pair(L"own", written), std::pair(L"other", many)})
+    for (int number = 0; number < count; ++number)
       EXPECT_EQ(regread_Text(norvak + key + std::to_wstring(number)), std::to_wstring(number));
+  patch_Import("Sleep", platforms("Sleep"));
+  ResetEvent(inside.get());
   const auto dying = start_Writer(L"dying");
-  while (!fs::exists(folder + L"global.ini.lock") && WaitForSingleObject(dying.get(), 0) == WAIT_TIMEOUT) {
-  }
+  EXPECT_EQ(WaitForSingleObject(inside.get(), patience), WAIT_OBJECT_0);
+  clock_Step = 500;
+  EXPECT_FALSE(write_Text(norvak + L"after", L"1")) << "a lock that is not let go";
+  EXPECT_EQ(WaitForSingleObject(dying.get(), 0), WAIT_TIMEOUT);
   TerminateProcess(dying.get(), 1);
-  EXPECT_TRUE(write_Text(norvak + L"after", L"1"));
-  const unique_kernel_handle held(CreateFileW((folder + L"global.ini.lock").c_str(), GENERIC_WRITE, 0,
-                                              nullptr, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
-  EXPECT_FALSE(write_Text(norvak + L"after", L"2")) << "a lock that is not let go";
-  EXPECT_EQ(regread_Text(norvak + L"after"), L"1");
+  clock_Step = 1;
+  EXPECT_TRUE(write_Text(norvak + L"after", L"2"));
+  EXPECT_EQ(regread_Text(norvak + L"after"), L"2");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <set>
 
 #include "launcher/actions.h"
+#include "support/handles.h"
 #include "support/processes.h"
 #include "support/settings.h"
 #include "support/text.h"
@@ -76,7 +77,20 @@ void Decoys::SetUp() {
     set_Value(setting->Path, L"1");
 }
 
+// How many processes the job has had, once only this one is left.
+DWORD processes_Of(HANDLE job) {
+  constexpr int patience = 6000;
+  JOBOBJECT_BASIC_ACCOUNTING_INFORMATION counts{};
+  for (int waits = 0; counts.ActiveProcesses != 1 && waits < patience; ++waits) {
+    QueryInformationJobObject(job, JobObjectBasicAccountingInformation, &counts, sizeof counts, nullptr);
+    Sleep(1);
+  }
+  return counts.ActiveProcesses == 1 ? counts.TotalProcesses : 0;
+}
+
 TEST_P(Decoys, AreNeitherLoadedNorStarted) {
+  const unique_kernel_handle job(CreateJobObjectW(nullptr, nullptr));
+  ASSERT_TRUE(AssignProcessToJobObject(job.get(), GetCurrentProcess()));
   const Library library;
   for (const HMODULE module : {GetModuleHandleW(nullptr), library.handle()}) {
     answer_Boxes(module);
@@ -93,9 +107,9 @@ TEST_P(Decoys, AreNeitherLoadedNorStarted) {
       run_Action(action, entries({path}));
     }
   }
+  EXPECT_EQ(processes_Of(job.get()), 1u) << "this process has started others";
   start_Program(::quoted(current + L"quill!.exe"));
-  recorded_Starts(1);
-  Sleep(500);
+  EXPECT_EQ(processes_Of(job.get()), 2u);
   FreeLibrary(LoadLibraryW((selected + L"norvakpdf.dll").c_str()));
   EXPECT_EQ(recorded_Starts(2),
             (Lines{L"quill!.exe\t" + ::quoted(current + L"quill!.exe"), selected + L"norvakpdf.dll"}))

@@ -1,0 +1,65 @@
+#include "host/program.h"
+
+#include <ole2.h>
+#include <windows.h>
+
+#include <cstring>
+#include <exception>
+#include <string>
+
+#include "host/arguments.h"
+#include "host/commands.h"
+#include "host/failure.h"
+#include "host/output.h"
+#include "host/version.h"
+
+namespace host {
+namespace {
+
+/// COM on this thread for as long as the object lives; every interface must be released before it ends.
+class ComApartment {
+ public:
+  ComApartment() {
+    if (FAILED(OleInitialize(nullptr))) {
+      throw Failure{L"COM cannot be started."};
+    }
+  }
+  ~ComApartment() {
+    // The extension's DLL leaves while COM still stands: its own last steps may need COM.
+    CoFreeUnusedLibraries();
+    OleUninitialize();
+  }
+  ComApartment(const ComApartment&) = delete;
+  ComApartment& operator=(const ComApartment&) = delete;
+};
+
+int run_program(std::span<const std::wstring_view> words) {
+  const Arguments arguments = parse_arguments(words);
+  if (arguments.WantsHelp) {
+    print_text(describe_usage());
+    return exit_success;
+  }
+  if (arguments.WantsVersion) {
+    print_text(L"menuhost " + std::wstring(ProgramVersion) + L"\n");
+    return exit_success;
+  }
+  const ComApartment apartment;
+  return run_command(arguments);
+}
+
+}  // namespace
+
+int run_words(std::span<const std::wstring_view> words) {
+  try {
+    return run_program(words);
+  } catch (const Failure& failure) {
+    print_note(failure.Sentence);
+    return failure.ExitStatus;
+  } catch (const std::exception& error) {
+    print_note(L"The program cannot go on: " +
+               std::wstring(error.what(), error.what() + std::strlen(error.what())));
+    return exit_failure;
+  }
+}
+
+}  // namespace host
