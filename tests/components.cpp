@@ -2,6 +2,8 @@
 
 #include <wrl/client.h>
 
+#include <atomic>
+
 #include "suite/com_object.h"
 #include "support/text.h"
 
@@ -10,7 +12,8 @@ namespace {
 Lines recorded;
 long living = 0;
 
-long calls_UntilFailure = 0;
+std::atomic<long> calls_UntilFailure = 0;
+bool is_Lasting = false;  // the failure, for memory
 
 using Definition = std::shared_ptr<Component::Definition>;
 
@@ -115,12 +118,14 @@ long living_Objects() {
   return living;
 }
 
-bool fail_Call(long number) {
-  return std::exchange(calls_UntilFailure, number) <= 0;
+bool fail_Call(long number, bool lasts) {
+  is_Lasting = lasts;
+  return calls_UntilFailure.exchange(number) <= 0;
 }
 
-bool is_ToFail() {
-  return --calls_UntilFailure == 0;
+bool is_ToFail(bool is_memory) {
+  const long left = --calls_UntilFailure;
+  return left == 0 || (left < 0 && is_memory && is_Lasting);
 }
 
 Log::Log() : Component(L"logging.logme", {{L"LogfileName", answers({})}, {L"logge", answers({})}}) {

@@ -53,11 +53,11 @@ void forget_Calls();
 // How many objects have been made and not released.
 long living_Objects();
 
-// Has the call with this number from now on fail, the making of objects and `info` counted. True when the
-// call that was to fail last has come.
-bool fail_Call(long number);
-// Counts a call, of a component or of the platform's; true when it is the one to fail.
-bool is_ToFail();
+// Has the call with this number from now on fail, the making of objects and `info` counted, and if it lasts
+// all calls for memory after it. True when the call that was to fail last has come.
+bool fail_Call(long number, bool lasts = false);
+// Counts a call, of a component or of the platform's; true when it is one to fail.
+bool is_ToFail(bool is_memory = false);
 
 // The log component, with the log switched on.
 class Log : public Component {

@@ -117,26 +117,34 @@ Lines read_Lines(const std::wstring& path) {
   return lines;
 }
 
-bool patch_Import(std::string_view function, void* replacement, HMODULE module) {
-  bool found = false;
+Imports imports_Of(HMODULE module) {
+  Imports imports;
   auto* base = reinterpret_cast<std::byte*>(module);
   const auto* header =
       reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-  const auto imports = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-  for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports); dll->Name != 0; ++dll) {
+  const auto table = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+  for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + table); dll->Name != 0; ++dll) {
     auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
     auto* entry = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++entry) {
-      const auto* import = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-      DWORD protection = 0;
-      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) || function != reinterpret_cast<const char*>(import->Name))
-        continue;
-      VirtualProtect(entry, sizeof *entry, PAGE_READWRITE, &protection);
-      entry->u1.Function = reinterpret_cast<ULONG_PTR>(replacement);
-      found = true;
-    }
+    for (; name->u1.AddressOfData != 0; ++name, ++entry)
+      imports.emplace(IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)
+                          ? "(by a number)"
+                          : reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData)->Name,
+                      entry);
   }
-  return found;
+  return imports;
+}
+
+bool patch_Import(std::string_view function, void* replacement, HMODULE module) {
+  const auto imports = imports_Of(module);
+  const auto [first, last] = imports.equal_range(function);
+  for (auto import = first; import != last; ++import) {
+    auto& address = import->second->u1.Function;
+    DWORD protection = 0;
+    VirtualProtect(&address, sizeof address, PAGE_READWRITE, &protection);
+    address = reinterpret_cast<ULONG_PTR>(replacement);
+  }
+  return first != last;
 }
 
 void answer_Boxes(HMODULE module) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,9 @@ void make_DriveE();
 // The lines of a UTF-8 file; none when it is missing.
 Lines read_Lines(const std::wstring& path);
 
+// The functions that a module imports, with the places of their addresses.
+using Imports = std::multimap<std::string_view, IMAGE_THUNK_DATA*>;
+Imports imports_Of(HMODULE module);
 // Has a module's calls of a function of the platform land in the replacement, this program's own unless
 // another is named. False when the module does not import it.
 bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
