@@ -40,29 +40,20 @@ BOOL WINAPI refuse_Copy(const wchar_t*, const wchar_t*, BOOL) {
   return FALSE;
 }
 
-// The suite's programs record their command lines; its components record their calls.
+// Starts of the suite's programs are recorded, as are the calls of its components.
 class Actions : public Machine {
  protected:
-  // The starts that were recorded since the last question, once there are so many.
-  Lines started(std::size_t count) {
-    auto lines = recorded_Starts(m_seen + count);
-    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(m_seen));
-    m_seen += lines.size();
-    std::ranges::sort(lines);
-    return lines;
-  }
+  Actions() { record_Starts(); }
   std::wstring start(const std::wstring& program, const std::wstring& rest) const {
-    return program + L"\t" + ::quoted(m_suite + program) + rest;
+    return ::quoted(m_suite + program) + rest;
   }
   Lines starts(const std::wstring& program, const Lines& names) const {
     Lines lines;
     for (const auto& name : names)
-      lines.push_back(start(program, L" " + ::quoted(test_folder + name)));
-    std::ranges::sort(lines);
+      lines.push_back(opening(program, test_folder + name));
     return lines;
   }
   const std::wstring m_suite = install_Suite();
-  std::size_t m_seen = 0;
   ValueStore m_store;
   Component m_editor{L"norvakpdf.edit",
                      {{L"set_hwnd", answers({})},
@@ -81,13 +72,9 @@ class Actions : public Machine {
 TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
   make_DriveE();
   fs::current_path(test_folder);
-  for (const std::wstring folder :
-       {LR"(E:\Norvak)", LR"(E:\my stick\Norvak)", L"trueNorvak"}) {  // the last one in the current folder
-    fs::create_directories(folder);
-    fs::copy_file(m_suite + L"Vaultware.exe", folder + LR"(\Vaultware.exe)");
-  }
-  fs::copy_file(m_suite + L"Vaultware.exe", LR"(E:\my.exe)");
-  const Lines portable{LR"(Vaultware.exe	E:\Norvak\Vaultware.exe stop)"};
+  for (const std::wstring folder : {LR"(E:\)", LR"(E:\my stick\)", L"true"})  // the last in the current one
+    make_File(folder + LR"(Norvak\Vaultware.exe)");
+  const Lines portable{LR"(E:\Norvak\Vaultware.exe	E:\Norvak\Vaultware.exe stop)"};
   const Lines worker{start(L"NorvakWorkerProcess.exe", L" signit")};
   const std::wstring gone = LR"(dword:0|E:\|(none)|)", container = LR"(pdf\UniqueContainerName)";
   const struct {
@@ -100,7 +87,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
               {L"unmount", {}, gone, L"", L""},
               {L"unmount", portable, gone, users + L"StickDrive", L"E"},
               {L"unmount",
-               {LR"(Vaultware.exe	E:\my stick\Norvak\Vaultware.exe stop)"},
+               {LR"(E:\my stick\Norvak\Vaultware.exe	E:\my stick\Norvak\Vaultware.exe stop)"},
                gone,
                users + L"StickDrive",
                LR"(E:\my stick\)"},
@@ -122,7 +109,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
     const bool queues = std::wstring_view(action) == L"signit" || std::wstring_view(action) == L"sfolder";
     set_PermanentCache(L"SignFiles", L"");  // as a worker that is done leaves it
     EXPECT_EQ(run(action, entries({LR"(E:\)"})), queues ? Lines{} : box);
-    EXPECT_EQ(started(expected.size()), expected) << to_Ansi(action) << to_Ansi(value);
+    EXPECT_EQ(take_Starts(), expected) << to_Ansi(action) << to_Ansi(value);
     EXPECT_EQ(m_store.Values[L"SignFiles"].empty(), expected != worker);
     const auto marker = read_Lines(LR"(E:\mounted.txt)");
     EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)") + L"|" + value_At(users + LR"(CSP\LastCryptDrive)") +
@@ -151,8 +138,9 @@ TEST_F(Actions, OpenEachFileUpToAMissingOne) {
                    ::quoted(program) + L" " + ::quoted(paths[0])}));
   EXPECT_EQ(messages.back(), L"do action: " + missing);
   run(L"view", {{L"", L""}, {paths[0], L""}});
-  EXPECT_EQ(started(7), starts(L"PageKeeper.exe", {L"a.pdf", L"short.pdf", L"b & c.PDF", L"100% ^'; (1).xml",
-                                                   L"Tr\u00E4ger.pdf", longest + L".pdf", L"last.pdf"}));
+  EXPECT_EQ(take_Starts(),
+            starts(L"PageKeeper.exe", {L"a.pdf", L"short.pdf", L"b & c.PDF", L"100% ^'; (1).xml",
+                                       L"Tr\u00E4ger.pdf", longest + L".pdf", L"last.pdf"}));
 }
 
 TEST_F(Actions, OpenWhatCanBeSignedWithQuill) {
@@ -160,7 +148,7 @@ TEST_F(Actions, OpenWhatCanBeSignedWithQuill) {
   for (const auto* ending : {L"d2d", L"p7m", L"p7s", L"pdf", L"PKCS7", L"png", L"xml"})
     paths.push_back(make_File(test_folder + L"a." + ending));
   EXPECT_EQ(run(L"quill!", entries(paths)), box);
-  EXPECT_EQ(started(5), starts(L"quill!.exe", {L"a.d2d", L"a.p7m", L"a.pdf", L"a.PKCS7", L"a.xml"}));
+  EXPECT_EQ(take_Starts(), starts(L"quill!.exe", {L"a.d2d", L"a.p7m", L"a.pdf", L"a.PKCS7", L"a.xml"}));
 }
 
 TEST_F(Actions, KeepThePdfOfAPictureBesideIt) {
@@ -185,10 +173,10 @@ TEST_F(Actions, KeepThePdfOfAPictureBesideIt) {
   EXPECT_EQ(read_Lines(fresh + L".pdf"), Lines{L"made"});
   EXPECT_EQ(read_Lines(done + L".pdf"), Lines{L"kept"});
   EXPECT_EQ(temporary_Files(), Lines{});
-  EXPECT_EQ(started(3), starts(L"PageKeeper.exe", {L"a.PNG.pdf", L"b.tif.pdf", L"c.doc"}));
+  EXPECT_EQ(take_Starts(), starts(L"PageKeeper.exe", {L"a.PNG.pdf", L"b.tif.pdf", L"c.doc"}));
   m_editor->Table[L"img2pdf"] = answers(done.c_str());  // nothing temporary: must not be deleted
   run(L"view", entries({done}));
-  EXPECT_EQ(started(1), starts(L"PageKeeper.exe", {L"b.tif.pdf"}));
+  EXPECT_EQ(take_Starts(), starts(L"PageKeeper.exe", {L"b.tif.pdf"}));
   EXPECT_TRUE(fs::exists(done));
 }
 
@@ -244,7 +232,7 @@ TEST_F(Actions, GoOnAfterACallThatFails) {
       fail_Call(number);
       EXPECT_EQ(run(action, entries(paths)), action == L"signit" ? Lines{} : box);
       has_Failed = fail_Call(0);
-      EXPECT_EQ(started(programs).size(), programs) << to_Ansi(action) << number;
+      EXPECT_EQ(take_Starts().size(), programs) << to_Ansi(action) << number;
       EXPECT_TRUE(action != L"p7s" || fs::exists(picture + L".p7s") || fs::exists(envelope + L".p7s"));
       EXPECT_EQ(temporary_Files(), Lines{});
       for (const std::wstring object : {L"norvakpdf.edit", L"norvakcsp.PKCS7", L"NorvakInter.SemaPhore"})
@@ -254,7 +242,7 @@ TEST_F(Actions, GoOnAfterACallThatFails) {
     const auto handles = kernel_Handles();
     run(action, entries(paths));
     EXPECT_EQ(kernel_Handles(), handles) << to_Ansi(action);
-    started(programs);
+    take_Starts();
   }
 }
 
@@ -317,12 +305,12 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
                {start(L"Vaultware.exe", L" mountdrive")},
                L"a.png "},
               {"a file that vanished", [&] { fs::remove(picture); }, L"view", picture, {}, L""},
-              {"no programs", [this] { fs::remove_all(m_suite); }, L"mount", LR"(Q:\)", {}, L""},
+              {"no tool", [this] { fs::remove_all(m_suite); }, L"create", LR"(Q:\)", {}, L""},
               {"no worker", [] {}, L"signit", text, {}, L""}};
   for (const auto& [fault, make, action, path, expected, content] : rows) {
     make();
     run(action, entries({path}));
-    EXPECT_EQ(started(expected.size()), expected) << fault;
+    EXPECT_EQ(take_Starts(), expected) << fault;
     EXPECT_EQ(folder_Content(), content) << fault;
     EXPECT_EQ(temporary_Files(), Lines{}) << fault;
   }

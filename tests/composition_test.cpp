@@ -81,10 +81,12 @@ TEST_P(Composition, FillsTheMenuAndTheTable) {
 
 TEST_F(Composition, DependsOnTheKindOfMenu) {
   install(L"quill!");
-  for (const UINT kind : {1u, 8u, 9u, 0x19u})
-    EXPECT_EQ(compose(Menu(), kind), 0) << kind;
-  for (const UINT kind : {0u, 2u, 3u, 4u, 5u, 0xAu, 0x10u})
-    EXPECT_EQ(compose(Menu(), kind), 2) << kind;
+  for (const UINT others : {0u, ~0xFu}) {  // what Explorer sets besides changes nothing
+    for (const UINT kind : {1u, 8u, 9u})
+      EXPECT_EQ(compose(Menu(), others | kind), 0) << others << kind;
+    for (const UINT kind : {0u, 2u, 3u, 4u, 5u, 0xAu})
+      EXPECT_EQ(compose(Menu(), others | kind), 2) << others << kind;
+  }
 }
 
 TEST_F(Composition, KeepsCaptionsAndContainerNameOnceKnown) {

@@ -145,15 +145,9 @@ TEST_F(EndToEnd, TheSuitesComponentsMakeFilesThatHold) {
         .seekp(place)
         .put('#');
   };
-  const auto picture = test_folder + L"picture.bmp", envelope = pdf + L".p7m";
+  const auto picture = make_Picture(test_folder + L"picture.bmp"), envelope = pdf + L".p7m";
   const std::string content = "the content of the letter";
   std::ofstream(std::filesystem::path(pdf)) << content;
-  const BITMAPINFOHEADER sizes{sizeof sizes, 1, 1, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
-  const BITMAPFILEHEADER header{0x4D42, sizeof header + sizeof sizes + 4, 0, 0, sizeof header + sizeof sizes};
-  std::ofstream(std::filesystem::path(picture), std::ios::binary)
-      .write(reinterpret_cast<const char*>(&header), sizeof header)
-      .write(reinterpret_cast<const char*>(&sizes), sizeof sizes)
-      .write("red", 4);
   invoke(L"1", picture);
   const auto page = read_Bytes(picture + L".pdf");
   EXPECT_TRUE(page.starts_with("%PDF-1.") && page.ends_with("%%EOF\n")) << page.substr(0, 20);

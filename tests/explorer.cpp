@@ -1,9 +1,14 @@
 #include "tests/explorer.h"
 
+#include <shellapi.h>
+
 #include <filesystem>
+#include <utility>
 
 #include "shellext/shell_ext.h"
 #include "support/module.h"
+#include "support/text.h"
+#include "tests/components.h"
 
 namespace {
 
@@ -12,6 +17,18 @@ const std::wstring record_file = test_folder + L"record.log";
 template <typename Entry>
 Entry entry_Of(HMODULE module, const char* name) {
   return reinterpret_cast<Entry>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+Lines starts;
+
+BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
+                         DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
+  starts.push_back(from_Ansi(program == nullptr ? "" : program + std::string("\t")) + from_Ansi(command));
+  if (is_ToFail())
+    return FALSE;
+  *started = {CreateEventW(nullptr, FALSE, FALSE, nullptr), CreateEventW(nullptr, FALSE, FALSE, nullptr), 1,
+              1};
+  return TRUE;
 }
 
 }  // namespace
@@ -97,13 +114,15 @@ void select(const ComPtr<IContextMenu>& object, const Lines& paths) {
   select(object, &selection);
 }
 
-void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder) {
-  CMINVOKECOMMANDINFO command{};
-  command.cbSize = sizeof command;
+void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder, DWORD size) {
+  CMINVOKECOMMANDINFOEX command{};
+  command.cbSize = size;
+  command.fMask = size == sizeof command ? CMIC_MASK_UNICODE : 0;
   command.lpVerb = verb;
   command.lpDirectory = folder;
   command.nShow = SW_SHOWNORMAL;
-  EXPECT_EQ(object->InvokeCommand(&command), S_OK);
+  command.lpVerbW = IS_INTRESOURCE(verb) ? reinterpret_cast<const wchar_t*>(verb) : L"view";
+  EXPECT_EQ(object->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&command)), S_OK);
 }
 
 MENUITEMINFOW Menu::item(UINT position) const {
@@ -145,11 +164,23 @@ std::wstring install_Suite() {
   return folder;
 }
 
+std::wstring opening(const std::wstring& program, const std::wstring& file) {
+  return ::quoted(test_folder + LR"(the suite\)" + program) + L" " + ::quoted(file);
+}
+
 Lines recorded_Starts(std::size_t count) {
   constexpr int patience = 6000;
   for (int waits = 0; waits < patience && read_Lines(record_file).size() < count; ++waits)
     Sleep(10);
   return read_Lines(record_file);
+}
+
+void record_Starts(HMODULE module) {
+  patch_Import("CreateProcessA", reinterpret_cast<void*>(record_Start), module);
+}
+
+Lines take_Starts() {
+  return std::exchange(starts, {});
 }
 
 void Explorer::SetUp() {

@@ -72,8 +72,10 @@ class Selection : public IDataObject {
 void select(const ComPtr<IContextMenu>& object, IDataObject* selection);
 void select(const ComPtr<IContextMenu>& object, const Lines& paths);
 
-// Picks a command, by its offset or by a text.
-void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder = nullptr);
+// Picks a command, by its offset or by a text, with the long form of the record as Explorer does, or the
+// short one.
+void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder = nullptr,
+            DWORD size = sizeof(CMINVOKECOMMANDINFOEX));
 inline void invoke(const ComPtr<IContextMenu>& object, ULONG_PTR offset, const char* folder = nullptr) {
   invoke(object, reinterpret_cast<const char*>(offset), folder);
 }
@@ -93,8 +95,17 @@ inline const Lines folder_menu{L"1 Sign PDFs in Folder", L"-"};
 
 // Lays out the programs of the suite that serve a PDF file, and their settings; returns their folder.
 std::wstring install_Suite();
+// The command line that opens a file with one of them.
+std::wstring opening(const std::wstring& program, const std::wstring& file);
 // How these programs were started, once it were so many times.
 Lines recorded_Starts(std::size_t count);
+
+// Has a module's starts of programs recorded in place of being made; each hands out handles and may be the
+// call that is to fail.
+void record_Starts(HMODULE module = GetModuleHandleW(nullptr));
+// The command lines of those since the last question; one that names its program apart has that and a TAB
+// before.
+Lines take_Starts();
 
 // A machine on which folders can be signed, and the DLL loaded.
 class Explorer : public Machine {

@@ -1,12 +1,15 @@
 #include "tests/machine.h"
 
+#include <process.h>
+#include <sddl.h>
+
 #include <array>
 #include <bit>
 #include <deque>
 #include <filesystem>
 #include <fstream>
 
-#include "support/processes.h"
+#include "support/handles.h"
 #include "support/registry_view.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
@@ -53,6 +56,7 @@ int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
 }  // namespace
 
 Machine::Machine() {
+  RevertToSelf();
   CoInitialize(nullptr);
   for (
       const auto& key : split(
@@ -69,6 +73,29 @@ Machine::Machine() {
        split(test_folder + LR"(|c:\programme|c:\program files\bergstede|c:\srcbox|c:\norvak.log)", L'|'))
     std::filesystem::remove_all(path);
   std::filesystem::create_directories(test_folder);
+}
+
+void become_PlainUser() {
+  PSECURITY_DESCRIPTOR read_only = nullptr;
+  ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;CI;KA;;;BA)(A;CI;KR;;;BU)", SDDL_REVISION_1,
+                                                       &read_only, nullptr);
+  for (const auto& path : {norvak, norvak + LR"(pdf\)"}) {
+    HKEY key = nullptr;
+    RegCreateKeyA(HKEY_LOCAL_MACHINE, find_Place(path).Key.c_str(), &key);
+    RegSetKeySecurity(unique_hkey(key).get(), DACL_SECURITY_INFORMATION, read_only);
+  }
+  LocalFree(read_only);
+  BYTE administrators[SECURITY_MAX_SID_SIZE];
+  DWORD size = sizeof administrators;
+  CreateWellKnownSid(WinBuiltinAdministratorsSid, nullptr, administrators, &size);
+  SID_AND_ATTRIBUTES disabled{administrators, 0};
+  HANDLE full = nullptr, restricted = nullptr;
+  OpenProcessToken(GetCurrentProcess(), TOKEN_ALL_ACCESS, &full);
+  CreateRestrictedToken(full, 0, 1, &disabled, 0, nullptr, 0, nullptr, &restricted);
+  const unique_kernel_handle process_token(full), token(restricted);
+  EXPECT_TRUE(ImpersonateLoggedOnUser(restricted));
+  set_Value(norvak + L"written by a plain user", L"");
+  EXPECT_EQ(value_At(norvak + L"written by a plain user"), L"(none)");
 }
 
 void set_Bytes(const std::wstring& path, DWORD type, std::string_view bytes) {
@@ -100,11 +127,23 @@ std::wstring make_File(const std::wstring& path, const std::wstring& content) {
   return path;
 }
 
-// The platform emulation reads its drives from symbolic links in a folder of the machine that hosts it.
+std::wstring make_Picture(const std::wstring& path) {
+  const BITMAPINFOHEADER sizes{sizeof sizes, 1, 1, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  const BITMAPFILEHEADER header{0x4D42, sizeof header + sizeof sizes + 4, 0, 0, sizeof header + sizeof sizes};
+  std::ofstream(std::filesystem::path(path), std::ios::binary)
+      .write(reinterpret_cast<const char*>(&header), sizeof header)
+      .write(reinterpret_cast<const char*>(&sizes), sizeof sizes)
+      .write("red", 4);
+  return path;
+}
+
+// The platform emulation reads its drives from symbolic links in a folder of the machine that hosts it. A
+// case may have the product's own starts of programs recorded.
 void make_DriveE() {
   std::filesystem::create_directories(test_folder + L"drive");
   std::filesystem::current_path(LR"(c:\)");
-  start_Program(LR"(Z:\bin\ln -sfn "../drive_c/norvaks machine/drive" ../dosdevices/e:)");
+  _wspawnl(_P_NOWAIT, LR"(Z:\bin\ln)", L"ln", L"-sfn", LR"("../drive_c/norvaks machine/drive")",
+           L"../dosdevices/e:", nullptr);
   while (!std::filesystem::exists(LR"(E:\)"))
     Sleep(10);
 }

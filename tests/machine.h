@@ -30,6 +30,10 @@ class Machine : public testing::Test {
   Machine();
 };
 
+// Takes the rights of an administrator from the thread until the next case, and makes the suite's keys of the
+// machine read-only for others, which the emulation does not do by itself.
+void become_PlainUser();
+
 // Registry values by path texts that start with HKLM, HKCU or HKCR, the suite's view of HKLM; a backslash at
 // the end names the default value. `set_Bytes` stores just these bytes, texts in the code page.
 void set_Value(const std::wstring& path, const std::wstring& text);
@@ -40,6 +44,8 @@ std::wstring value_At(const std::wstring& path);
 
 // Makes a file with its folders and returns its path; one that is there gets the content behind its own.
 std::wstring make_File(const std::wstring& path, const std::wstring& content = {});
+// Makes a picture of one red dot and returns its path.
+std::wstring make_Picture(const std::wstring& path);
 // Makes an empty drive E.
 void make_DriveE();
 // The lines of a UTF-8 file; none when it is missing.

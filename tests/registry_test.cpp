@@ -22,16 +22,6 @@ bool write(std::wstring path, long number) {
   return regwrite_dw(path, number);
 }
 
-// The script host of a user who may write to the own branch of the registry only.
-Members host_OfPlainUser() {
-  return {{L"RegRead", fails()}, {L"RegWrite", [](const Arguments& arguments) {
-                                    if (!text_Of(arguments.at(0)).starts_with(LR"(HKCU\)"))
-                                      throw HRESULT{E_ACCESSDENIED};
-                                    set_Value(text_Of(arguments.at(0)), text_Of(arguments.at(1)));
-                                    return _variant_t();
-                                  }}};
-}
-
 TEST_F(Registry, DeliversEachTypeInItsForm) {
   using namespace std::string_view_literals;
   const auto large = std::string(20000, 'x') + '\0';
@@ -77,7 +67,6 @@ TEST_F(Registry, RemembersTheLastPathOnlyAndRestsWhileQuiet) {
 }
 
 TEST_F(Registry, ForcedToTheMachineByAFirstReadEvenForAPlainUser) {
-  const Component host(L"WScript.Shell", host_OfPlainUser());
   set_Value(norvak + L"forceHKLM", L" 1 ");
   set_Value(norvak + L"a", L"machine");
   set_Value(users + L"a", L"user");
@@ -86,22 +75,25 @@ TEST_F(Registry, ForcedToTheMachineByAFirstReadEvenForAPlainUser) {
     EXPECT_EQ(path, LR"(HKLM\SOFTWARE\Norvak\a)");
   }
   set_Value(users + LR"(pdf\a)", L"user");
+  become_PlainUser();
   EXPECT_EQ(regread_Text(norvak + LR"(pdf\a)"), L"");
   EXPECT_FALSE(write(norvak + LR"(pdf\a)", L"new"));
 }
 
 TEST_F(Registry, KeepsThePdfBranchOfAPlainUserApart) {
-  const Component host(L"WScript.Shell", host_OfPlainUser());
   for (const auto* name : {LR"(pdf\a)", LR"(pdf\b)", L"c"})
     set_Value(norvak + name, L"machine");
   for (const auto* name : {LR"(pdf\a)", L"c"})
     set_Value(users + name, L"user");
+  become_PlainUser();
   EXPECT_EQ(regread_Text(norvak + LR"(pdf\a)"), L"user");
   EXPECT_EQ(regread_Text(norvak + LR"(pdf\b)"), L"machine");
   EXPECT_EQ(regread_Text(norvak + L"c"), L"machine");
   EXPECT_TRUE(write(norvak + LR"(pdf\b)", L"new"));
   EXPECT_FALSE(write(norvak + L"c", L"new"));
   EXPECT_EQ(regread_Text(norvak + LR"(pdf\b)"), L"new");
+  EXPECT_EQ((Lines{value_At(norvak + LR"(pdf\b)"), value_At(users + LR"(pdf\b)"), value_At(norvak + L"c")}),
+            (Lines{L"machine", L"new", L"machine"}));
 }
 
 TEST_F(Registry, RemembersReadsFromTheSelectionToItsMenuUnlessASettingIsWritten) {

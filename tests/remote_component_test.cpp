@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "launcher/actions.h"
 #include "support/automation.h"
 #include "support/handles.h"
 #include "support/remote_worker.h"
@@ -21,11 +22,13 @@ extern "C" NTSTATUS NTAPI NtResumeProcess(HANDLE);
 namespace {
 
 constexpr const wchar_t *logger = L"logging.logme", *translator = L"NorvakTranslator.Language",
-                        *store = L"NorvakCertInstaller.iCache", *semaphore = L"NorvakInter.SemaPhore";
+                        *store = L"NorvakCertInstaller.iCache", *semaphore = L"NorvakInter.SemaPhore",
+                        *editor = L"norvakpdf.edit", *signer = L"norvakcsp.PKCS7";
 
 void with_Servers(const std::string& option) {
   std::string command = R"(c:\windows\syswow64\regsvr32.exe /s )" + option;
-  for (const auto* dll : {L"logmod", L"NorvakTranslator", L"NorvakCertInstaller", L"NorvakInter"})
+  for (const auto* dll :
+       {L"logmod", L"NorvakTranslator", L"NorvakCertInstaller", L"NorvakInter", L"norvakpdf", L"norvakcsp"})
     command += " " + std::filesystem::path(built_File(LR"(..\i686\suite\)") + dll + L".dll").string();
   EXPECT_EQ(std::system(command.c_str()), 0) << command;
 }
@@ -71,7 +74,7 @@ class Surrogate : public Machine {
  protected:
   void SetUp() override {
     with_Servers("");
-    for (const std::wstring progid : {logger, translator, store, semaphore})
+    for (const std::wstring progid : {logger, translator, store, semaphore, editor, signer})
       set_Value(LR"(HKCR\Wow6432Node\CLSID\)" + value_At(LR"(HKCR\)" + progid + LR"(\CLSID\)") + LR"(\AppID)",
                 m_application);
     set_Value(entry(), L"");
@@ -151,6 +154,70 @@ TEST_F(Surrogate, ThatHangsWhileAnObjectIsMadeOrReleasedCostsOneWait) {
   surrogates(resume);
 }
 
+// It makes the files, and dies while it makes the next one: that is left out, and its process is missing.
+TEST_F(Surrogate, WorksOnFilesAndLeavesNoHalfOneWhenItDies) {
+  install_Suite();
+  const auto picture = make_Picture(test_folder + L"a.bmp"),
+             text = make_File(test_folder + L"b.txt", L"content"), signature = text + L".p7s",
+             envelope = text + L".p7m";
+  const auto run = [](const wchar_t* action, const std::wstring& path) {
+    selection_flags() = flags_Of(L"Image");
+    run_Action(action, entries({path}));
+    return take_Starts();
+  };
+  const auto exists = [](const std::wstring& file) { return std::filesystem::exists(file); };
+  record_Starts();
+  answer_Boxes(GetModuleHandleW(nullptr));
+  EXPECT_EQ(run(L"view", picture), Lines{opening(L"PageKeeper.exe", picture + L".pdf")});
+  for (const auto* action : {L"p7s", L"p7m"})
+    run(action, text);
+  EXPECT_TRUE(exists(signature));
+  std::filesystem::remove(text);
+  run(L"vPKCS7", envelope);
+  EXPECT_EQ(read_Lines(text), Lines{L"content"});
+
+  set_Value(users + LR"(pdf\UniqueContainerName)", std::to_wstring(GetTickCount64()));  // its key takes time
+  std::thread killer([&] {
+    while (exists(signature))
+      Sleep(1);
+    EXPECT_GT(surrogates(kill), 0);
+  });
+  run(L"p7s", text);
+  killer.join();
+  EXPECT_FALSE(exists(signature));
+  run(L"p7m", text);
+  EXPECT_TRUE(exists(envelope)) << "the file of before, which nothing can make anew";
+  std::filesystem::remove(picture + L".pdf");
+  EXPECT_EQ(run(L"view", picture), Lines{opening(L"PageKeeper.exe", picture)});
+  EXPECT_EQ(surrogates(), 0);
+}
+
+// It hangs as soon as it has started.
+TEST_F(Surrogate, ThatHangsLeavesARightClickItsEnglishMenu) {
+  const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf");
+  set_Value(norvak + L"language", L"de");
+  std::thread hanging([] { EXPECT_TRUE(becomes_True([] { return surrogates(suspend) > 0; })); });
+  const Library library;
+  answer_Boxes(library.handle());
+  record_Starts(library.handle());
+  const auto start = GetTickCount64();
+  auto object = library.create();
+  select(object, {pdf});
+  EXPECT_EQ(offered(object, 100),
+            (Lines{L"100 Open with Norvak", L"101 Open with quill!", L"102 Create PDF Signature *",
+                   L"103 Create PKCS7 Signature", L"104 Create PKCS7 Envelope", L"-"}));
+  for (const ULONG_PTR item : {0, 1, 2, 3})
+    invoke(object, item);
+  object.Reset();
+  EXPECT_LT(GetTickCount64() - start, 2 * quick_answer);
+  EXPECT_EQ(take_Starts(), (Lines{opening(L"PageKeeper.exe", pdf), opening(L"quill!.exe", pdf),
+                                  ::quoted(suite + L"NorvakWorkerProcess.exe") + L" signit"}));
+  EXPECT_EQ(library.run("DllCanUnloadNow"), S_FALSE) << "a worker that is held up";
+  hanging.join();
+  EXPECT_EQ(surrogates(resume), 1);
+  EXPECT_TRUE(becomes_True([&] { return library.run("DllCanUnloadNow") == S_OK; }));
+}
+
 // The lock is taken elsewhere, and the component waits three seconds for it.
 TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
   const unique_kernel_handle taken(CreateMutexW(nullptr, TRUE, L"Local\\NorvakInter.SemaPhore"));
@@ -197,15 +264,18 @@ TEST_F(Surrogate, ServesARightClickAndIsLetGo) {
     EXPECT_EQ(library.run("DllCanUnloadNow"), S_OK);
     surrogates(kill);  // those of the emulation end late and serve nobody meanwhile
   };
-  Holdings of_Emulation;
-  of_Emulation.Counts[Holdings::KernelHandles] = 3 * 4;  // of each process that it has reached
-  bool leaves_Nothing = false;
-  for (int round = 0; round < 4; ++round) {
+  right_Click(true);
+  // What each next one leaves besides what is planted for it: of the emulation's, for each process reached.
+  const std::pair<void (*)(), std::array<long, Holdings::Kinds>> rows[] = {
+      {[] {}, {3 * 4}},
+      {[] { CreateEventW(nullptr, FALSE, FALSE, nullptr); }, {3 * 4 + 1}},
+      {[] { HeapAlloc(GetProcessHeap(), 0, 1); }, {3 * 4, 0, 0, 1, 1}}};
+  for (const auto& [leak, grown] : rows) {
     const auto before = count_Holdings();
-    right_Click(round == 0);
-    leaves_Nothing |= count_Holdings() - before == of_Emulation;
+    right_Click(false);
+    leak();
+    EXPECT_EQ(count_Holdings() - before, Holdings{grown});
   }
-  EXPECT_TRUE(leaves_Nothing);
   EXPECT_EQ(GetModuleHandleW(L"NorvakContextMenu.dll"), nullptr);
   EXPECT_GT(read_Lines(suite + L"pdf.log").size(), 10u);
   EXPECT_TRUE(becomes_True([] { return read_Lines(test_folder + L"signed.log").size() == 1; }))

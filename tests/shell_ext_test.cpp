@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <span>
 #include <thread>
 
 #include "shellext/interface_redirection.h"
 #include "support/automation.h"
+#include "support/module.h"
 #include "support/text.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
@@ -258,7 +260,8 @@ TEST_F(ShellExtTest, AnswersForTheIdentifierInTheFormAskedFor) {
 
 TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
   const Log log;
-  const auto suite = install_Suite();
+  install_Suite();
+  record_Starts(m_library.handle());
   const auto object = m_library.create();
   select(object, Lines{m_pdf});
   offered(object, 7);
@@ -268,39 +271,38 @@ TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
                                                           {at(0xFFF), nullptr},  {at(0xF0000000), nullptr},
                                                           {"view", "c:\\there"}, {at(~ULONG_PTR{0}), nullptr},
                                                           {at(0x1000), nullptr}};
-  const auto boxes = boxes_During([&] {
-    for (const auto& [verb, folder] : commands) {
-      invoke(object, verb, folder);
-    }
-    EXPECT_EQ(object->InvokeCommand(nullptr), S_OK);
-  });
-  auto messages = log.messages();
-  std::erase_if(messages, [](const auto& line) {
-    return !line.starts_with(L"ActionString") && !line.starts_with(L"InvokeCommand");
-  });
   Lines expected{L"ActionString: view",   L"ActionString: quill!",    L"InvokeCommand:  c:\\here",
                  L"ActionString: quill!", L"ActionString: ",          L"ActionString: ",
                  L"ActionString: ",       L"InvokeCommand: c:\\there"};
   if (sizeof(void*) == 8)  // where the four high bits of 32 are those of an address
     expected.erase(expected.begin() + 4);
-  EXPECT_EQ(messages, expected);
-  EXPECT_EQ(boxes, Lines(3, L"Configuration Problem: No Signature Certificate Configured"));
-  const auto start = [&](const std::wstring& program) {
-    return program + L"\t" + ::quoted(suite + program) + L" " + ::quoted(m_pdf);
-  };
-  auto starts = recorded_Starts(3);
-  std::ranges::sort(starts);
-  EXPECT_EQ(starts, (Lines{start(L"PageKeeper.exe"), start(L"quill!.exe"), start(L"quill!.exe")}));
+  const auto quill = opening(L"quill!.exe", m_pdf);
+  for (const auto size : {DWORD{sizeof(CMINVOKECOMMANDINFO)}, DWORD{sizeof(CMINVOKECOMMANDINFOEX)}}) {
+    forget_Calls();
+    const auto boxes = boxes_During([&] {
+      for (const auto& [verb, folder] : commands)
+        invoke(object, verb, folder, size);
+      EXPECT_EQ(object->InvokeCommand(nullptr), S_OK);
+    });
+    auto messages = log.messages();
+    std::erase_if(messages, [](const auto& line) {
+      return !line.starts_with(L"ActionString") && !line.starts_with(L"InvokeCommand");
+    });
+    EXPECT_EQ(messages, expected) << size;
+    EXPECT_EQ(boxes, Lines(3, L"Configuration Problem: No Signature Certificate Configured"));
+    EXPECT_EQ(take_Starts(), (Lines{opening(L"PageKeeper.exe", m_pdf), quill, quill}));
+  }
 }
 
 // The table of actions belongs to all objects: Explorer may report a pick to another one than filled the
 // menu.
 TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
   const Log log;
-  const auto suite = install_Suite();
+  install_Suite();
+  record_Starts(m_library.handle());
   const auto first = m_library.create();
   auto second = m_library.create();
-  // What it finds to do for the first item, and how often the viewer has been started by then.
+  // What it finds to do for the first item, and how often it starts the viewer for that.
   const auto expect_Picked = [&](const ComPtr<IContextMenu>& object, const std::wstring& action,
                                  std::size_t starts) {
     boxes_During([&] { invoke(object, nullptr); });
@@ -308,21 +310,21 @@ TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
     std::erase_if(messages, [](const auto& line) { return !line.starts_with(L"ActionString: "); });
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages.back(), L"ActionString: " + action);
-    EXPECT_EQ(recorded_Starts(starts).size(), starts);
+    EXPECT_EQ(take_Starts().size(), starts);
   };
   select(first, Lines{m_pdf});
   const auto menu = offered(first);
   expect_Picked(second, L"view", 0);  // it has no files
   expect_Picked(first, L"view", 1);
   select(second, Lines{m_note});
-  expect_Picked(first, L"", 1);
+  expect_Picked(first, L"", 0);
   offered(second);
-  expect_Picked(first, L"p7s", 1);
+  expect_Picked(first, L"p7s", 0);
   second.Reset();
-  expect_Picked(first, L"", 1);
+  expect_Picked(first, L"", 0);
   select(first, Lines{m_pdf});
   EXPECT_EQ(offered(first), menu);
-  expect_Picked(first, L"view", 2);
+  expect_Picked(first, L"view", 1);
 }
 
 TEST_F(ShellExtTest, EnsuresItsCertificateCacheAtEveryStep) {
@@ -382,6 +384,83 @@ TEST_F(ShellExtTest, FillsAMenuThatHasItemsAlreadyAndSurvivesOneThatIsNone) {
   EXPECT_EQ(object->QueryContextMenu(nullptr, 0, 1, 99, CMF_NORMAL), 5);
   EXPECT_EQ(object->QueryContextMenu(destroyed, ~0u, 0xFFFFFFF0, 0, CMF_NORMAL), 5);
   EXPECT_EQ(offered(object).size(), 6u);
+}
+
+// The user's own folder of the suite takes the place of the machine's; the second one is the machine's.
+TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
+  const auto suite = install_Suite(), second = test_folder + LR"(second\)";
+  set_Value(users + LR"(pdf\path)", suite);
+  set_Value(norvak + LR"(pdf\path)", LR"(c:\nowhere)");
+  set_Value(norvak + LR"(pdf\INSTALLDIR)", second);
+  std::filesystem::create_directories(second);
+  std::filesystem::rename(suite + L"quill!.exe", second + L"quill!.exe");
+  record_Starts(m_library.handle());
+  answer_Boxes(m_library.handle());
+  become_PlainUser();
+  const auto object = m_library.create();
+  select(object, Lines{m_pdf});
+  EXPECT_EQ(offered(object, 100).size(), 6u);
+  for (const ULONG_PTR item : {0, 1})
+    invoke(object, item);
+  EXPECT_EQ(take_Starts(), (Lines{opening(L"PageKeeper.exe", m_pdf),
+                                  ::quoted(second + L"quill!.exe") + L" " + ::quoted(m_pdf)}));
+}
+
+// The calls of the registry and of the file system, which are nearly all that a right-click costs.
+long machine_calls = 0;
+
+template <auto function>
+struct Counted;
+template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...)>
+struct Counted<function> {
+  static Result WINAPI call(Arguments... arguments) {
+    ++machine_calls;
+    return function(arguments...);
+  }
+};
+template <auto function>
+void* counted() {
+  return reinterpret_cast<void*>(&Counted<function>::call);
+}
+
+TEST_F(ShellExtTest, AsksTheMachineNoMoreThanARightClickNeeds) {
+  for (const auto& [name, counting] : {std::pair("RegOpenKeyExA", counted<RegOpenKeyExA>()),
+                                       {"RegOpenKeyExW", counted<RegOpenKeyExW>()},
+                                       {"RegQueryValueExA", counted<RegQueryValueExA>()},
+                                       {"RegQueryValueExW", counted<RegQueryValueExW>()},
+                                       {"CLSIDFromProgID", counted<CLSIDFromProgID>()},
+                                       {"GetFileAttributesW", counted<GetFileAttributesW>()},
+                                       {"GetShortPathNameA", counted<GetShortPathNameA>()},
+                                       {"CreateFileW", counted<CreateFileW>()},
+                                       {"GetPrivateProfileStringW", counted<GetPrivateProfileStringW>()}})
+    EXPECT_TRUE(patch_Import(name, counting, m_library.handle())) << name;
+  install_Suite();
+  Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
+  std::filesystem::create_directories(folders[0]);
+  folders[0] = m_pdf;
+  for (const auto& [paths, limit] : {std::pair(Lines{m_pdf}, is_SuitesBitness ? 46 : 52),
+                                     {Lines{m_pdf}, 9},
+                                     {Lines(1000, m_pdf), 9},
+                                     {folders, 1009}}) {
+    machine_calls = 0;
+    const auto object = m_library.create();
+    select(object, paths);
+    EXPECT_EQ(offered(object).size(), 6u);
+    EXPECT_LE(machine_calls, limit) << paths.size();
+  }
+}
+
+TEST_F(ShellExtTest, FreesADropListThatItIsGiven) {
+  const auto object = m_library.create();
+  const HGLOBAL block = make_Block(drop_List({test_folder}));
+  Selection given([block](STGMEDIUM& medium) {
+    medium.tymed = TYMED_HGLOBAL;
+    medium.hGlobal = block;
+    return S_OK;
+  });
+  select(object, &given);
+  EXPECT_EQ(GlobalFlags(block), UINT{GMEM_INVALID_HANDLE});
+  EXPECT_EQ(offered(object), folder_menu);
 }
 
 }  // namespace
