@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -95,7 +94,8 @@ void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds,
     }
     case 3: {
       const auto edge = static_cast<std::uint32_t>((1ULL << below(33)) - below(3));
-      std::memcpy(bytes.data() + at, &edge, std::min(sizeof edge, bytes.size() - at));
+      std::copy_n(reinterpret_cast<const std::uint8_t*>(&edge), std::min(sizeof edge, bytes.size() - at),
+                  first);
       break;
     }
     default: {

@@ -1,7 +1,5 @@
 // What the extension must not take from where a user works, and what it must not change for the process that
 // it lives in.
-#include <process.h>
-
 #include <cfloat>
 #include <clocale>
 #include <filesystem>
@@ -66,7 +64,8 @@ void Decoys::SetUp() {
     for (const auto& name : names) {
       const auto decoy = fs::path(folder) / name;
       fs::create_directories(decoy.parent_path());
-      fs::copy_file(built_File(L"decoy.dll"), decoy, fs::copy_options::overwrite_existing);
+      fs::copy_file(built_File(name.ends_with("dll") ? L"decoy.dll" : LR"(suite\PageKeeper.exe)"), decoy,
+                    fs::copy_options::overwrite_existing);
     }
   fs::current_path(current);
   for (const auto* setting : all_settings)
@@ -110,7 +109,12 @@ TEST_P(Decoys, AreNeitherLoadedNorStarted) {
   }
   EXPECT_EQ(take_Starts(), Lines());
   EXPECT_EQ(processes_Of(job.get()), 1u) << "this process has started others";
-  _wspawnl(_P_NOWAIT, (current + L"quill!.exe").c_str(), L"quill!", nullptr);
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION started{};
+  EXPECT_TRUE(CreateProcessW((current + L"quill!.exe").c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr,
+                             nullptr, &startup, &started));
+  const unique_kernel_handle process(started.hProcess), thread(started.hThread);
   EXPECT_EQ(processes_Of(job.get()), 2u);
   FreeLibrary(LoadLibraryW((selected + L"norvakpdf.dll").c_str()));
   const auto recorded = recorded_Starts(2);
