@@ -122,9 +122,10 @@ DWORD WINAPI run_Worker(void* argument) {
 SharedWorker start_Worker() {
   auto worker = std::make_shared<Worker>();
   auto argument = std::make_unique<SharedWorker>(worker);
-  HMODULE module = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(get_Module()),
-                     &module);
+  HMODULE module = nullptr;  // a thread without a reference of its own would give back somebody else's
+  if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                         reinterpret_cast<const wchar_t*>(get_Module()), &module) == FALSE)
+    throw std::bad_alloc();
   ++worker_state.Threads;
   worker->Thread.reset(worker->Done ? CreateThread(nullptr, 0, run_Worker, argument.get(), 0, nullptr)
                                     : nullptr);
