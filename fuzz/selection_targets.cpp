@@ -61,21 +61,13 @@ void drop_list(Input input) {
   GlobalFree(global);
 }
 
-int started_Programs = 0;
-
-BOOL WINAPI start_Nothing(LPCSTR, LPSTR, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID,
-                          LPCSTR, LPSTARTUPINFOA, LPPROCESS_INFORMATION) {
-  ++started_Programs;
-  return FALSE;
-}
-
 struct MenuMachine : CleanMachine {
   MenuMachine() {
     install_Suite();
     set_Value(multi_signer.Path, L"1");
     for (const auto* file : {L"a.pdf", L"b.txt", L"c.p7m", L"d.lnk", LR"(folder\e.jpg)"})
       make_File(test_folder + file);
-    patch_Import("CreateProcessA", reinterpret_cast<void*>(start_Nothing));
+    record_Starts();
   }
 };
 
@@ -165,7 +157,7 @@ void pick(IContextMenu* object, const Offer& offer, Input& input) {
   command.lpVerb = reinterpret_cast<const char*>(static_cast<ULONG_PTR>(verb));
   command.nShow = input.take<int>();
   require(object->InvokeCommand(&command) == S_OK, "it always succeeds");
-  require(started_Programs == 0, "nothing starts for what is no item");
+  require(take_Starts().empty(), "nothing starts for what is no item");
 }
 
 // Returns what is offered for the files.

@@ -21,16 +21,6 @@ Entry entry_Of(HMODULE module, const char* name) {
 
 Lines starts;
 
-BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
-                         DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
-  starts.push_back(from_Ansi(program == nullptr ? "" : program + std::string("\t")) + from_Ansi(command));
-  if (is_ToFail())
-    return FALSE;
-  *started = {CreateEventW(nullptr, FALSE, FALSE, nullptr), CreateEventW(nullptr, FALSE, FALSE, nullptr), 1,
-              1};
-  return TRUE;
-}
-
 }  // namespace
 
 std::wstring built_File(const std::wstring& name) {
@@ -173,6 +163,14 @@ Lines recorded_Starts(std::size_t count) {
   for (int waits = 0; waits < patience && read_Lines(record_file).size() < count; ++waits)
     Sleep(10);
   return read_Lines(record_file);
+}
+
+BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
+                         DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
+  starts.push_back(from_Ansi(program == nullptr ? "" : program + std::string("\t")) + from_Ansi(command));
+  *started = {CreateEventW(nullptr, FALSE, FALSE, nullptr), CreateEventW(nullptr, FALSE, FALSE, nullptr), 1,
+              1};
+  return TRUE;
 }
 
 void record_Starts(HMODULE module) {

@@ -50,21 +50,6 @@ struct Failing<function, stand_in, failure, is_memory> {
   }
 };
 
-long starts = 0;
-
-// Hands out two handles as the platform does; starting all the programs would take hours.
-BOOL WINAPI pretend_Start(const char*, char*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
-                          const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
-  *started = {CreateEventW(nullptr, FALSE, FALSE, nullptr), CreateEventW(nullptr, FALSE, FALSE, nullptr), 1,
-              1};
-  ++starts;
-  return TRUE;
-}
-
-int WINAPI confirm(HWND, const wchar_t*, const wchar_t*, UINT) {
-  return IDOK;
-}
-
 // No process serves a class; the system's own, which would look for it, is not started.
 HRESULT WINAPI get_Class(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** factory) {
   return context == CLSCTX_INPROC_SERVER ? CoGetClassObject(clsid, context, server, iid, factory)
@@ -135,7 +120,13 @@ const std::vector<Fault> groups[] = {
 #endif
     {fault<CoGetClassObject, E_OUTOFMEMORY, false, get_Class>(),
      fault<CoCreateInstance, E_OUTOFMEMORY, false, make_Object>(),
-     fault<CreateProcessA, 0, false, pretend_Start>(), fault<MessageBoxW, 0, false, confirm>()}};
+     fault<CreateProcessA, 0, false, record_Start>(), fault<MessageBoxW, 0, false, confirm_Box>()}};
+
+void patch_All(const Library& library) {
+  for (const auto& group : groups)
+    for (const auto& row : group)
+      patch_Import(row.Name, row.Replacement, library.handle());
+}
 
 // The share of the calls and, of it, that of a lasting fault; and how many calls have their turn in a
 // process, where the runtime of each load uses up a thread-local index.
@@ -242,9 +233,7 @@ constexpr long without_click = -1;
 bool Faults::fail_AndRecover(long number, bool lasts) const {
   SCOPED_TRACE(number);
   const Library library;
-  for (const auto& group : groups)
-    for (const auto& row : group)
-      patch_Import(row.Name, row.Replacement, library.handle());
+  patch_All(library);
   // What the compiler's runtime keeps of the first exception of a load, it keeps of each.
   fail_Call(1);
   EXPECT_EQ(library.run("DllRegisterServer"), E_OUTOFMEMORY);
@@ -256,11 +245,12 @@ bool Faults::fail_AndRecover(long number, bool lasts) const {
   fail_Call(number, lasts);
   right_Click(library, lasts ? std::ssize(m_click.Items) : 1);
   const bool has_failed = fail_Call(0);
-  starts = 0;
+  take_Starts();
   const auto items = right_Click(library);
+  const auto started = std::ssize(take_Starts());
   if (!m_click.MayHide || items.size() == m_click.Items.size()) {
     EXPECT_EQ(items, m_click.Items);
-    EXPECT_EQ(starts, m_click.Starts);
+    EXPECT_EQ(started, m_click.Starts);
   } else {  // a feature is asked for once, so it stays hidden where the fault hid it
     EXPECT_EQ(items.size() + 1, m_click.Items.size());
   }
@@ -317,9 +307,39 @@ TEST_P(Faults, OfEachCallLeaveTheNextRightClickWhole) {
 INSTANTIATE_TEST_SUITE_P(, Faults, testing::ValuesIn(kinds),
                          [](const auto& row) { return std::string(row.param); });
 
-#ifdef NDEBUG  // the flavours that are delivered
 class FaultList : public Faults {};
 
+// Nearly all that a right-click costs are the calls of the registry and of the file system.
+TEST_F(FaultList, SeesARightClickAskTheMachineNoMoreThanItNeeds) {
+  set_Value(norvak + L"MultiSignator", L"1");
+  install_Suite();
+  const Library library;
+  patch_All(library);
+  const auto pdf = make_File(test_folder + L"a.pdf");
+  Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
+  std::filesystem::create_directories(folders[0]);
+  folders[0] = pdf;
+  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 44 : 50),
+                                     {Lines{pdf}, 7},
+                                     {Lines(1000, pdf), 3},
+                                     {folders, 1002}}) {
+    std::atomic<long>* const counts[] = {&calls_Of<RegOpenKeyExA>,     &calls_Of<RegQueryValueExA>,
+                                         &calls_Of<CLSIDFromProgID>,   &calls_Of<GetFileAttributesW>,
+                                         &calls_Of<GetShortPathNameA>, &calls_Of<CreateFileW>,
+                                         &calls_Of<RegOpenKeyExW>};
+    for (auto* count : counts)
+      *count = 0;
+    const auto object = library.create();
+    select(object, paths);
+    EXPECT_EQ(offered(object).size(), 6u);
+    long calls = 0;
+    for (const auto* count : counts)
+      calls += *count;
+    EXPECT_LE(calls, limit) << paths.size();
+  }
+}
+
+#ifdef NDEBUG  // the flavours that are delivered
 // A name in both lists is that of a function that only a fault has called.
 TEST_F(FaultList, AndThatOfOtherImportsHaveEveryImport) {
   using Names = std::set<std::string>;

@@ -95,6 +95,7 @@ class IniMode : public Machine {
 };
 
 TEST_F(IniMode, ReadsTheUsersFileThenTheCommonOnesThenTheRegistry) {
+  const Log log;
   for (const auto* name : {L"a", L"b", L"c", L"d", L"utest"})
     set_Value(norvak + name, L"registry");
   make_File(users_file, L"utest=user\r\n");
@@ -103,6 +104,8 @@ TEST_F(IniMode, ReadsTheUsersFileThenTheCommonOnesThenTheRegistry) {
                                                             {L"utest", L"registry"}, {L"missing", L""}};
   for (const auto& [name, value] : rows)
     EXPECT_EQ(regread_Text(norvak + name), value) << to_Ansi(name);
+  const std::wstring begin = L"entering replace_in_inipath", end = L"finished replace_in_inipath";
+  EXPECT_EQ(log.messages(), (Lines{begin, end, begin, end, begin, end}));
 }
 
 TEST_F(IniMode, IsOffForANought) {

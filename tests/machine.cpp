@@ -49,10 +49,6 @@ void CALLBACK answer_Box(HWND, UINT, UINT_PTR, DWORD) {
   SendMessageW(box, WM_COMMAND, IDOK, 0);
 }
 
-int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
-  return IDOK;
-}
-
 }  // namespace
 
 Machine::Machine() {
@@ -116,8 +112,9 @@ std::wstring value_At(const std::wstring& path) {
   if (RegGetValueA(place.Root, place.Key.c_str(), place.Name.c_str(), RRF_RT_ANY, &type, bytes.data(),
                    &size) != ERROR_SUCCESS)
     return L"(none)";
-  return type == REG_DWORD ? L"dword:" + std::to_wstring(*reinterpret_cast<const DWORD*>(bytes.data()))
-                           : from_Ansi(bytes.data());
+  return type == REG_DWORD && size == sizeof(DWORD)
+             ? L"dword:" + std::to_wstring(*reinterpret_cast<const DWORD*>(bytes.data()))
+             : from_Ansi(bytes.data());
 }
 
 std::wstring make_File(const std::wstring& path, const std::wstring& content) {
@@ -184,6 +181,10 @@ bool patch_Import(std::string_view function, void* replacement, HMODULE module) 
     address = reinterpret_cast<ULONG_PTR>(replacement);
   }
   return first != last;
+}
+
+int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT) {
+  return IDOK;
 }
 
 void answer_Boxes(HMODULE module) {

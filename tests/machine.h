@@ -59,6 +59,7 @@ Imports imports_Of(HMODULE module);
 bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
 
 // Answers a module's message boxes without showing them.
+int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT);
 void answer_Boxes(HMODULE module);
 
 // The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image

@@ -113,7 +113,9 @@ TEST_F(Surrogate, OfNoEntryIsAMissingComponent) {
   EXPECT_TRUE(create_Object(logger)) << "what was not there may come";
 }
 
-TEST_F(Surrogate, ThatDiesIsMissingFromThenOn) {
+TEST_F(Surrogate, ThatDiesWithAnObjectIsMissingFromThenOn) {
+  EXPECT_TRUE(create_Object(store));
+  EXPECT_EQ(surrogates(kill), 1);
   const auto object = create_Object(translator);
   const auto translates = [&] { return call_Member(object.Get(), L"translateit", {L"a text"}).has_value(); };
   EXPECT_TRUE(translates() && call_Member(object.Get(), L"info"));
@@ -121,12 +123,6 @@ TEST_F(Surrogate, ThatDiesIsMissingFromThenOn) {
   EXPECT_FALSE(translates() || call_Member(object.Get(), L"info"));
   EXPECT_FALSE(create_Object(store));
   EXPECT_EQ(surrogates(), 0);
-}
-
-TEST_F(Surrogate, ThatEndsWithoutAnObjectIsStartedAnew) {
-  EXPECT_TRUE(create_Object(store));
-  EXPECT_EQ(surrogates(kill), 1);
-  EXPECT_TRUE(create_Object(store));
 }
 
 TEST_F(Surrogate, ThatHangsCostsOneWait) {

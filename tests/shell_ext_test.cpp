@@ -406,50 +406,6 @@ TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
                                   ::quoted(second + L"quill!.exe") + L" " + ::quoted(m_pdf)}));
 }
 
-// The calls of the registry and of the file system, which are nearly all that a right-click costs.
-long machine_calls = 0;
-
-template <auto function>
-struct Counted;
-template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...)>
-struct Counted<function> {
-  static Result WINAPI call(Arguments... arguments) {
-    ++machine_calls;
-    return function(arguments...);
-  }
-};
-template <auto function>
-void* counted() {
-  return reinterpret_cast<void*>(&Counted<function>::call);
-}
-
-TEST_F(ShellExtTest, AsksTheMachineNoMoreThanARightClickNeeds) {
-  for (const auto& [name, counting] : {std::pair("RegOpenKeyExA", counted<RegOpenKeyExA>()),
-                                       {"RegOpenKeyExW", counted<RegOpenKeyExW>()},
-                                       {"RegQueryValueExA", counted<RegQueryValueExA>()},
-                                       {"RegQueryValueExW", counted<RegQueryValueExW>()},
-                                       {"CLSIDFromProgID", counted<CLSIDFromProgID>()},
-                                       {"GetFileAttributesW", counted<GetFileAttributesW>()},
-                                       {"GetShortPathNameA", counted<GetShortPathNameA>()},
-                                       {"CreateFileW", counted<CreateFileW>()},
-                                       {"GetPrivateProfileStringW", counted<GetPrivateProfileStringW>()}})
-    EXPECT_TRUE(patch_Import(name, counting, m_library.handle())) << name;
-  install_Suite();
-  Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
-  std::filesystem::create_directories(folders[0]);
-  folders[0] = m_pdf;
-  for (const auto& [paths, limit] : {std::pair(Lines{m_pdf}, is_SuitesBitness ? 46 : 52),
-                                     {Lines{m_pdf}, 9},
-                                     {Lines(1000, m_pdf), 9},
-                                     {folders, 1009}}) {
-    machine_calls = 0;
-    const auto object = m_library.create();
-    select(object, paths);
-    EXPECT_EQ(offered(object).size(), 6u);
-    EXPECT_LE(machine_calls, limit) << paths.size();
-  }
-}
-
 TEST_F(ShellExtTest, FreesADropListThatItIsGiven) {
   const auto object = m_library.create();
   const HGLOBAL block = make_Block(drop_List({test_folder}));
