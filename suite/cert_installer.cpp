@@ -87,7 +87,8 @@ std::vector<Member> create_store_members() {
 
 }  // namespace
 
-const Component component = {
+const Component value_store_component = {
+    L"NorvakCertInstaller",
     L"NorvakCertInstaller.iCache",
     {0xeef5b38b, 0x34b9, 0x4a50, {0x88, 0xd3, 0xca, 0xf1, 0x45, 0x7e, 0xc9, 0x99}},
     create_store_members,

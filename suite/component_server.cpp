@@ -57,9 +57,22 @@ std::vector<_variant_t> collect_arguments(const DISPPARAMS& parameters) {
   return arguments;
 }
 
-class AutomationObject final : public ComObject<IDispatch> {
+// One DLL serves under every name, because it goes by the name of its own file. Throws for a name that is
+// none of theirs.
+const Component& component() {
+  const std::wstring name = find_module_file().stem();
+  for (const Component* candidate : {&log_component, &pdf_editor_component, &semaphore_component,
+                                     &signer_component, &translator_component, &value_store_component}) {
+    if (are_equal_names(candidate->FileName, name.c_str())) {
+      return *candidate;
+    }
+  }
+  throw _com_error(CLASS_E_CLASSNOTAVAILABLE);
+}
+
+class ComponentObject final : public ComObject<IDispatch> {
  public:
-  AutomationObject() : m_members(component.create_Members()) {}
+  ComponentObject() : m_members(component().create_Members()) {}
 
   STDMETHODIMP GetTypeInfoCount(UINT* count) override {
     if (count == nullptr) {
@@ -124,13 +137,13 @@ class AutomationObject final : public ComObject<IDispatch> {
   }
 
   // Callers that cannot take the details get the code itself.
-  static HRESULT report_failure(HRESULT code, EXCEPINFO* exception) noexcept {
+  static HRESULT report_failure(HRESULT code, EXCEPINFO* exception) {
     if (exception == nullptr) {
       return code;
     }
     *exception = EXCEPINFO{};
     exception->scode = code;
-    exception->bstrSource = SysAllocString(component.ProgId);
+    exception->bstrSource = SysAllocString(component().ProgId);
     return DISP_E_EXCEPTION;
   }
 
@@ -149,7 +162,7 @@ class ClassFactory final : public ComObject<IClassFactory> {
       return CLASS_E_NOAGGREGATION;
     }
     return run_guarded([&] {
-      const Microsoft::WRL::ComPtr<IDispatch> created(new AutomationObject());
+      const Microsoft::WRL::ComPtr<IDispatch> created(new ComponentObject());
       return created->QueryInterface(iid, object);
     });
   }
@@ -173,7 +186,7 @@ constexpr const wchar_t* classes_root = L"Software\\Classes\\";
 
 std::wstring compose_class_key() {
   std::array<wchar_t, 39> text{};  // a class identifier in braces and its NUL
-  StringFromGUID2(component.ClassId, text.data(), static_cast<int>(text.size()));
+  StringFromGUID2(component().ClassId, text.data(), static_cast<int>(text.size()));
   return L"CLSID\\" + std::wstring(text.data());
 }
 
@@ -182,18 +195,18 @@ std::vector<RegistrationRow> compose_registration() {
   const std::wstring server_key = class_key + L"\\InprocServer32";
   const std::wstring class_id = class_key.substr(class_key.find(L'{'));
   return {
-      {class_key, nullptr, component.ProgId},
-      {class_key + L"\\ProgID", nullptr, component.ProgId},
+      {class_key, nullptr, component().ProgId},
+      {class_key + L"\\ProgID", nullptr, component().ProgId},
       {server_key, nullptr, find_module_file().wstring()},
       {server_key, L"ThreadingModel", L"Apartment"},
-      {component.ProgId, nullptr, component.ProgId},
-      {component.ProgId + std::wstring(L"\\CLSID"), nullptr, class_id},
+      {component().ProgId, nullptr, component().ProgId},
+      {component().ProgId + std::wstring(L"\\CLSID"), nullptr, class_id},
   };
 }
 
 HRESULT remove_registration() {
   HRESULT result = S_OK;
-  for (const std::wstring& key : {std::wstring(component.ProgId), compose_class_key()}) {
+  for (const std::wstring& key : {std::wstring(component().ProgId), compose_class_key()}) {
     const LSTATUS code = RegDeleteTreeW(HKEY_LOCAL_MACHINE, (classes_root + key).c_str());
     if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
       result = HRESULT_FROM_WIN32(static_cast<DWORD>(code));
@@ -259,10 +272,10 @@ STDAPI DllGetClassObject(REFCLSID class_id, REFIID iid, void** object) {
     return E_POINTER;
   }
   *object = nullptr;
-  if (class_id != suite::component.ClassId) {
-    return CLASS_E_CLASSNOTAVAILABLE;
-  }
   return suite::run_guarded([&] {
+    if (class_id != suite::component().ClassId) {
+      return CLASS_E_CLASSNOTAVAILABLE;
+    }
     const Microsoft::WRL::ComPtr<IClassFactory> factory(new suite::ClassFactory());
     return factory->QueryInterface(iid, object);
   });

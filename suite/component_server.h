@@ -32,13 +32,17 @@ struct Member {
 /// A component. `create_Members` is called for each new object; what its functions capture is the object's
 /// own state and ends with it.
 struct Component {
+  const wchar_t* FileName;  // of the DLL, without its ending
   const wchar_t* ProgId;
   CLSID ClassId;
   std::vector<Member> (*create_Members)();
 };
 
-/// Defined once in each component's own file.
-extern const Component component;  // NOLINT(bugprone-dynamic-static-initializers): declared here only
+/// Each is defined in a file of its own.
+// NOLINTBEGIN(bugprone-dynamic-static-initializers): declared here only
+extern const Component log_component, pdf_editor_component, semaphore_component, signer_component,
+    translator_component, value_store_component;
+// NOLINTEND(bugprone-dynamic-static-initializers)
 
 /// The full path of the component's DLL.
 std::filesystem::path find_module_file();

@@ -9,7 +9,7 @@ namespace {
 
 // Explorer waits here on the thread that owns the menu. A holder that takes longer is stuck, and passing it
 // by costs at worst one value; waiting for it would cost the desktop.
-constexpr DWORD longest_wait_milliseconds = 3000;
+constexpr DWORD longest_lock_milliseconds = 3000;
 
 // A share in the lock. The lock belongs to a thread, so that nested holds of one thread never wait; the
 // apartment model sees to it that an object ends on the thread that it was called on.
@@ -29,7 +29,7 @@ class SharedLock {
     if (!m_mutex) {
       m_mutex.reset(CreateMutexW(nullptr, FALSE, L"Local\\NorvakInter.SemaPhore"));
     }
-    const DWORD waited = WaitForSingleObject(m_mutex.get(), longest_wait_milliseconds);
+    const DWORD waited = WaitForSingleObject(m_mutex.get(), longest_lock_milliseconds);
     // A holder that died without letting go leaves the lock to the next one.
     const bool taken = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
     m_holds += taken ? 1 : 0;
@@ -52,7 +52,8 @@ std::vector<Member> create_lock_members() {
 
 }  // namespace
 
-const Component component = {
+const Component semaphore_component = {
+    L"NorvakInter",
     L"NorvakInter.SemaPhore",
     {0x6403df2d, 0x5d83, 0x4677, {0x90, 0x45, 0x00, 0x6b, 0x29, 0x2e, 0x15, 0xd6}},
     create_lock_members,

@@ -30,7 +30,8 @@ std::vector<Member> create_log_members() {
 
 }  // namespace
 
-const Component component = {
+const Component log_component = {
+    L"logmod",
     L"logging.logme",
     {0x0ebe81ba, 0x307a, 0x4ee2, {0xbf, 0x4f, 0x59, 0x7c, 0x8a, 0xf7, 0xc2, 0xd5}},
     create_log_members,

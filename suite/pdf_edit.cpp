@@ -176,7 +176,8 @@ std::vector<Member> create_pdf_members() {
 
 }  // namespace
 
-const Component component = {
+const Component pdf_editor_component = {
+    L"norvakpdf",
     L"norvakpdf.edit",
     {0x6b3812e1, 0x65d1, 0x4bf4, {0xa8, 0x07, 0x6a, 0xf6, 0xef, 0xc0, 0xe3, 0x6c}},
     create_pdf_members,

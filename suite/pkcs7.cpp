@@ -220,7 +220,8 @@ std::vector<Member> create_signature_members() {
 
 }  // namespace
 
-const Component component = {
+const Component signer_component = {
+    L"norvakcsp",
     L"norvakcsp.PKCS7",
     {0x670ef5e9, 0x4292, 0x4e9b, {0xa8, 0x55, 0x7c, 0x99, 0xc4, 0x00, 0x75, 0xe2}},
     create_signature_members,

@@ -72,7 +72,8 @@ std::vector<Member> create_translator_members() {
 
 }  // namespace
 
-const Component component = {
+const Component translator_component = {
+    L"NorvakTranslator",
     L"NorvakTranslator.Language",
     {0x3b9b1a07, 0xd599, 0x43a6, {0x98, 0xd9, 0xde, 0xe6, 0x7a, 0xcd, 0xba, 0xac}},
     create_translator_members,
