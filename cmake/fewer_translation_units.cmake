@@ -9,12 +9,8 @@ set(platform_headers
   <variant> <vector>)
 
 # read_headers_once(TARGET [OWNER]): the target has the platform's headers precompiled for itself, or takes those of
-# the owner. What is not delivered is compiled as one file instead.
+# the owner. What is not delivered is compiled as one file besides.
 function(read_headers_once target)
-  if(NOT CMAKE_BUILD_TYPE STREQUAL Release)
-    compile_together(${target} 0)
-    return()
-  endif()
   if(ARGC EQUAL 1)
     target_precompile_headers(${target} PRIVATE ${platform_headers})
   else()
@@ -23,6 +19,9 @@ function(read_headers_once target)
   # The compiler no longer sees that these headers are the platform's, and tells of their inline copies what it keeps to
   # itself elsewhere: that they would be wrong if they could run.
   target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL Release)
+    compile_together(${target} 0)
+  endif()
 endfunction()
 
 # compile_together(TARGET COUNT): so many of its sources are one translation unit, all of them for 0. A local may have
