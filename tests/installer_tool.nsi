@@ -1,5 +1,6 @@
 ; Makes for scripts/test-installer what Wine's own programs cannot. The environment names the TASK and its ARGUMENT:
 ;   volatile KEY            a key below HKLM, in the 64-bit view, that holds no lasting subkeys
+;   save FOLDER             writes the two roots of the registry into files below it, by their names
 ;   unprivileged COMMAND    runs a program without the rights of an administrator, and ends with its status
 Unicode true
 RequestExecutionLevel user
@@ -12,6 +13,11 @@ Section
   ReadEnvStr $2 TASK
   ${If} $2 == volatile
     System::Call 'advapi32::RegCreateKeyExW(i 0x80000002, t r1, i 0, p 0, i 1, i 0x20119, p 0, *p, p 0) i .r0'
+  ${ElseIf} $2 == save
+    System::Call 'ntdll::RtlAdjustPrivilege(i 17, i 1, i 0, *i)'
+    System::Call 'advapi32::RegSaveKeyW(p 0x80000002, t "$1HKEY_LOCAL_MACHINE", p 0) i .r0'
+    System::Call 'advapi32::RegSaveKeyW(p 0x80000001, t "$1HKEY_CURRENT_USER", p 0) i .r3'
+    IntOp $0 $0 | $3
   ${ElseIf} $2 == unprivileged
     System::Call 'advapi32::OpenProcessToken(p -1, i 0xF01FF, *p .r2)'
     System::Call 'advapi32::ConvertStringSidToSidW(t "S-1-5-32-544", *p .r3)'
