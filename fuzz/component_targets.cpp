@@ -1,4 +1,4 @@
-// The targets of the suite's components: what the translator answers, and what is logged.
+// The target of the suite's components: what the translator answers.
 #include <windows.h>
 
 #include <optional>
@@ -6,7 +6,6 @@
 #include "fuzz/machine_target.h"
 #include "launcher/translation.h"
 #include "support/automation.h"
-#include "support/diagnostic_log.h"
 #include "support/text.h"
 #include "tests/components.h"
 
@@ -63,52 +62,10 @@ void translation(Input input) {
   require(translate_String(text) == expected, "and the same once more");
 }
 
-bool is_Noise(const std::wstring& message) {
-  const auto text = to_Lower(trim(message));
-  static const Lines parts{L"unloading", L"is_servermode", L"is not system (lsass) process",
-                           L"readerlist length (in characters) is:"};
-  return text == L"set_ ready" || text == L"set_" || text == L"info ready" ||
-         std::ranges::any_of(parts, [&](const auto& part) { return contains(text, part); });
-}
-
-void log(Input input) {
-  static const CleanMachine machine;
-  static std::vector<std::wstring> lines;
-  static const Log component;
-  static const bool nested = (
-      component->Table[L"logge"] = [](const Arguments& arguments) -> _variant_t {
-        debug_Log(L"a message about a message");
-        const auto& line = arguments.at(0);
-        lines.emplace_back(line.bstrVal, SysStringLen(line.bstrVal));
-        return {};
-      },
-      true);
-  lines.clear();
-  Lines expected;
-  static std::wstring last;
-  while (nested && input.has_More()) {
-    const bool has_number = input.take<std::uint8_t>() % 2 != 0;
-    auto message = input.take_Text();
-    const auto number = input.take<std::int32_t>();
-    has_number ? debug_Log(message, static_cast<long>(number)) : debug_Log(message);
-    message += has_number ? std::to_wstring(number) : L"";
-    if (message.empty() || message == last || is_Noise(message))
-      continue;
-    last = message;
-    expected.push_back(message);
-  }
-  require(lines.size() == expected.size(), "each message that is none of the noise is one line");
-  for (std::size_t index = 0; index < lines.size(); ++index)
-    require(
-        lines[index].ends_with(L": " + expected[index]) && lines[index].size() < expected[index].size() + 300,
-        "a line is its header and its message");
-}
-
 }  // namespace
 
 const std::vector<Target>& component_Targets() {
-  static const auto texts = words("\xFF|@@vbcrlf@@|\r\n|\t|\xFE\x3D\xD8| |Unloading|set_| INFO Ready");
-  static const std::vector<Target> targets{{"translation", translation, 5000, false, texts},
-                                           {"log", log, 3000, false, texts}};
+  static const std::vector<Target> targets{
+      {"translation", translation, 5000, false, words("\xFF|@@vbcrlf@@|\r\n|\t|\xFE\x3D\xD8")}};
   return targets;
 }

@@ -258,56 +258,34 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
   };
   selection_flags() = flags_Of(L"Image");
   const auto shown = [this](const wchar_t* name) { return starts(L"PageKeeper.exe", {name}); };
+  const auto writes = [](const wchar_t* content, HRESULT result, bool answer) {
+    return [=](const Arguments& arguments) {
+      make_File(text_Of(arguments.at(1)), content);
+      return SUCCEEDED(result) ? _variant_t(answer) : throw result;
+    };
+  };
   const Component host(L"WScript.Shell", {{L"RegRead", fails()}, {L"RegWrite", fails()}});
-  const struct {
-    const char* Fault;
-    std::function<void()> Make;
-    std::wstring Action, Path;
-    Lines Starts;
-    std::wstring Content;
-  } rows[] = {{"an envelope that is refused",
-               [this] {
-                 m_pkcs7->Table[L"validate_P7x"] = [](const Arguments& arguments) {
-                   make_File(text_Of(arguments.at(1)), L"content");
-                   return _variant_t(false);
-                 };
-               },
-               L"vPKCS7",
-               make_File(test_folder + L"a.png.pdf.p7m"),
-               {},
-               L"a.png b.txt.p7s "},
-              {"a full disk", [] { patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_Copy)); },
-               L"view", picture, shown(L"a.png.pdf"), L"a.png b.txt.p7s "},
-              {"no PDF component", [this] { m_editor->IsCreatable = false; }, L"view", picture,
-               shown(L"a.png"), L"a.png b.txt.p7s "},
-              {"no PKCS#7 component",
-               [this] { m_pkcs7->IsCreatable = false; },
-               L"p7s",
-               text,
-               {},
-               L"a.png b.txt.p7s "},
-              {"a component that writes half",
-               [this] {
-                 m_pkcs7->IsCreatable = true;
-                 m_pkcs7->Table[L"create_P7x"] = [](const Arguments& arguments) -> _variant_t {
-                   make_File(text_Of(arguments.at(1)), L"half");
-                   throw HRESULT{E_FAIL};
-                 };
-               },
-               L"p7s",
-               text,
-               {},
-               L"a.png "},
-              {"a drive that vanished",
-               [] {},
-               L"mount",
-               LR"(Q:\)",
-               {start(L"Vaultware.exe", L" mountdrive")},
-               L"a.png "},
-              {"a file that vanished", [&] { fs::remove(picture); }, L"view", picture, {}, L""},
-              {"no tool", [this] { fs::remove_all(m_suite); }, L"create", LR"(Q:\)", {}, L""},
-              {"no worker", [] {}, L"signit", text, {}, L""}};
-  for (const auto& [fault, make, action, path, expected, content] : rows) {
+  const auto envelope = make_File(test_folder + L"a.png.pdf.p7m");
+  const Lines none, vaultware{start(L"Vaultware.exe", L" mountdrive")};
+  const std::wstring all = L"a.png b.txt.p7s ";
+  const std::tuple<const char*, std::wstring, std::wstring, Lines, std::wstring, std::function<void()>>
+      rows[] = {{"a refused envelope", L"vPKCS7", envelope, none, all,
+                 [&] { m_pkcs7->Table[L"validate_P7x"] = writes(L"content", S_OK, false); }},
+                {"a full disk", L"view", picture, shown(L"a.png.pdf"), all,
+                 [] { patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_Copy)); }},
+                {"no PDF component", L"view", picture, shown(L"a.png"), all,
+                 [&] { m_editor->IsCreatable = false; }},
+                {"no PKCS#7 component", L"p7s", text, none, all, [&] { m_pkcs7->IsCreatable = false; }},
+                {"a component that writes half", L"p7s", text, none, L"a.png ",
+                 [&] {
+                   m_pkcs7->IsCreatable = true;
+                   m_pkcs7->Table[L"create_P7x"] = writes(L"half", E_FAIL, false);
+                 }},
+                {"a vanished drive", L"mount", LR"(Q:\)", vaultware, L"a.png ", [] {}},
+                {"a vanished file", L"view", picture, none, L"", [&] { fs::remove(picture); }},
+                {"no tool", L"create", LR"(Q:\)", none, L"", [&] { fs::remove_all(m_suite); }},
+                {"no worker", L"signit", text, none, L"", [] {}}};
+  for (const auto& [fault, action, path, expected, content, make] : rows) {
     make();
     run(action, entries({path}));
     EXPECT_EQ(take_Starts(), expected) << fault;

@@ -51,8 +51,12 @@ TEST_F(DiagnosticLog, WritesBelowTheDebugPathWithAHeader) {
   EXPECT_TRUE(std::regex_match(line, std::wregex(form))) << to_Ansi(line);
 }
 
-TEST_F(DiagnosticLog, DropsNoiseAndRepeats) {
-  const Log log;
+TEST_F(DiagnosticLog, DropsNoiseAndRepeatsAndMessagesAboutMessages) {
+  Log log;
+  log->Table[L"logge"] = [](const Arguments&) {
+    debug_Log(L"about a message");
+    return _variant_t();
+  };
   for (const auto* message :
        {L"a", L"a", L"", L"a", L"b", L"a", L" INFO Ready ", L"a", L"Info Ready 2", L"set_", L"Set_ Ready",
         L"set_x", L"is unloading now", L"x Is_ServerMode", L"Is NOT System (lsass) Process",

@@ -1,6 +1,4 @@
 // Selections as no shell should hand them over; the fuzzing has many more (fuzz/).
-#include <optional>
-
 #include "tests/components.h"
 #include "tests/explorer.h"
 
@@ -8,17 +6,12 @@ namespace {
 
 class HostileData : public Explorer {
  protected:
-  void SetUp() override {
-    Explorer::SetUp();
-    m_log.emplace();
-  }
-
   // Captures it with these messages, and the next right-click works.
   void expect_Captured(IDataObject* selection, const Lines& messages) {
     const auto object = m_library.create();
-    const auto known = m_log->messages().size();
+    const auto known = m_log.messages().size();
     select(object, selection);
-    const auto all = m_log->messages();
+    const auto all = m_log.messages();
     EXPECT_EQ(Lines(all.begin() + static_cast<std::ptrdiff_t>(known), all.end()), messages);
     offered(object);
     select(object, Lines{test_folder});
@@ -26,7 +19,7 @@ class HostileData : public Explorer {
   }
 
  private:
-  std::optional<Log> m_log;
+  const Log m_log;
 };
 
 TEST_F(HostileData, WithoutAUsableDropListIsASelectionOfNothing) {
