@@ -50,14 +50,6 @@ long surrogates(const std::function<void(HANDLE)>& routine = [](HANDLE) {}) {
   return count;
 }
 
-void suspend(HANDLE process) {
-  NtSuspendProcess(process);
-}
-
-void resume(HANDLE process) {
-  NtResumeProcess(process);
-}
-
 void kill(HANDLE process) {
   TerminateProcess(process, 1);
   WaitForSingleObject(process, INFINITE);
@@ -129,7 +121,7 @@ TEST_F(Surrogate, ThatDiesWithAnObjectIsMissingFromThenOn) {
 TEST_F(Surrogate, ThatHangsCostsOneWait) {
   const auto object = create_Object(translator), other = create_Object(logger);
   const auto start = GetTickCount64();
-  EXPECT_GT(surrogates(suspend), 0);
+  EXPECT_GT(surrogates(NtSuspendProcess), 0);
   EXPECT_FALSE(is_Alive(object.Get()));
   for (int round = 0; round < 3; ++round) {
     EXPECT_FALSE(create_Object(store));
@@ -137,18 +129,18 @@ TEST_F(Surrogate, ThatHangsCostsOneWait) {
   }
   EXPECT_LT(GetTickCount64() - start, 2 * quick_answer);
   EXPECT_FALSE(end_RemoteWork());
-  surrogates(resume);
+  surrogates(NtResumeProcess);
 }
 
 TEST_F(Surrogate, ThatHangsWhileAnObjectIsMadeOrReleasedCostsOneWait) {
   auto object = create_Object(translator);
-  EXPECT_GT(surrogates(suspend), 0);
+  EXPECT_GT(surrogates(NtSuspendProcess), 0);
   const auto start = GetTickCount64();
   object.Reset();
   EXPECT_FALSE(create_Object(store));
   EXPECT_FALSE(create_Object(translator));
   EXPECT_LT(GetTickCount64() - start, 2 * quick_answer);
-  surrogates(resume);
+  surrogates(NtResumeProcess);
 }
 
 // It makes the files, and dies while it makes the next one: that is left out, and its process is missing.
@@ -193,7 +185,7 @@ TEST_F(Surrogate, WorksOnFilesAndLeavesNoHalfOneWhenItDies) {
 TEST_F(Surrogate, ThatHangsLeavesARightClickItsEnglishMenu) {
   const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf");
   set_Value(norvak + L"language", L"de");
-  std::thread hanging([] { EXPECT_TRUE(becomes_True([] { return surrogates(suspend) > 0; })); });
+  std::thread hanging([] { EXPECT_TRUE(becomes_True([] { return surrogates(NtSuspendProcess) > 0; })); });
   const Library library;
   answer_Boxes(library.handle());
   record_Starts(library.handle());
@@ -211,7 +203,7 @@ TEST_F(Surrogate, ThatHangsLeavesARightClickItsEnglishMenu) {
                                   ::quoted(suite + L"NorvakWorkerProcess.exe") + L" signit"}));
   EXPECT_EQ(library.run("DllCanUnloadNow"), S_FALSE) << "a worker that is held up";
   hanging.join();
-  EXPECT_EQ(surrogates(resume), 1);
+  EXPECT_EQ(surrogates(NtResumeProcess), 1);
   EXPECT_TRUE(becomes_True([&] { return library.run("DllCanUnloadNow") == S_OK; }));
 }
 
