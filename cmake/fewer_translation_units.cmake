@@ -9,13 +9,14 @@ set(platform_headers
   <variant> <vector>)
 
 # read_headers_once(TARGET [OWNER]): the target has the platform's headers precompiled for itself, or takes those of
-# the owner. What is not delivered is compiled as one file besides.
+# the owner. In the debug flavour, which is not delivered, its sources are one file besides.
 function(read_headers_once target)
   if(ARGC EQUAL 1)
     target_precompile_headers(${target} PRIVATE ${platform_headers})
   else()
     target_precompile_headers(${target} REUSE_FROM ${ARGV1})
   endif()
+  set_target_properties(${target} PROPERTIES CXX_COMPILER_LAUNCHER ${CMAKE_SOURCE_DIR}/cmake/compile-in-place)
   # The compiler no longer sees that these headers are the platform's, and tells of their inline copies what it keeps to
   # itself elsewhere: that they would be wrong if they could run.
   target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
