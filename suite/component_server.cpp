@@ -72,7 +72,7 @@ const Component& component() {
 
 class ComponentObject final : public ComObject<IDispatch> {
  public:
-  ComponentObject() : m_members(component().create_Members()) {}
+  ComponentObject() : m_component(component()), m_members(m_component.create_Members()) {}
 
   STDMETHODIMP GetTypeInfoCount(UINT* count) override {
     if (count == nullptr) {
@@ -137,17 +137,18 @@ class ComponentObject final : public ComObject<IDispatch> {
   }
 
   // Callers that cannot take the details get the code itself.
-  static HRESULT report_failure(HRESULT code, EXCEPINFO* exception) {
+  HRESULT report_failure(HRESULT code, EXCEPINFO* exception) const noexcept {
     if (exception == nullptr) {
       return code;
     }
     *exception = EXCEPINFO{};
     exception->scode = code;
-    exception->bstrSource = SysAllocString(component().ProgId);
+    exception->bstrSource = SysAllocString(m_component.ProgId);
     return DISP_E_EXCEPTION;
   }
 
   ModuleReference m_module;
+  const Component& m_component;
   std::vector<Member> m_members;
 };
 
@@ -184,29 +185,31 @@ struct RegistrationRow {
 
 constexpr const wchar_t* classes_root = L"Software\\Classes\\";
 
-std::wstring compose_class_key() {
+std::wstring compose_class_key(const Component& served) {
   std::array<wchar_t, 39> text{};  // a class identifier in braces and its NUL
-  StringFromGUID2(component().ClassId, text.data(), static_cast<int>(text.size()));
+  StringFromGUID2(served.ClassId, text.data(), static_cast<int>(text.size()));
   return L"CLSID\\" + std::wstring(text.data());
 }
 
 std::vector<RegistrationRow> compose_registration() {
-  const std::wstring class_key = compose_class_key();
+  const Component& served = component();
+  const std::wstring class_key = compose_class_key(served);
   const std::wstring server_key = class_key + L"\\InprocServer32";
   const std::wstring class_id = class_key.substr(class_key.find(L'{'));
   return {
-      {class_key, nullptr, component().ProgId},
-      {class_key + L"\\ProgID", nullptr, component().ProgId},
+      {class_key, nullptr, served.ProgId},
+      {class_key + L"\\ProgID", nullptr, served.ProgId},
       {server_key, nullptr, find_module_file().wstring()},
       {server_key, L"ThreadingModel", L"Apartment"},
-      {component().ProgId, nullptr, component().ProgId},
-      {component().ProgId + std::wstring(L"\\CLSID"), nullptr, class_id},
+      {served.ProgId, nullptr, served.ProgId},
+      {served.ProgId + std::wstring(L"\\CLSID"), nullptr, class_id},
   };
 }
 
 HRESULT remove_registration() {
   HRESULT result = S_OK;
-  for (const std::wstring& key : {std::wstring(component().ProgId), compose_class_key()}) {
+  const Component& served = component();
+  for (const std::wstring& key : {std::wstring(served.ProgId), compose_class_key(served)}) {
     const LSTATUS code = RegDeleteTreeW(HKEY_LOCAL_MACHINE, (classes_root + key).c_str());
     if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
       result = HRESULT_FROM_WIN32(static_cast<DWORD>(code));

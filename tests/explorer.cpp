@@ -168,6 +168,8 @@ Lines recorded_Starts(std::size_t count) {
 BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
                          DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
   starts.push_back(from_Ansi(program == nullptr ? "" : program + std::string("\t")) + from_Ansi(command));
+  if (is_ToFail())
+    return FALSE;
   *started = {CreateEventW(nullptr, FALSE, FALSE, nullptr), CreateEventW(nullptr, FALSE, FALSE, nullptr), 1,
               1};
   return TRUE;

@@ -100,7 +100,8 @@ std::wstring opening(const std::wstring& program, const std::wstring& file);
 // How these programs were started, once it were so many times.
 Lines recorded_Starts(std::size_t count);
 
-// Has a module's starts of programs recorded in place of being made; each hands out two handles.
+// Has a module's starts of programs recorded in place of being made; each hands out handles and may be the
+// call that is to fail.
 BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
                          DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started);
 void record_Starts(HMODULE module = GetModuleHandleW(nullptr));

@@ -66,6 +66,7 @@ TEST_F(Insertion, KeepsTheBitmapsOfEachPosition) {
 
 TEST_F(Insertion, ScalesThePictureToACharacterCell) {
   const auto picture = load_Picture(check_mark_bitmap);
+  EXPECT_TRUE(size_Of(picture).cx == 64 && size_Of(picture).cy == 64);
   TEXTMETRICW metrics{};
   const unique_hdc display(CreateICW(L"DISPLAY", nullptr, nullptr, nullptr));
   GetTextMetricsW(display.get(), &metrics);

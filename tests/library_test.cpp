@@ -1,6 +1,4 @@
 // What the DLL carries beside its code.
-#include "shellext/shell_ext.h"
-#include "support/handles.h"
 #include "tests/explorer.h"
 
 namespace {
@@ -20,6 +18,14 @@ TEST_F(LibraryFile, AndTheHostCarryTheVersionOfTheProject) {
       EXPECT_STREQ(static_cast<const char*>(text), PROJECT_VERSION);
     }
   }
+}
+
+TEST_F(LibraryFile, CarriesItsTypeLibrary) {
+  ComPtr<ITypeLib> library;
+  ASSERT_EQ(LoadTypeLibEx(built_File(L"NorvakContextMenu.dll").c_str(), REGKIND_NONE, &library), S_OK);
+  _bstr_t name;
+  ASSERT_EQ(library->GetDocumentation(-1, name.GetAddress(), nullptr, nullptr, nullptr), S_OK);
+  EXPECT_STREQ(name, L"NorvakContextMenu");
 }
 
 }  // namespace

@@ -107,7 +107,7 @@ TEST_F(Surrogate, OfNoEntryIsAMissingComponent) {
 }
 
 TEST_F(Surrogate, ThatDiesWithAnObjectIsMissingFromThenOn) {
-  EXPECT_TRUE(create_Object(store));
+  EXPECT_TRUE(create_Object(translator));
   EXPECT_EQ(surrogates(kill), 1);
   const auto object = create_Object(translator);
   const auto translates = [&] { return call_Member(object.Get(), L"translateit", {L"a text"}).has_value(); };
@@ -237,10 +237,10 @@ TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
 }
 
 TEST_F(Surrogate, ServesARightClickAndIsLetGo) {
-  const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf"),
-             worker = suite + L"NorvakWorkerProcess.exe";
-  std::filesystem::remove(worker);
-  std::filesystem::copy_file(built_File(LR"(..\i686\suite\NorvakWorkerProcess.exe)"), worker);
+  const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf");
+  std::filesystem::copy_file(built_File(LR"(..\i686\suite\NorvakWorkerProcess.exe)"),
+                             suite + L"NorvakWorkerProcess.exe",
+                             std::filesystem::copy_options::overwrite_existing);
   set_Value(norvak + L"language", L"de");
   set_Value(norvak + L"AlwaysDebug", L"1");
   const auto right_Click = [&](bool is_first) {
