@@ -5,7 +5,6 @@
 
 #include "fuzz/target.h"
 #include "shellext/dropped_names.h"
-#include "shellext/path_list.h"
 #include "support/text.h"
 
 namespace {
@@ -18,21 +17,6 @@ std::wstring replaced(const std::wstring& text, const std::wstring& from, const 
     at += hit ? from.size() : 1;
   }
   return result;
-}
-
-void path_list(Input input) {
-  PathList list;
-  std::wstring expected;
-  while (input.has_More()) {
-    const auto path = input.take_Text();
-    list.append(path);
-    expected = replaced(expected + L"|" + path, L"||", L"|");
-    if (!expected.empty() && expected[0] == L'|')
-      expected.erase(0, 1);
-    require(list.text() == expected, "the list is what the steps over the whole list give");
-  }
-  require(names_Anything(list.text()) == (expected.find_first_not_of(L"| ") != std::wstring::npos),
-          "the list names something");
 }
 
 // The number of the digits behind one sign at most.
@@ -79,7 +63,6 @@ void find_AllNames(std::span<const char> bytes) {
   const auto decoded = DecodedNames<Letter>(bytes);
   require(std::ranges::equal(found.Names, decoded.Names), "the names are those that end within the block");
   const auto is_Foreign = [](Letter letter) { return static_cast<unsigned>(letter) >= 0x80; };
-  require(found.HasBar == (std::ranges::count(decoded.Letters, '|') != 0), "a bar is seen");
   require(found.IsAscii == std::ranges::none_of(decoded.Letters, is_Foreign),
           "a letter outside ASCII is seen");
 }
@@ -95,7 +78,6 @@ void names(Input input) {
 
 const std::vector<Target>& plain_Targets() {
   static const std::vector<Target> targets{
-      {"path_list", path_list, 40000, false, {"|", "||", "\xFF", "\xFF\xFF", "c:\\"}},
       {"text", text, 30000, false, {" ", "-", "+", "2147483648", "\\", "\xFF", std::string("\0", 1), "\t"}},
       {"names", names, 5000},
   };

@@ -11,7 +11,7 @@
 #include "launcher/program_locators.h"
 #include "menu/composition.h"
 #include "shellext/shell_ext.h"
-#include "support/component_lifetime.h"
+#include "support/apartment.h"
 #include "support/diagnostic_log.h"
 #include "support/feature_probes.h"
 #include "support/registry.h"
@@ -121,7 +121,7 @@ std::wstring describe(Condition condition) {
 
 Facts list_items() {
   Facts facts;
-  for (const ItemDecision& item : decide_Items()) {
+  for (const ItemDecision& item : decide_Items(current_Selection()->Flags)) {
     facts.push_back({item.Caption, item.Missing ? L"not offered" : L"offered",
                      item.Missing ? describe(*item.Missing) : L""});
   }
@@ -233,7 +233,7 @@ std::vector<Section> diagnose(const Selection& selection) {
                                 {L"Registration", L"registration", list_registration()},
                                 {L"Log", L"log", describe_log()},
                                 {L"Time of one right-click", L"times", std::move(times)}};
-  release_Components();
+  leave_Apartment();
   return sections;
 }
 

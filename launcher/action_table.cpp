@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "support/apartment.h"
 #include "support/diagnostic_log.h"
-#include "support/selection_state.h"
+#include "support/selection.h"
 
 namespace {
 
-std::array<MenuRecord, action_table_size> table;  // lives as long as the module
+constinit PerApartment<ActionTable> table;
 
 bool is_Occupied(const MenuRecord& record) {
   return !record.MenuName.empty() && record.MenuIDX >= 0 && record.MenuICMD >= 0;
@@ -27,18 +28,20 @@ bool has_Action(const MenuRecord& record, long command) {
 
 }  // namespace
 
-std::array<MenuRecord, action_table_size>& action_table() {
-  return table;
+ActionTable& action_table() {
+  return *table;
 }
 
 void clear_ActionTable() {
-  table.fill({{}, -1, -1, VARIANT_FALSE, {}});
-  selection_flags() = {};
+  table->fill({});
+  keep_Selection({});
 }
 
 std::wstring get_ActionString(long command) {
   debug_Log(L"get_ActionString: ", command);
-  for (const auto& record : table) {
+  // A copy, since a component that the log calls may bring about another right-click.
+  const auto records = *table;
+  for (const auto& record : records) {
     if (!is_Occupied(record))
       continue;
     log_Record(record);
@@ -49,8 +52,9 @@ std::wstring get_ActionString(long command) {
 }
 
 std::wstring get_MenuName(long command) {
-  const auto found = std::ranges::find_if(table, [command](const MenuRecord& record) {
+  const auto& records = *table;
+  const auto found = std::ranges::find_if(records, [command](const MenuRecord& record) {
     return !record.MenuName.empty() && record.MenuEnabled && record.MenuIDX == command;
   });
-  return found == table.end() ? std::wstring() : std::wstring(found->MenuName);
+  return found == records.end() ? std::wstring() : found->MenuName;
 }

@@ -1,29 +1,26 @@
 // The action table joins the two halves of a menu's life: composing writes a record for every item offered,
-// and the shell's later questions are answered from it. One table a module, shared by all objects; it is
-// emptied with every new selection and at the end of every object. Its texts live as long as the module.
+// and the shell's later questions are answered from it. One table a thread, shared by all its objects; it is
+// emptied with every new selection and at the end of every object.
 #pragma once
-
-#include <windows.h>
-
-#include <oleauto.h>
 
 #include <array>
 #include <string>
 #include <string_view>
 
 struct MenuRecord {
-  std::wstring_view MenuName;    // the translated caption; empty = free
-  long MenuIDX;                  // absolute command identifier; -1 = unset
-  long MenuICMD;                 // command offset from the shell's first identifier; -1 = unset
-  VARIANT_BOOL MenuEnabled;      // the item was offered
-  std::wstring_view MenuAction;  // the action keyword; empty = none
+  std::wstring MenuName;         // the translated caption; empty = free
+  long MenuIDX = -1;             // absolute command identifier; -1 = unset
+  long MenuICMD = -1;            // command offset from the shell's first identifier; -1 = unset
+  bool MenuEnabled = false;      // the item was offered
+  std::wstring_view MenuAction;  // the action keyword, a constant; empty = none
 };
 
 constexpr std::size_t action_table_size = 100;
 
-std::array<MenuRecord, action_table_size>& action_table();
+using ActionTable = std::array<MenuRecord, action_table_size>;
+ActionTable& action_table();
 
-// Frees every record and resets the selection flags.
+// Frees every record and forgets the selection.
 void clear_ActionTable();
 
 // The action keyword of the first item whose command offset or absolute identifier is `command`; empty when

@@ -11,75 +11,85 @@
 #include "support/boundary.h"
 #include "support/file_types.h"
 #include "support/module.h"
+#include "support/process_values.h"
 
 namespace {
 
 using Files = std::span<const FileEntry>;
 
-struct {
-  std::wstring FirstSelectedPath;
-  std::wstring MessageText;
-  std::wstring MessageTitle;
-} action_state;  // lives as long as the module
+constinit Settled<std::wstring> message_text;
+constinit Settled<std::wstring> message_title;
+
+std::wstring first_Path(Files files) {
+  return files.empty() ? std::wstring() : std::wstring(files.front().LongName);
+}
 
 struct Step {
   std::wstring_view Action;
-  void (*Run)(Files);
+  void (*Run)(Files, const SelectionFlags&);
 };
 
-void mount(Files) {
-  mount_Drive(action_state.FirstSelectedPath);
+// A routine of the files alone.
+template <void (*Routine)(Files)>
+void with_Files(Files files, const SelectionFlags&) {
+  Routine(files);
 }
 
-void unmount(Files) {
-  unmount_Drive(action_state.FirstSelectedPath);
+void mount(Files files) {
+  mount_Drive(first_Path(files));
+}
+
+void unmount(Files files) {
+  unmount_Drive(first_Path(files));
 }
 
 void create(Files) {
   create_Drive();
 }
 
-constexpr std::array program_steps{Step{L"mount", mount},
-                                   Step{L"unmount", unmount},
-                                   Step{L"create", create},
-                                   Step{L"view", open_InViewer},
-                                   Step{L"quill!", open_InQuill},
-                                   Step{L"signit", queue_ForSigning},
-                                   Step{L"sfolder", queue_ForSigning}};
-constexpr std::array pkcs7_steps{Step{L"p7s", sign_Pkcs7}, Step{L"p7m", envelop_Pkcs7},
-                                 Step{L"vPKCS7", validate_Pkcs7}};
+void view(Files files, const SelectionFlags& flags) {
+  open_InViewer(files, flags.HasImage);
+}
 
-void run_Steps(std::span<const Step> steps, std::wstring_view action, Files files) {
+constexpr std::array program_steps{Step{L"mount", with_Files<mount>},
+                                   Step{L"unmount", with_Files<unmount>},
+                                   Step{L"create", with_Files<create>},
+                                   Step{L"view", view},
+                                   Step{L"quill!", with_Files<open_InQuill>},
+                                   Step{L"signit", with_Files<queue_ForSigning>},
+                                   Step{L"sfolder", with_Files<queue_ForSigning>}};
+constexpr std::array pkcs7_steps{Step{L"p7s", with_Files<sign_Pkcs7>},
+                                 Step{L"p7m", with_Files<envelop_Pkcs7>},
+                                 Step{L"vPKCS7", with_Files<validate_Pkcs7>}};
+
+void run_Steps(std::span<const Step> steps, std::wstring_view action, Files files,
+               const SelectionFlags& flags) {
   for (const auto& step : steps)
     if (step.Action == action)
-      run_Guarded([&] { step.Run(files); });
+      run_Guarded([&] { step.Run(files, flags); });
 }
 
-void prepare(Files files) {
-  repair_Pkcs7Icons();
-  if (!files.empty() && !files.front().LongName.empty())
-    action_state.FirstSelectedPath = files.front().LongName;
-}
-
-const std::wstring& translate_Once(std::wstring& cache, const wchar_t* text) {
-  if (cache.empty())
-    cache = translate_String(text);
-  return cache;
+std::wstring translate_Once(Settled<std::wstring>& known, const wchar_t* text) {
+  if (auto translated = known.get())
+    return *std::move(translated);
+  auto translation = translate(text);
+  return translation.IsSettled ? known.settle(std::move(translation.Text)) : translation.Text;
 }
 
 void show_CertificateMessage() {
-  const auto& text = translate_Once(action_state.MessageText, L"No Signature Certificate Configured");
-  const auto& title = translate_Once(action_state.MessageTitle, L"Configuration Problem");
+  const auto text = translate_Once(message_text, L"No Signature Certificate Configured");
+  const auto title = translate_Once(message_title, L"Configuration Problem");
+  assert_Unlocked();
   MessageBoxW(get_hwnd(), text.c_str(), title.c_str(), MB_OK | MB_ICONERROR);
 }
 
 }  // namespace
 
-void run_Action(std::wstring_view action, Files files) noexcept {
-  run_Guarded([&] { prepare(files); });
-  run_Steps(program_steps, action, files);
+void run_Action(std::wstring_view action, Files files, const SelectionFlags& flags) noexcept {
+  run_Guarded(repair_Pkcs7Icons);
+  run_Steps(program_steps, action, files, flags);
   if (action != L"signit" && action != L"sfolder")
     run_Guarded(show_CertificateMessage);
-  if (!selection_flags().HasLink)
-    run_Steps(pkcs7_steps, action, files);
+  if (!flags.HasLink)
+    run_Steps(pkcs7_steps, action, files, flags);
 }

@@ -8,6 +8,7 @@
 #include "launcher/program_locators.h"
 #include "support/diagnostic_log.h"
 #include "support/files.h"
+#include "support/process_values.h"
 #include "support/processes.h"
 #include "support/text.h"
 
@@ -18,10 +19,7 @@ using namespace std::string_view_literals;
 // A ".p7s" file is a signature already.
 constexpr std::array quill_extensions{L"pdf"sv, L"xml"sv, L"d2d"sv, L"pkcs7"sv, L"p7m"sv};
 
-struct {
-  std::wstring Viewer;
-  std::wstring Quill;
-} opening_state;  // lives as long as the module
+constinit Settled<std::wstring> found_viewer;
 
 // Walks the selection up to the first entry without a path or without a file.
 template <typename Open>
@@ -42,13 +40,14 @@ void open_Each(std::span<const FileEntry> files, Open&& open) {
 
 // The viewer for PDF files shows no XML, unless it was found for a PDF file before.
 std::wstring find_Viewer(std::wstring_view extension) {
-  if (opening_state.Viewer.empty())
-    opening_state.Viewer = find_PageKeeper();
-  if (opening_state.Viewer.empty())
-    opening_state.Viewer = find_SealWriter();
-  if (opening_state.Viewer.empty() && extension != L"xml")
-    opening_state.Viewer = find_PdfViewer();
-  return opening_state.Viewer;
+  if (auto known = found_viewer.get())
+    return *std::move(known);
+  auto viewer = find_PageKeeper();
+  if (viewer.empty())
+    viewer = find_SealWriter();
+  if (viewer.empty() && extension != L"xml")
+    viewer = find_PdfViewer();
+  return viewer.empty() ? viewer : found_viewer.settle(viewer);
 }
 
 std::wstring open_Command(const std::wstring& program, const std::wstring& file) {
@@ -57,9 +56,9 @@ std::wstring open_Command(const std::wstring& program, const std::wstring& file)
 
 }  // namespace
 
-void open_InViewer(std::span<const FileEntry> files) {
-  open_Each(files, [](const std::wstring& file, std::wstring_view extension) {
-    if (extension != L"pdf" && extension != L"xml" && !selection_flags().HasImage)
+void open_InViewer(std::span<const FileEntry> files, bool has_images) {
+  open_Each(files, [has_images](const std::wstring& file, std::wstring_view extension) {
+    if (extension != L"pdf" && extension != L"xml" && !has_images)
       return;
     const auto shown = is_ImageFile(file) ? convert_ToPdf(file) : file;
     const auto viewer = find_Viewer(extension);
@@ -75,9 +74,7 @@ void open_InQuill(std::span<const FileEntry> files) {
   open_Each(files, [](const std::wstring& file, std::wstring_view extension) {
     if (std::ranges::find(quill_extensions, extension) == quill_extensions.end())
       return;
-    if (opening_state.Quill.empty())
-      opening_state.Quill = find_Quill();
-    if (!opening_state.Quill.empty())
-      start_Program(open_Command(opening_state.Quill, file));
+    if (const auto program = find_Quill(); !program.empty())
+      start_Program(open_Command(program, file));
   });
 }

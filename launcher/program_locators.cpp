@@ -4,8 +4,8 @@
 #include <initializer_list>
 
 #include "support/diagnostic_log.h"
-#include "support/feature_probes.h"
 #include "support/files.h"
+#include "support/process_values.h"
 #include "support/registry.h"
 #include "support/suite_folders.h"
 
@@ -47,10 +47,8 @@ constexpr std::array locators{
     Locator{L"NorvakWorkerProcess.exe", worker_folders, true},
 };
 
-struct {
-  std::array<std::wstring, locators.size()> Paths;
-  std::wstring PdfApplication;
-} locator_state;  // lives as long as the module
+constinit std::array<Settled<std::wstring>, locators.size()> found_programs;
+constinit Settled<std::wstring> pdf_application;
 
 // Offers one candidate after the other until one is taken.
 template <typename Take>
@@ -70,17 +68,18 @@ void visit_Candidates(const Locator& locator, Take&& take) {
 
 std::wstring find_Program(Program program) {
   const auto index = static_cast<std::size_t>(program);
-  auto& path = locator_state.Paths[index];
-  if (!path.empty())
-    return path;
+  if (auto known = found_programs[index].get())
+    return *std::move(known);
+  std::wstring path;
   visit_Candidates(locators[index], [&](const std::wstring& candidate) {
     if (file_Exists(candidate))
       path = candidate;
     return !path.empty();
   });
-  if (!path.empty())
-    debug_Log(L"Found: ", path);
-  return path;
+  if (path.empty())
+    return path;
+  debug_Log(L"Found: ", path);
+  return found_programs[index].settle(path);
 }
 
 }  // namespace
@@ -115,10 +114,10 @@ std::vector<std::wstring> list_Candidates(Program program) {
 }
 
 std::wstring find_PdfApplication() {
-  for (auto* find_Application : {find_PageKeeper, find_SealWriter, find_PdfViewer}) {
-    if (locator_state.PdfApplication.empty())
-      locator_state.PdfApplication = find_Application();
-  }
-  update_CardSigningAvailable();
-  return locator_state.PdfApplication;
+  if (auto known = pdf_application.get())
+    return *std::move(known);
+  for (auto* find_Application : {find_PageKeeper, find_SealWriter, find_PdfViewer})
+    if (auto found = find_Application(); !found.empty())
+      return pdf_application.settle(std::move(found));
+  return {};
 }

@@ -1,5 +1,5 @@
 // Where the suite's programs are. Each path is looked for in the folders that the registry names, in a fixed
-// order; once found it is kept for the life of the module, even if the file disappears. A program that was
+// order; once found it is kept for the life of the process, even if the file disappears. A program that was
 // not found is looked for again with the next question.
 #pragma once
 
@@ -18,6 +18,5 @@ std::wstring find_SealWriter();
 std::wstring find_Quill();
 std::wstring find_WorkerProcess();
 
-// The first PDF application found: PageKeeper, SealWriter, the PDF viewer. Empty when none is there. On the
-// way the smart-card features are looked at, which may set the flag `CardSigningAvailable`.
+// The first PDF application found: PageKeeper, SealWriter, the PDF viewer. Empty when none is there.
 std::wstring find_PdfApplication();

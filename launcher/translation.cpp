@@ -1,11 +1,11 @@
 #include "launcher/translation.h"
 
 #include <optional>
+#include <utility>
 
+#include "support/apartment.h"
 #include "support/automation.h"
 #include "support/boundary.h"
-#include "support/component_lifetime.h"
-#include "support/selection_state.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -14,25 +14,19 @@ namespace {
 constexpr std::wstring_view escaped_break = L"@@vbcrlf@@";
 constexpr std::wstring_view line_break = L"\r\n";
 
-struct {
-  KeptObject Translator;
+struct Translations {
+  AutomationObject Translator;
   bool Ready = false;
   bool Releasing = false;
   std::wstring LastInput;
   std::wstring LastOutput;
-} translator_state;  // lives as long as the module
+};
 
-void create_Translator() {
-  release_Later(KeptUntil::ObjectEnds, release_Translator);
-  // One that could not be asked at the end of an object goes now.
-  release_Later(KeptUntil::ModuleUnloads, [] { translator_state.Translator.release(); });
-  translator_state.Translator.keep(
-      create_OrRegister(L"NorvakTranslator.Language", {get_CommonProgramFolder() + L"NorvakTranslator.dll"}));
-}
+constinit PerApartment<Translations> translations;
 
 // One question to the dictionary; an unknown text comes back as it is. Nothing when the call failed.
 std::optional<std::wstring> ask_Translator(const std::wstring& text) {
-  const auto answer = call_Member(translator_state.Translator.get(), L"translateit", {text_Argument(text)});
+  const auto answer = call_Member(translations->Translator.Get(), L"translateit", {text_Argument(text)});
   if (!answer)
     return {};
   return as_Text(*answer);
@@ -43,7 +37,8 @@ std::wstring escape(std::wstring text, std::wstring_view part) {
   return text;
 }
 
-std::wstring look_Up(const std::wstring& text) {
+// Nothing when a call failed.
+std::optional<std::wstring> look_Up(const std::wstring& text) {
   auto answer = ask_Translator(text);
   if (answer && answer->empty())
     answer = text;
@@ -51,44 +46,53 @@ std::wstring look_Up(const std::wstring& text) {
     if (answer && *answer == text && contains(text, part))
       answer = ask_Translator(escape(text, part));
   }
-  return !answer || answer->empty() ? text : *answer;
+  return answer && answer->empty() ? text : answer;
 }
 
 }  // namespace
 
 std::wstring translate_String(const std::wstring& text) {
+  return translate(text).Text;
+}
+
+Translation translate(const std::wstring& text) {
+  auto& own = *translations;
   if (!load_Translator())
-    return text;
-  if (!translator_state.LastInput.empty() && translator_state.LastInput == text &&
-      !translator_state.LastOutput.empty())
-    return translator_state.LastOutput;
-  auto answer = look_Up(text);
+    return {text, !own.Translator};
+  if (!own.LastInput.empty() && own.LastInput == text && !own.LastOutput.empty())
+    return {own.LastOutput, true};
+  auto found = look_Up(text);
+  const bool is_answered = found.has_value();
+  auto answer = std::move(found).value_or(text);
   replace_All(answer, escaped_break, line_break);
   if (!answer.empty()) {
     // Both or neither: copied first, since memory may run out in between.
     std::wstring input = text;
     std::wstring output = answer;
-    translator_state.LastInput.swap(input);
-    translator_state.LastOutput.swap(output);
+    own.LastInput.swap(input);
+    own.LastOutput.swap(output);
   }
-  return answer;
+  return {std::move(answer), is_answered};
 }
 
-VARIANT_BOOL load_Translator() {
-  translator_state.Ready = is_Alive(translator_state.Translator.get());
-  if (!translator_state.Ready) {
-    create_Translator();
-    translator_state.Ready = is_Alive(translator_state.Translator.get());
+bool load_Translator() {
+  auto& own = *translations;
+  own.Ready = is_Alive(own.Translator.Get());
+  if (!own.Ready) {
+    own.Translator = create_OrRegister(L"NorvakTranslator.Language",
+                                       {get_CommonProgramFolder() + L"NorvakTranslator.dll"});
+    own.Ready = is_Alive(own.Translator.Get());
   }
-  return to_VariantBool(translator_state.Ready);
+  return own.Ready;
 }
 
 void release_Translator() {
-  if (translator_state.Releasing)
+  auto& own = *translations;
+  if (own.Releasing)
     return;
-  translator_state.Releasing = true;
-  const ScopeExit done([] { translator_state.Releasing = false; });
-  if (translator_state.Ready && read_Number(translator_state.Translator.get(), L"info"))
-    translator_state.Translator.release();
-  translator_state.Ready = false;
+  own.Releasing = true;
+  const ScopeExit done([&own] { own.Releasing = false; });
+  if (own.Ready && read_Number(own.Translator.Get(), L"info"))
+    own.Translator.Reset();
+  own.Ready = false;
 }

@@ -1,10 +1,8 @@
 #include "menu/bitmaps.h"
 
-#include <array>
-#include <optional>
 #include <utility>
 
-#include "support/component_lifetime.h"
+#include "support/apartment.h"
 #include "support/module.h"
 
 namespace {
@@ -13,29 +11,24 @@ constexpr UINT first_icon_id = 200;
 
 // Loading takes longer than all that a menu then does with a picture, so it stays loaded while what it is
 // made of stays the same.
-struct {
-  UINT Id;
-  std::array<COLORREF, 3> Colours;
-  HBITMAP Picture;
-} kept;  // until the module unloads
+struct LoadedPicture {
+  UINT Id = 0;
+  PictureColours Colours{};
+  unique_hbitmap Picture;
+};
 
-// What takes longer to get than a picture takes to scale: the contexts that it goes from and to, and the form
-// of the display's bitmaps.
-struct {
-  HDC Source;
-  HDC Target;
-  WORD Planes;
-  WORD PixelBits;
-} display;  // until the module unloads
+// What takes longer to get than a picture takes to scale: the contexts that it goes from and to.
+struct Display {
+  unique_hdc Source;
+  unique_hdc Target;
+};
+
+constinit PerApartment<LoadedPicture> loaded;
+constinit PerApartment<Display> display;
 
 // Colours of a picture that stand for those of a button face follow the user's colours.
-std::array<COLORREF, 3> picture_Colours() {
+PictureColours picture_Colours() {
   return {GetSysColor(COLOR_3DSHADOW), GetSysColor(COLOR_3DFACE), GetSysColor(COLOR_3DLIGHT)};
-}
-
-void release_Picture() {
-  if (const auto picture = std::exchange(kept.Picture, nullptr))
-    DeleteObject(picture);
 }
 
 // In the form that it has in the file, which is the same for every display.
@@ -86,40 +79,30 @@ std::optional<SIZE> character_Cell(HDC context) {
   return SIZE{metrics.tmMaxCharWidth, metrics.tmHeight};
 }
 
-void release_Display() {
-  for (auto* context : {&display.Source, &display.Target})
-    if (const auto made = std::exchange(*context, nullptr))
-      DeleteDC(made);
-}
-
-// Made from a context of the display, the two belong to no thread.
-bool open_Display() {
-  if (display.Target != nullptr)
+bool open_Display(Display& contexts) {
+  if (contexts.Target)
     return true;
-  release_Later(KeptUntil::ModuleUnloads, release_Display);
   const unique_hdc screen(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
   if (!screen)
     return false;
-  display = {CreateCompatibleDC(screen.get()), CreateCompatibleDC(screen.get()),
-             static_cast<WORD>(GetDeviceCaps(screen.get(), PLANES)),
-             static_cast<WORD>(GetDeviceCaps(screen.get(), BITSPIXEL))};
-  if (display.Source == nullptr || display.Target == nullptr) {
-    release_Display();
+  unique_hdc source(CreateCompatibleDC(screen.get()));
+  unique_hdc target(CreateCompatibleDC(screen.get()));
+  if (!source || !target)
     return false;
-  }
   // Without it, shrinking drops whole rows of a thin picture.
-  SetStretchBltMode(display.Target, HALFTONE);
-  SetBrushOrgEx(display.Target, 0, 0, nullptr);
+  SetStretchBltMode(target.get(), HALFTONE);
+  SetBrushOrgEx(target.get(), 0, 0, nullptr);
+  contexts = {std::move(source), std::move(target)};
   return true;
 }
 
 // The description of a bitmap of the display in that size; its rows fill whole 16-bit words.
-BITMAP display_Bitmap(SIZE size) {
+BITMAP display_Bitmap(HDC context, SIZE size) {
   constexpr LONG word_bits = 16;
   constexpr LONG word_bytes = 2;
   BITMAP bitmap{};
-  bitmap.bmPlanes = display.Planes;
-  bitmap.bmBitsPixel = display.PixelBits;
+  bitmap.bmPlanes = static_cast<WORD>(GetDeviceCaps(context, PLANES));
+  bitmap.bmBitsPixel = static_cast<WORD>(GetDeviceCaps(context, BITSPIXEL));
   bitmap.bmWidth = size.cx;
   bitmap.bmHeight = size.cy;
   bitmap.bmWidthBytes = (size.cx * bitmap.bmBitsPixel + word_bits - 1) / word_bits * word_bytes;
@@ -129,19 +112,20 @@ BITMAP display_Bitmap(SIZE size) {
 enum class Size { Own, CharacterCell };
 
 unique_hbitmap copy_OnDisplay(HBITMAP source, const BITMAP& from, Size size) {
-  if (!open_Display())
+  auto& contexts = *display;
+  if (!open_Display(contexts))
     return {};
-  const auto cell = size == Size::CharacterCell ? character_Cell(display.Target) : std::nullopt;
+  const auto cell = size == Size::CharacterCell ? character_Cell(contexts.Target.get()) : std::nullopt;
   if (size == Size::CharacterCell && !cell)
     return {};
-  const auto to = display_Bitmap(cell.value_or(SIZE{from.bmWidth, from.bmHeight}));
+  const auto to = display_Bitmap(contexts.Target.get(), cell.value_or(SIZE{from.bmWidth, from.bmHeight}));
   unique_hbitmap target(CreateBitmapIndirect(&to));
-  const SelectedBitmap selected_source(display.Source, source);
-  const SelectedBitmap selected_target(display.Target, target.get());
+  const SelectedBitmap selected_source(contexts.Source.get(), source);
+  const SelectedBitmap selected_target(contexts.Target.get(), target.get());
   if (!selected_target.succeeded())
     return {};
-  StretchBlt(display.Target, 0, 0, to.bmWidth, to.bmHeight, display.Source, 0, 0, from.bmWidth, from.bmHeight,
-             SRCCOPY);
+  StretchBlt(contexts.Target.get(), 0, 0, to.bmWidth, to.bmHeight, contexts.Source.get(), 0, 0, from.bmWidth,
+             from.bmHeight, SRCCOPY);
   return target;
 }
 
@@ -151,22 +135,30 @@ unique_hbitmap copy(HBITMAP source, Size size) {
     return {};
   auto made = copy_OnDisplay(source, from, size);
   if (!made) {  // a display that has become another one does not take a bitmap of the earlier form
-    release_Display();
+    *display = {};
     made = copy_OnDisplay(source, from, size);
   }
   return made;
+}
+
+// Nothing when the display does not tell.
+std::optional<CheckBitmap::Form> present_Form(UINT id) {
+  auto& contexts = *display;
+  const auto cell = open_Display(contexts) ? character_Cell(contexts.Target.get()) : std::nullopt;
+  if (!cell)
+    return {};
+  const auto bitmap = display_Bitmap(contexts.Target.get(), *cell);
+  return CheckBitmap::Form{id, picture_Colours(), cell->cx, cell->cy, bitmap.bmPlanes, bitmap.bmBitsPixel};
 }
 
 }  // namespace
 
 HBITMAP load_Picture(UINT id) {
   const auto colours = picture_Colours();
-  if (kept.Picture == nullptr || kept.Id != id || kept.Colours != colours) {
-    release_Picture();
-    release_Later(KeptUntil::ModuleUnloads, release_Picture);
-    kept = {id, colours, load(id).release()};
-  }
-  return kept.Picture;
+  auto& kept = *loaded;
+  if (!kept.Picture || kept.Id != id || kept.Colours != colours)
+    kept = {id, colours, load(id)};
+  return kept.Picture.get();
 }
 
 unique_hbitmap scale_CheckBitmap(HBITMAP source) {
@@ -175,4 +167,14 @@ unique_hbitmap scale_CheckBitmap(HBITMAP source) {
 
 unique_hbitmap copy_Bitmap(HBITMAP source) {
   return copy(source, Size::Own);
+}
+
+HBITMAP CheckBitmap::renew(UINT id) {
+  const auto form = present_Form(id);
+  if (!m_bitmap || !form || form != m_form) {
+    m_bitmap.reset();  // it goes before the next is made
+    m_bitmap = scale_CheckBitmap(id != 0 ? load_Picture(id) : nullptr);
+    m_form = form;
+  }
+  return m_bitmap.get();
 }

@@ -1,6 +1,9 @@
-// The bitmaps of the menu: pictures of the DLL's resources, copied for the screen. The picture loaded last is
-// kept until the module unloads.
+// The bitmaps of the menu: pictures of the DLL's resources, copied for the screen. Each thread keeps the
+// picture that it loaded last, and the contexts that copy.
 #pragma once
+
+#include <array>
+#include <optional>
 
 #include "support/handles.h"
 
@@ -16,3 +19,27 @@ unique_hbitmap scale_CheckBitmap(HBITMAP source);
 
 // A copy of the bitmap in its own size. Null when it cannot be made.
 unique_hbitmap copy_Bitmap(HBITMAP source);
+
+using PictureColours = std::array<COLORREF, 3>;
+
+// A picture scaled for the place of a check mark, with what it was made for.
+class CheckBitmap {
+ public:
+  // The resource's; made anew only if the display, the user's colours or the id are others than before. Null
+  // when it cannot be made.
+  HBITMAP renew(UINT id);
+
+  struct Form {
+    UINT Id;
+    PictureColours Colours;
+    LONG Width;
+    LONG Height;
+    WORD Planes;
+    WORD PixelBits;
+    bool operator==(const Form&) const = default;
+  };
+
+ private:
+  std::optional<Form> m_form;
+  unique_hbitmap m_bitmap;
+};

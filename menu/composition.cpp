@@ -1,8 +1,11 @@
 #include "menu/composition.h"
 
+#include <wrl/client.h>
+
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 
 #include "launcher/action_table.h"
 #include "launcher/program_locators.h"
@@ -12,18 +15,20 @@
 #include "support/boundary.h"
 #include "support/diagnostic_log.h"
 #include "support/feature_probes.h"
+#include "support/process_values.h"
 #include "support/registry.h"
-#include "support/selection_state.h"
+#include "support/selection.h"
 #include "support/settings.h"
 
 namespace {
 
-std::wstring unique_container_name;  // lives as long as the module; read again while it is empty
+constinit Settled<std::wstring> unique_container_name;  // read again while it is empty
 
 bool has_ContainerName() {
-  if (unique_container_name.empty())
-    unique_container_name = regread_Text(users_container.Path);
-  return !unique_container_name.empty();
+  if (unique_container_name.get())
+    return true;
+  auto name = regread_Text(users_container.Path);
+  return !name.empty() && !unique_container_name.settle(std::move(name)).empty();
 }
 
 bool has_CardFeature() {
@@ -37,15 +42,15 @@ bool has_WorkerAndApplication() {
   return !worker.empty() && !application.empty();
 }
 
-// Looking for the PDF application may find the card that the flag stands for.
+// All three are looked for, whatever the first ones give.
 bool has_SigningRoute() {
   const auto quill = find_Quill();
   const auto application = find_PdfApplication();
-  return !quill.empty() || !application.empty() || selection_flags().CardSigningAvailable;
+  const bool card = is_CardSigningAvailable();
+  return !quill.empty() || !application.empty() || card;
 }
 
-bool holds(Condition condition) {
-  const auto& flags = selection_flags();
+bool holds(Condition condition, const SelectionFlags& flags) {
   switch (condition) {
     case Condition::Folders:
       return flags.FilesAreFolder;
@@ -107,8 +112,9 @@ constexpr std::array sign_pdf{Condition::WorkerAndApplication, Condition::Conver
 constexpr std::array create_pkcs7{Condition::SigningRoute, Condition::NoPkcs7, Condition::NoLink};
 constexpr std::array validate_pkcs7{Condition::SigningRoute, Condition::Pkcs7};
 
-std::optional<Condition> find_Missing(Conditions conditions) {
-  const auto missing = std::ranges::find_if_not(conditions, holds);
+std::optional<Condition> find_Missing(Conditions conditions, const SelectionFlags& flags) {
+  const auto missing =
+      std::ranges::find_if_not(conditions, [&flags](Condition condition) { return holds(condition, flags); });
   return missing == conditions.end() ? std::nullopt : std::optional(*missing);
 }
 
@@ -135,9 +141,16 @@ constexpr std::array file_items{
     MenuItem{L"Validate PKCS7 Signature", L"vPKCS7", validate_pkcs7, 0},
 };
 
-// Translated with their first use; live as long as the module.
-std::array<std::wstring, folder_items.size()> folder_captions;
-std::array<std::wstring, file_items.size()> file_captions;
+// Translated with their first use; kept for the life of the process once the translator has answered.
+constinit std::array<Settled<std::wstring>, folder_items.size()> folder_captions;
+constinit std::array<Settled<std::wstring>, file_items.size()> file_captions;
+
+std::wstring caption_Of(const MenuItem& item, Settled<std::wstring>& known) {
+  if (auto caption = known.get())
+    return *std::move(caption);
+  auto translation = translate(item.Caption);
+  return translation.IsSettled ? known.settle(std::move(translation.Text)) : translation.Text;
+}
 
 bool is_MenuWanted(UINT flags) {
   constexpr UINT kinds = CMF_DEFAULTONLY | CMF_VERBSONLY | CMF_EXPLORE | CMF_NOVERBS;
@@ -152,22 +165,18 @@ struct Block {
   UINT Record = 0;
 };
 
-void offer(const MenuItem& item, std::wstring& caption, Block& block) {
-  auto& record = action_table()[block.Record];
-  record.MenuEnabled = VARIANT_TRUE;
-  if (caption.empty())
-    caption = translate_String(item.Caption);
-  record.MenuName = caption;
-  record.MenuIDX = static_cast<long>(block.Command);
-  record.MenuAction = item.Keyword;
-  record.MenuICMD = static_cast<long>(block.Record);
+void offer(const MenuItem& item, Settled<std::wstring>& known_caption, Block& block) {
+  const auto caption = caption_Of(item, known_caption);
+  action_table()[block.Record] = {caption, static_cast<long>(block.Command), static_cast<long>(block.Record),
+                                  true, item.Keyword};
   insert_MenuItem(block.Position, block.Command, item.CheckBitmap, 0, block.Menu, caption);
 }
 
-void offer_Items(std::span<const MenuItem> items, std::span<std::wstring> captions, Block& block) {
+void offer_Items(std::span<const MenuItem> items, std::span<Settled<std::wstring>> captions,
+                 const SelectionFlags& flags, Block& block) {
   for (std::size_t index = 0; index < items.size(); ++index) {
     // An item that fails on its way still has its identifier.
-    if (!run_Guarded(false, [&] { return !find_Missing(items[index].Needs); }))
+    if (!run_Guarded(false, [&] { return !find_Missing(items[index].Needs, flags); }))
       continue;
     run_Guarded([&] { offer(items[index], captions[index], block); });
     ++block.Position;
@@ -176,34 +185,41 @@ void offer_Items(std::span<const MenuItem> items, std::span<std::wstring> captio
   }
 }
 
-void decide_Group(std::span<const MenuItem> items, Condition group, std::vector<ItemDecision>& decisions) {
+void compose(const SelectionFlags& flags, Block& block) {
+  const RememberedReads reads(RememberedReads::For::Menu);
+  debug_Log(L"Query Context Menu FilesAreFolder: ", flags.FilesAreFolder ? L"True" : L"False");
+  if (flags.FilesAreFolder)
+    offer_Items(folder_items, folder_captions, flags, block);
+  else
+    offer_Items(file_items, file_captions, flags, block);
+  if (block.Record != 0)
+    InsertMenuA(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
+}
+
+void decide_Group(std::span<const MenuItem> items, Condition group, const SelectionFlags& flags,
+                  std::vector<ItemDecision>& decisions) {
   for (const auto& item : items)
-    decisions.push_back(
-        {item.Caption, item.Keyword, holds(group) ? find_Missing(item.Needs) : std::optional(group)});
+    decisions.push_back({item.Caption, item.Keyword,
+                         holds(group, flags) ? find_Missing(item.Needs, flags) : std::optional(group)});
 }
 
 }  // namespace
 
-HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu*, HMENU hmenu, UINT indexMenu, UINT idCmdFirst, UINT,
-                                           UINT uFlags) noexcept {
+HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UINT indexMenu, UINT idCmdFirst,
+                                           UINT, UINT uFlags) noexcept {
   if (!is_MenuWanted(uFlags))
     return 0;
-  const RememberedReads reads(RememberedReads::For::Menu);
-  const bool folders = selection_flags().FilesAreFolder;
-  debug_Log(L"Query Context Menu FilesAreFolder: ", folders ? L"True" : L"False");
+  const Microsoft::WRL::ComPtr<IContextMenu> own(
+      object);  // a component may have the shell let it go meanwhile
   Block block{hmenu, indexMenu, idCmdFirst};
-  if (folders)
-    offer_Items(folder_items, folder_captions, block);
-  else
-    offer_Items(file_items, file_captions, block);
-  if (block.Record != 0)
-    InsertMenuA(hmenu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
+  run_Guarded([&block] { compose(current_Selection()->Flags, block); });
   return static_cast<HRESULT>(block.Command - idCmdFirst);
 }
 
-std::vector<ItemDecision> decide_Items() {
+std::vector<ItemDecision> decide_Items(const SelectionFlags& flags) {
+  const RememberedReads reads(RememberedReads::For::Menu);
   std::vector<ItemDecision> decisions;
-  decide_Group(folder_items, Condition::Folders, decisions);
-  decide_Group(file_items, Condition::NotOnlyFolders, decisions);
+  decide_Group(folder_items, Condition::Folders, flags, decisions);
+  decide_Group(file_items, Condition::NotOnlyFolders, flags, decisions);
   return decisions;
 }

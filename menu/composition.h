@@ -1,5 +1,5 @@
 // Decides which of the ten items the selection gets and puts them into the shell's menu, one action-table
-// record each. Kept for the life of the module: the translated captions and the name of the signing key
+// record each. Kept for the life of the process: the translated captions and the name of the signing key
 // container.
 #pragma once
 
@@ -9,6 +9,8 @@
 
 #include <optional>
 #include <vector>
+
+#include "support/selection.h"
 
 // The shell's `QueryContextMenu`, entered through the method table of `ShellExt`, whose object it does not
 // need. Returns the number of command identifiers used, which is the shell's success code too; 0 when nothing
@@ -46,5 +48,5 @@ struct ItemDecision {
   std::optional<Condition> Missing;  // the first condition that does not hold; nothing for an item offered
 };
 
-// What `QueryContextMenu` decides for the selection analysed last, for all ten items.
-std::vector<ItemDecision> decide_Items();
+// What `QueryContextMenu` decides for a selection with these flags, for all ten items.
+std::vector<ItemDecision> decide_Items(const SelectionFlags& flags);

@@ -1,6 +1,6 @@
 // Puts one item into the shell's menu, as text or as a picture, with or without a bitmap in the place of the
-// check mark. Kept for the life of the module: the menu mode, and the bitmaps of each menu position, which
-// the shell's menu still shows after we have returned.
+// check mark. Each thread keeps the menu mode, and the bitmaps of each menu position, which the shell's menu
+// still shows after we have returned.
 #pragma once
 
 #include <windows.h>
@@ -16,5 +16,5 @@ void insert_MenuItem(UINT position, UINT command, UINT check_bitmap_id, UINT ite
 // the shared value "MenuMode", else "HKLM\Software\Norvak\MenuMode", where a missing value is written as 0.
 int get_MenuMode();
 
-// Deletes the bitmaps of the first 100 positions that show a picture.
+// Deletes the bitmaps of the first 100 positions, where they show a picture.
 void free_MenuBitmaps();

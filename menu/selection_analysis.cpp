@@ -7,8 +7,8 @@
 
 #include "support/diagnostic_log.h"
 #include "support/feature_probes.h"
-#include "support/file_types.h"
 #include "support/files.h"
+#include "support/registry.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -20,11 +20,6 @@ constexpr std::array signable_extensions{L"p7m"sv, L"d2d"sv, L"pkcs7"sv};
 constexpr std::array convertible_extensions{L"pdf"sv, L"gif"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L"pcx"sv,
                                             L"jpg"sv, L"bmp"sv, L"jp2"sv, L"jpc"sv, L"pgx"sv,  L"tga"sv};
 
-void set_If(VARIANT_BOOL& flag, bool condition) {
-  if (condition)
-    flag = VARIANT_TRUE;
-}
-
 // The end of a name in lower case, a byte a letter: what follows its last dot, or its last eight letters
 // where that is longer. An extension of at most eight letters is then found by comparing numbers. No
 // extension has a letter outside ASCII, so one byte stands for all of those.
@@ -33,9 +28,11 @@ using Tail = std::uint64_t;
 constexpr std::size_t tail_letters = sizeof(Tail);
 constexpr unsigned letter_bits = 8;
 
-Tail tail_Letter(wchar_t letter) {
+constexpr Tail tail_Letter(wchar_t letter) {
   constexpr Tail other_letter = 0x80;
-  return std::min<Tail>(to_Lower(letter), other_letter);
+  if (letter >= L'A' && letter <= L'Z')
+    return letter + Tail{L'a' - L'A'};
+  return std::min<Tail>(letter, other_letter);
 }
 
 struct NameEnd {
@@ -43,7 +40,7 @@ struct NameEnd {
   bool IsWhole = false;  // all that follows a dot
 };
 
-NameEnd end_Of(std::wstring_view name) {
+constexpr NameEnd end_Of(std::wstring_view name) {
   NameEnd end;
   for (unsigned count = 0; count < tail_letters && !name.empty(); ++count, name.remove_suffix(1)) {
     if (name.back() == L'.')
@@ -56,11 +53,11 @@ NameEnd end_Of(std::wstring_view name) {
 
 class Extension {
  public:
-  explicit Extension(std::wstring_view letters)
+  explicit constexpr Extension(std::wstring_view letters)
       : m_letters(end_Of(letters).Letters),
         m_mask(~Tail{0} >> ((tail_letters - letters.size()) * letter_bits)) {}
 
-  bool ends(Tail name) const { return ((name ^ m_letters) & m_mask) == 0; }
+  constexpr bool ends(Tail name) const { return ((name ^ m_letters) & m_mask) == 0; }
 
  private:
   Tail m_letters;
@@ -68,8 +65,8 @@ class Extension {
 };
 
 bool is_Link(Tail name) {
-  static const Extension shortcut(L"lnk");
-  static const Extension internet_shortcut(L"url");
+  constexpr Extension shortcut(L"lnk");
+  constexpr Extension internet_shortcut(L"url");
   return shortcut.ends(name) || internet_shortcut.ends(name);
 }
 
@@ -78,7 +75,7 @@ bool is_Link(Tail name) {
 // is asked about a name once at most.
 class NameScan {
  public:
-  explicit NameScan(std::span<const FileEntry> files) {
+  NameScan(std::span<const FileEntry> files, SelectionFlags& flags) : m_flags(flags) {
     for (const auto& entry : files) {
       if (entry.path().empty())
         break;  // a name that could not be read ends every walk
@@ -97,7 +94,7 @@ class NameScan {
       if (!is_link && !extension.ends(ending.Letters))
         continue;
       test_Images(ending.First + 1);
-      set_If(selection_flags().HasLink, is_link);
+      m_flags.HasLink |= is_link;
       return !is_link;
     }
     test_Images(m_count);
@@ -132,15 +129,15 @@ class NameScan {
   }
 
   void test_Images(std::size_t end) {
-    auto& flags = selection_flags();
     for (; m_has_images && m_images_tested < end; ++m_images_tested) {
-      if (flags.HasImage && flags.HasConvertible)
+      if (m_flags.HasImage && m_flags.HasConvertible)
         return;
       if (is_ImageFile(std::wstring(m_files[m_images_tested].path())))
-        flags.HasImage = flags.HasConvertible = VARIANT_TRUE;
+        m_flags.HasImage = m_flags.HasConvertible = true;
     }
   }
 
+  SelectionFlags& m_flags;
   std::span<const FileEntry> m_files;
   std::vector<Ending> m_endings;
   std::wstring_view m_last_ending;  // with its dot, as the name before has it
@@ -149,77 +146,61 @@ class NameScan {
   std::size_t m_images_tested = 0;
 };
 
-bool all_Folders(std::span<const std::wstring_view> paths) {
-  return !paths.empty() &&
-         std::ranges::all_of(paths, [](auto path) { return folder_Exists(std::wstring(path)); });
+bool all_Folders(std::span<const FileEntry> files) {
+  return !files.empty() && std::ranges::all_of(files, [](const FileEntry& entry) {
+    return folder_Exists(std::wstring(entry.path()));
+  });
 }
 
-void analyze_Files(std::span<const FileEntry> files) {
-  auto& flags = selection_flags();
-  NameScan scan(files);
-  flags.IsDrive = VARIANT_FALSE;
-  flags.ContainerPresent = VARIANT_TRUE;
-  flags.HasPdf = to_VariantBool(scan.has_Extension(L"pdf"));
-  set_If(flags.HasSignable, flags.HasPdf);
-  flags.HasXml = to_VariantBool(scan.has_Extension(L"xml"));
-  set_If(flags.HasSignable, flags.HasXml);
-  set_If(flags.HasSignable, scan.has_AnyExtension(signable_extensions));
-  set_If(flags.HasConvertible, scan.has_AnyExtension(convertible_extensions));
-  if (scan.has_Extension(L"p7m")) {
-    flags.HasPkcs7 = VARIANT_TRUE;
-    repair_Pkcs7Icons();
-  }
-  set_If(flags.HasPkcs7, scan.has_Extension(L"p7s"));
+SelectionFlags analyze_Files(std::span<const FileEntry> files) {
+  SelectionFlags flags;
+  NameScan scan(files, flags);
+  flags.ContainerPresent = true;
+  flags.HasPdf = scan.has_Extension(L"pdf");
+  flags.HasXml = scan.has_Extension(L"xml");
+  flags.HasSignable = scan.has_AnyExtension(signable_extensions) || flags.HasPdf || flags.HasXml;
+  flags.HasConvertible |= scan.has_AnyExtension(convertible_extensions);
+  flags.HasEnvelope = scan.has_Extension(L"p7m");
+  flags.HasPkcs7 = scan.has_Extension(L"p7s") || flags.HasEnvelope;
   // Links are found by any walk of three letters; the walks for them make sure that there is one to the end.
   scan.has_Extension(L"url");
   scan.has_Extension(L"lnk");
+  return flags;
 }
 
 bool is_DriveRoot(std::wstring_view path) {
   return path.size() == 3 && path.substr(1) == LR"(:\)";
 }
 
-void analyze_Drive(std::wstring path) {
-  auto& flags = selection_flags();
-  if (path.size() == 2 && path[1] == L':') {
+void analyze_Drive(std::wstring path, SelectionFlags& flags) {
+  if (path.size() == 2 && path[1] == L':')
     path += L'\\';
-    selected_files().replace_First(path);
-  }
   if (!is_DriveRoot(path))
     return;
-  flags.IsDrive = VARIANT_TRUE;
+  flags.IsDrive = true;
   debug_Log(L"This is a drive");
-  flags.ContainerPresent = to_VariantBool(file_Exists(path + LR"(norvak\norvak.tc)"));
-  flags.DriveMounted = to_VariantBool(file_Exists(path + L"mounted.txt"));
+  flags.ContainerPresent = file_Exists(path + LR"(norvak\norvak.tc)");
+  flags.DriveMounted = file_Exists(path + L"mounted.txt");
 }
 
-void analyze_Folders(std::span<const FileEntry> files, const std::wstring& install_folder) {
-  auto& flags = selection_flags();
-  auto& selected = selected_files();
-  const auto paths = selected.paths();
-  flags.DriveMounted = VARIANT_FALSE;
-  flags.ContainerPresent = VARIANT_TRUE;
-  flags.IsDrive = VARIANT_FALSE;
-  if (!files.empty() && !files.front().LongName.empty())
-    selected.replace_First(files.front().LongName);
-  if (paths.size() == 1 && !find_InFolder(install_folder, L"vaultware.exe").empty()) {
+SelectionFlags analyze_Folders(std::span<const FileEntry> files, const std::wstring& install_folder) {
+  SelectionFlags flags;
+  flags.FilesAreFolder = flags.ContainerPresent = true;
+  if (files.size() == 1 && !find_InFolder(install_folder, L"vaultware.exe").empty()) {
     debug_Log(L"DataFiles contains one entry");
-    analyze_Drive(std::wstring(paths.front()));
+    analyze_Drive(std::wstring(files.front().path()), flags);
   } else if (is_LogOn()) {
-    debug_Log(L"DataFiles contains " + decimal(paths.size()) + L" entries");
+    debug_Log(L"DataFiles contains " + decimal(static_cast<long long>(files.size())) + L" entries");
   }
-  flags.HasPdf = flags.HasSignable = flags.HasXml = flags.HasConvertible = flags.HasPkcs7 = VARIANT_FALSE;
   debug_Log(L"Files are all Directory");
+  return flags;
 }
 
 }  // namespace
 
-void analyze_Selection(std::span<const FileEntry> files) {
+SelectionFlags analyze_Selection(std::span<const FileEntry> files) {
+  const RememberedReads reads(RememberedReads::For::Selection);
   const auto install_folder = get_InstallFolder();
-  update_CardSigningAvailable();
-  selection_flags().FilesAreFolder = to_VariantBool(all_Folders(selected_files().paths()));
-  if (selection_flags().FilesAreFolder)
-    analyze_Folders(files, install_folder);
-  else
-    analyze_Files(files);
+  is_CardSigningAvailable();
+  return all_Folders(files) ? analyze_Folders(files, install_folder) : analyze_Files(files);
 }

@@ -2,46 +2,27 @@
 
 #include <wrl/client.h>
 
+#include <atomic>
 #include <new>
 
 #include "shellext/interface_redirection.h"
 #include "shellext/module_locks.h"
 #include "shellext/shell_ext.h"
 #include "support/boundary.h"
+#include "support/unknown.h"
 
 namespace {
 
+constinit std::atomic<bool> is_MainDone = false;
+
 void run_MainOnce() {
-  static bool done = false;
-  if (!std::exchange(done, true))
+  if (!is_MainDone.exchange(true))
     Main();
 }
 
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public Unknown<IClassFactory> {
  public:
   ClassFactory() { lock_Module(); }
-  ClassFactory(const ClassFactory&) = delete;
-  ClassFactory& operator=(const ClassFactory&) = delete;
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    if (object == nullptr)
-      return E_POINTER;
-    const bool known = iid == __uuidof(IUnknown) || iid == __uuidof(IClassFactory);
-    *object = known ? static_cast<IClassFactory*>(this) : nullptr;
-    if (!known)
-      return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-
-  STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
-
-  STDMETHODIMP_(ULONG) Release() override {
-    const LONG left = InterlockedDecrement(&m_references);
-    if (left == 0)
-      delete this;
-    return static_cast<ULONG>(left);
-  }
 
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
     if (object == nullptr)
@@ -63,9 +44,7 @@ class ClassFactory final : public IClassFactory {
   }
 
  private:
-  ~ClassFactory() { unlock_Module(); }
-
-  LONG m_references = 0;
+  ~ClassFactory() override { unlock_Module(); }
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The four entries of the DLL. There is no DllMain: nothing is done when the DLL is loaded.
+// The entries of the DLL. Nothing is done when it is loaded.
 #include <windows.h>
 
 #include <ole2.h>
@@ -7,11 +7,18 @@
 #include "shellext/module_locks.h"
 #include "shellext/registration.h"
 #include "shellext/shell_ext.h"
-#include "support/boundary.h"
-#include "support/component_lifetime.h"
+#include "support/apartment.h"
 #include "support/module.h"
 #include "support/remote_worker.h"
 #include "support/stack_guard.h"
+
+// Gives back what the process keeps for the threads when the DLL alone goes; at the end of the process
+// nothing.
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* process_ends) {
+  if (reason == DLL_PROCESS_DETACH && process_ends == nullptr)
+    end_Apartments();
+  return TRUE;
+}
 
 // A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
@@ -22,13 +29,15 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
   return clsid == clsid_ShellExt ? create_ClassFactory(iid, factory) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
-// S_OK when no object, factory, server lock or call to a component needs the module; what it still keeps is
-// released then.
+// S_OK when no object, factory, server lock, call to a component or other thread needs the module; what this
+// thread still keeps is released then.
 STDAPI DllCanUnloadNow() {
   choose_StackGuard();
   if (is_ModuleLocked())
     return S_FALSE;
-  run_Guarded(release_Components);
+  leave_Apartment();
+  if (are_ApartmentsLeft())
+    return S_FALSE;
   if constexpr (!is_SuitesBitness)
     return end_RemoteWork() ? S_OK : S_FALSE;
   return S_OK;

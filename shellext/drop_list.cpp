@@ -42,7 +42,6 @@ DroppedNames read_WideNames(std::span<const char> bytes) {
   const std::wstring_view letters(dropped.Letters.data(), dropped.Letters.size());
   auto found = find_Names(letters);
   dropped.Names = std::move(found.Names);
-  dropped.HasBar = found.HasBar;
   if (found.IsAscii)
     return dropped;
   return convert_Each(dropped.Names, [](std::wstring_view name) { return through_Ansi(std::wstring(name)); });

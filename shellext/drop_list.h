@@ -18,7 +18,6 @@ struct DroppedNames {
 
   std::vector<wchar_t> Letters;
   std::vector<std::wstring_view> Names;
-  bool HasBar = true;  // some name may have a "|"
 };
 
 // The names of a drop list (CF_HDROP) in its order, each as a 500-byte `DragQueryFileA` would give it: in the

@@ -11,7 +11,6 @@ template <typename Letter>
 struct FoundNames {
   std::vector<std::basic_string_view<Letter>> Names;
   bool IsAscii = true;
-  bool HasBar = false;  // some letter is "|"
 };
 
 // The names that end within the letters, each cut to 499; they go up to an empty one, which counts only as
@@ -22,10 +21,8 @@ FoundNames<Letter> find_Names(std::basic_string_view<Letter> letters) {
   FoundNames<Letter> found;
   unsigned seen = 0;
   for (std::size_t start = 0, end = 0; start < letters.size(); start = end + 1) {
-    for (end = start; end < letters.size() && letters[end] != Letter{}; ++end) {
+    for (end = start; end < letters.size() && letters[end] != Letter{}; ++end)
       seen |= static_cast<unsigned>(letters[end]);
-      found.HasBar |= letters[end] == Letter{'|'};
-    }
     if (end == letters.size() || (end == start && !found.Names.empty()))
       break;
     found.Names.push_back(letters.substr(start, std::min(end - start, longest_name)));

@@ -4,13 +4,42 @@
 
 #include "menu/composition.h"
 #include "support/guid.h"
+#include "support/process_values.h"
 #include "support/text.h"
 
 namespace {
 
-struct {
+// The entry of the method table and the value that it had; rewritten by every exchange, whichever object
+// makes it. Nothing but memory is touched under its lock.
+struct Redirection {
   void* SavedQueryContextMenu = nullptr;
-} state;  // lives as long as the module; rewritten by every exchange, whichever object made it
+};
+
+constinit Guarded<Redirection> redirection;
+
+// Makes the memory writable for as long as it lives, by the first of the ways that is allowed: a process may
+// forbid writable code, and the table of a class need not be code.
+class WritableMemory {
+ public:
+  WritableMemory(void* memory, std::size_t size) : m_memory(memory), m_size(size) {
+    m_is_writable = VirtualProtect(m_memory, m_size, PAGE_EXECUTE_READWRITE, &m_protection) ||
+                    VirtualProtect(m_memory, m_size, PAGE_READWRITE, &m_protection);
+  }
+  ~WritableMemory() {
+    if (m_is_writable)
+      VirtualProtect(m_memory, m_size, m_protection, &m_protection);
+  }
+  WritableMemory(const WritableMemory&) = delete;
+  WritableMemory& operator=(const WritableMemory&) = delete;
+
+  bool succeeded() const { return m_is_writable; }
+
+ private:
+  void* m_memory;
+  std::size_t m_size;
+  DWORD m_protection = 0;
+  bool m_is_writable = false;
+};
 
 }  // namespace
 
@@ -20,22 +49,28 @@ void* patch_VTableEntry(void* interface_pointer, std::int16_t entry, void* addre
   // Volatile: the compiler knows the tables of its classes and would answer from that knowledge.
   auto* slot = reinterpret_cast<void* volatile*>(table + static_cast<std::int16_t>(entry * width - width));
   void* const replaced = *slot;
-  DWORD protection = 0;
-  if (VirtualProtect(const_cast<void**>(slot), width, PAGE_EXECUTE_READWRITE, &protection))
+  if (replaced == address)
+    return replaced;
+  const WritableMemory memory(const_cast<void**>(slot), width);
+  if (memory.succeeded())
     *slot = address;
   else  // still attempted, but where the entry is write-protected a plain write would end Explorer
     WriteProcessMemory(GetCurrentProcess(), const_cast<void**>(slot), &address, width, nullptr);
-  VirtualProtect(const_cast<void**>(slot), width, protection, &protection);
   return replaced;
 }
 
 void redirect_QueryContextMenu(IContextMenu* object) {
-  state.SavedQueryContextMenu =
-      patch_VTableEntry(object, context_menu_entry, reinterpret_cast<void*>(&QueryContextMenu));
+  redirection.with([object](Redirection& exchange) {
+    exchange.SavedQueryContextMenu =
+        patch_VTableEntry(object, context_menu_entry, reinterpret_cast<void*>(&QueryContextMenu));
+  });
 }
 
 void restore_QueryContextMenu(IContextMenu* object) {
-  state.SavedQueryContextMenu = patch_VTableEntry(object, context_menu_entry, state.SavedQueryContextMenu);
+  redirection.with([object](Redirection& exchange) {
+    exchange.SavedQueryContextMenu =
+        patch_VTableEntry(object, context_menu_entry, exchange.SavedQueryContextMenu);
+  });
 }
 
 std::wstring get_ClsidString(const std::wstring& progid) {

@@ -3,53 +3,64 @@
 #include <shlwapi.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <new>
+#include <vector>
 
 #include "launcher/action_table.h"
 #include "launcher/actions.h"
+#include "launcher/translation.h"
 #include "menu/insertion.h"
-#include "menu/selection_analysis.h"
-#include "shellext/drop_list.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/module_locks.h"
-#include "shellext/path_list.h"
+#include "shellext/selection_capture.h"
 #include "shellext/type_library.h"
+#include "support/apartment.h"
 #include "support/boundary.h"
-#include "support/component_lifetime.h"
 #include "support/diagnostic_log.h"
-#include "support/handles.h"
 #include "support/module.h"
+#include "support/process_values.h"
 #include "support/registry.h"
+#include "support/settings.h"
 #include "support/text.h"
 
-namespace {
+using Microsoft::WRL::ComPtr;
 
-constexpr DWORD path_buffer_size = 500;
+namespace {
 
 // A verb with any of these bits is the address of a text. In a 32-bit process the top four bits do not count.
 constexpr ULONG_PTR text_verb_bits = sizeof(void*) == 4 ? 0x0FFFF000 : ~ULONG_PTR{0xFFF};
 
-// The short form of the path in its 8.3 names; empty when there is none or it is longer than a path may be.
-std::wstring short_Path(std::wstring_view path) {
-  std::array<char, path_buffer_size> buffer{};
-  const DWORD length = GetShortPathNameA(to_Ansi(path).c_str(), buffer.data(), path_buffer_size);
-  return length < path_buffer_size ? from_Ansi({buffer.data(), length}) : std::wstring();
-}
-
-// Nothing when the object refuses the drop list or hands it over in another medium than memory.
-DroppedNames dropped_Names(IDataObject* lpdobj) {
-  Microsoft::WRL::ComPtr<IDataObject> data;
-  if (lpdobj == nullptr || FAILED(lpdobj->QueryInterface(IID_PPV_ARGS(&data))) || !data)
-    return {};
-  FORMATETC format{CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
-  unique_stg_medium medium;
-  if (FAILED(data->GetData(&format, &medium))) {
-    static_cast<STGMEDIUM&>(medium) = {};  // what a failed call left there is not ours to release
-    return {};
+// The certificate caches of the thread's objects. An object that outlives its apartment must not keep one.
+class Caches {
+ public:
+  Caches() = default;
+  Caches(const Caches&) = delete;
+  Caches& operator=(const Caches&) = delete;
+  ~Caches() {
+    for (const auto& cache : m_caches)
+      if (const auto living = cache.lock())
+        living->Reset();
   }
-  return medium.tymed == TYMED_HGLOBAL ? read_DropList(medium.hGlobal) : DroppedNames();
+
+  std::shared_ptr<AutomationObject> make() {
+    std::erase_if(m_caches, [](const auto& cache) { return cache.expired(); });
+    auto made = std::make_shared<AutomationObject>();
+    m_caches.push_back(made);
+    return made;
+  }
+
+ private:
+  std::vector<std::weak_ptr<AutomationObject>> m_caches;
+};
+
+constinit PerApartment<Caches> caches;
+
+constinit Settled<bool> skips_AutoUnload;
+
+// The end-of-use clean-up.
+void clean_up_Process() {
+  if (!skips_AutoUnload.get_Or([] { return trim(regread_Text(skip_auto_unload.Path)) == L"1"; }))
+    release_Translator();
 }
 
 // What a menu host asks for: the verb of an item, its help text, or whether it is there.
@@ -96,11 +107,14 @@ void write_Text(std::basic_string_view<Letter> text, void* buffer, UINT room) {
 }  // namespace
 
 ShellExt* ShellExt::create() noexcept {
-  auto* object = new (std::nothrow) ShellExt;
-  if (object != nullptr)
+  return run_Guarded(static_cast<ShellExt*>(nullptr), [] {
+    auto* object = new ShellExt;
     object->Class_Initialize();
-  return object;
+    return object;
+  });
 }
+
+ShellExt::ShellExt() : m_Cache(caches->make()) {}
 
 void ShellExt::Class_Initialize() noexcept {
   lock_Module();
@@ -109,24 +123,27 @@ void ShellExt::Class_Initialize() noexcept {
   ensure_Cache();
 }
 
+// What belongs to a thread that has left its apartment is gone already.
 void ShellExt::Class_Terminate() noexcept {
   restore_QueryContextMenu(this);
-  free_MenuBitmaps();
-  set_QuietState(false);
-  m_Cache.Reset();
-  // The cache is gone, so this reaches nobody: its own last release decides when its session ends.
-  call_Member(m_Cache.Get(), L"DisableSessionUnloading");
-  clear_ActionTable();
-  run_Guarded(clean_up_Process);
+  if (has_Apartment()) {
+    run_Guarded(free_MenuBitmaps);
+    set_QuietState(false);
+    m_Cache->Reset();
+    // The cache is gone, so this reaches nobody: its own last release decides when its session ends.
+    call_Member(m_Cache->Get(), L"DisableSessionUnloading");
+    run_Guarded(clear_ActionTable);
+    run_Guarded(clean_up_Process);
+  }
   unlock_Module();
 }
 
 long ShellExt::ensure_Cache() noexcept {
-  if (!is_Alive(m_Cache.Get())) {
-    m_Cache = create_Object(L"NorvakCertInstaller.icache");
-    call_Member(m_Cache.Get(), L"DisableSessionUnloading");
+  if (!is_Alive(m_Cache->Get())) {
+    *m_Cache = create_Object(L"NorvakCertInstaller.icache");
+    call_Member(m_Cache->Get(), L"DisableSessionUnloading");
   }
-  return read_Number(m_Cache.Get(), L"info").value_or(0);
+  return read_Number(m_Cache->Get(), L"info").value_or(0);
 }
 
 void ShellExt::set_WindowHandle(HWND hwnd) {
@@ -143,77 +160,27 @@ HWND ShellExt::get_WindowHandle() {
 }
 
 HRESULT ShellExt::IShellExtInit_Initialize(IDataObject* lpdobj) noexcept {
-  clear_ActionTable();
-  run_Guarded([&] { capture_Selection(lpdobj); });
+  const ComPtr<IContextMenu> own(this);
+  run_Guarded(clear_ActionTable);
+  m_Files.reset();
+  run_Guarded([&] {
+    m_Files = std::make_shared<const Selection>(capture_Selection(lpdobj, m_szShortFile));
+    keep_Selection(m_Files);
+  });
   ensure_Cache();
   return S_OK;
 }
 
-void ShellExt::capture_Selection(IDataObject* lpdobj) {
-  read_Paths(dropped_Names(lpdobj));
-  // The short paths of an earlier selection must not stand in for an empty one.
-  const bool named = m_Files.empty() || names_Anything(m_szFile);
-  const RememberedReads reads(RememberedReads::For::Selection);
-  selected_files().assign(named ? m_szFile : m_szShortFile, path_separator);
-  analyze_Selection(m_Files);
-}
-
-void ShellExt::read_Paths(DroppedNames&& dropped) {
-  m_Files.clear();
-  m_short_names.clear();
-  m_names = std::move(dropped);
-  const auto& names = m_names.Names;
-  m_Files.resize(names.size());
-  if (names.empty())
-    debug_Log(L"Subscript out of range");
-  debug_Log(L"ifiles: ", static_cast<long>(names.size()));
-
-  PathList list;
-  list.reserve(m_names.Letters.size());
-  // The short paths are by far the dearest part of a large selection; only the log and entries without a long
-  // path read them.
-  const bool logged = is_LogOn();
-  for (std::size_t index = 0; index < names.size(); ++index) {
-    const auto name = names[index];
-    if (name.empty())
-      continue;
-    const auto long_name = trim(name);
-    if (long_name.empty())
-      debug_Log(L"sztemp empty");
-    list.append(long_name, m_names.HasBar);
-    if (logged || long_name.empty())
-      read_ShortPath(name, m_Files[index]);
-    m_Files[index].LongName = long_name;
-  }
-  m_szShortFile = std::wstring(trim(m_szShortFile));
-  m_szFile = list.take();
-  if (const auto trimmed = trim(m_szFile); trimmed.size() != m_szFile.size())
-    m_szFile = std::wstring(trimmed);
-  debug_Log(m_szShortFile);
-  debug_Log(m_szFile);
-  if (!m_Files.empty())
-    debug_Log(L"Files: ", static_cast<long>(m_Files.size()));
-}
-
-void ShellExt::read_ShortPath(std::wstring_view path, FileEntry& entry) {
-  auto found = short_Path(path);
-  if (found.empty())
-    return;
-  const std::wstring_view short_path = m_short_names.emplace_front(std::move(found));
-  entry.ShortName = trim(short_path);
-  if (entry.ShortName.empty())
-    debug_Log(L"sztemp empty");
-  m_szShortFile.append(L" ").append(short_path);
-}
-
 // Reached only while no object lives that redirects the shell to the menu composition.
 HRESULT ShellExt::IContextMenu_QueryContextMenu() noexcept {
+  const ComPtr<IContextMenu> own(this);
   ensure_Cache();
   return S_OK;
 }
 
 HRESULT ShellExt::IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, char* pszName,
                                                 UINT cchMax) noexcept {
+  const ComPtr<IContextMenu> own(this);
   return run_Guarded(S_OK, [&] {
     ensure_Cache();
     const auto caption = get_MenuName(static_cast<long>(idCmd));
@@ -229,6 +196,7 @@ HRESULT ShellExt::IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, cha
 }
 
 HRESULT ShellExt::IContextMenu_InvokeCommand(const CMINVOKECOMMANDINFO* lpcmi) noexcept {
+  const ComPtr<IContextMenu> own(this);
   ensure_Cache();
   if (lpcmi != nullptr)
     run_Guarded([&] { run_Command(*lpcmi); });
@@ -246,8 +214,9 @@ void ShellExt::run_Command(const CMINVOKECOMMANDINFO& command) {
     return;
   const auto action = get_ActionString(static_cast<long>(verb));
   debug_Log(L"ActionString: ", action);
-  if (!action.empty())
-    run_Action(action, m_Files);
+  const auto selected = m_Files;
+  if (!action.empty() && selected)
+    run_Action(action, selected->Files, current_Selection()->Flags);
 }
 
 STDMETHODIMP ShellExt::QueryInterface(REFIID iid, void** object) {
@@ -294,14 +263,14 @@ STDMETHODIMP ShellExt::GetTypeInfo(UINT index, LCID, ITypeInfo** type_info) {
 }
 
 STDMETHODIMP ShellExt::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
-  Microsoft::WRL::ComPtr<ITypeInfo> type_info;
+  ComPtr<ITypeInfo> type_info;
   const HRESULT outcome = load_TypeInfo(&type_info);
   return FAILED(outcome) ? outcome : DispGetIDsOfNames(type_info.Get(), names, count, ids);
 }
 
 STDMETHODIMP ShellExt::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                               VARIANT* result, EXCEPINFO* exception, UINT* argument) {
-  Microsoft::WRL::ComPtr<ITypeInfo> type_info;
+  ComPtr<ITypeInfo> type_info;
   const HRESULT outcome = load_TypeInfo(&type_info);
   if (FAILED(outcome))
     return outcome;

@@ -8,13 +8,11 @@
 #include <ole2.h>
 #include <shlobj.h>
 
-#include <forward_list>
+#include <memory>
 #include <string>
-#include <vector>
 
-#include "shellext/drop_list.h"
 #include "support/automation.h"
-#include "support/selection_state.h"
+#include "support/selection.h"
 
 // The identifiers stand in resources/NorvakContextMenu.idl too.
 constexpr CLSID clsid_ShellExt{0x2e416da3, 0x34e8, 0x444a, {0x82, 0x88, 0x8c, 0x2f, 0xf3, 0x73, 0x68, 0x1d}};
@@ -65,7 +63,7 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
   STDMETHODIMP remove() override { return S_OK; }
 
  private:
-  ShellExt() = default;
+  ShellExt();
   ~ShellExt() = default;
 
   void Class_Initialize() noexcept;
@@ -76,17 +74,11 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
   HRESULT IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, char* pszName, UINT cchMax) noexcept;
 
   long ensure_Cache() noexcept;
-  void capture_Selection(IDataObject* lpdobj);
-  void read_Paths(DroppedNames&& dropped);
-  void read_ShortPath(std::wstring_view path, FileEntry& entry);
   void run_Command(const CMINVOKECOMMANDINFO& command);
 
-  std::wstring m_szFile;       // the long paths joined by "|"
+  SharedSelection m_Files;     // null before there is one
   std::wstring m_szShortFile;  // the short paths joined by blanks; grows over the life of the object
-  std::vector<FileEntry> m_Files;
-  DroppedNames m_names;                           // what the entries' long names are parts of
-  std::forward_list<std::wstring> m_short_names;  // and their short ones
-  AutomationObject m_Cache;                       // the suite's certificate cache
+  std::shared_ptr<AutomationObject> m_Cache;  // the suite's certificate cache
   HWND m_hWnd = nullptr;
   LONG m_references = 0;
 };

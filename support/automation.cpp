@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <iterator>
+#include <list>
 #include <vector>
 
+#include "support/apartment.h"
 #include "support/boundary.h"
-#include "support/component_lifetime.h"
 #include "support/files.h"
 #include "support/handles.h"
 #include "support/module.h"
+#include "support/process_values.h"
 #include "support/remote_component.h"
 
 using Microsoft::WRL::ComPtr;
@@ -18,70 +20,40 @@ namespace {
 constexpr IID no_interface{};  // what a late-bound call passes for the interface
 
 // Every right-click makes the same objects, and looking their classes up in the registry takes longer than
-// making them. A factory serves the thread that got it; another thread's takes its place.
-struct KnownFactory {
-  std::wstring ProgId;
-  DWORD Thread;
-  ComPtr<IClassFactory> Factory;
+// making them.
+class KnownFactory {
+ public:
+  KnownFactory(std::wstring progid, ComPtr<IClassFactory> factory)
+      : m_progid(std::move(progid)), m_factory(std::move(factory)) {
+    m_factory->LockServer(TRUE);
+  }
+  KnownFactory(const KnownFactory&) = delete;
+  KnownFactory& operator=(const KnownFactory&) = delete;
+  ~KnownFactory() { m_factory->LockServer(FALSE); }
+
+  bool makes(std::wstring_view progid) const { return m_progid == progid; }
+  ComPtr<IClassFactory> get() const { return m_factory; }
+
+ private:
+  std::wstring m_progid;
+  ComPtr<IClassFactory> m_factory;
 };
 
-using KnownFactories = std::vector<KnownFactory>;
-
-// What lives until the module unloads. COM unloads a component's DLL with the last apartment that has loaded
-// it, while objects are still kept that other threads may use; so their DLLs are held.
-struct Known {
-  std::vector<unique_hmodule> Servers;
-  KnownFactories Factories;
-};
-
-Known* known = nullptr;
-
-void forget(KnownFactories::iterator factory) {
-  factory->Factory->LockServer(FALSE);
-  known->Factories.erase(factory);
-}
-
-void release_Factories() {
-  while (known != nullptr && !known->Factories.empty())
-    forget(std::prev(known->Factories.end()));
-  delete std::exchange(known, nullptr);
-}
+constinit PerApartment<std::list<KnownFactory>> known_factories;
 
 // A factory that fails is forgotten, so that the class is looked up again.
 AutomationObject create_ByKnownFactory(std::wstring_view progid) {
   AutomationObject object;
-  if (known == nullptr)
-    return object;
-  const auto factory = std::ranges::find(known->Factories, progid, &KnownFactory::ProgId);
-  if (factory == known->Factories.end())
-    return object;
-  if (factory->Thread != GetCurrentThreadId() ||
-      FAILED(factory->Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
-    forget(factory);
+  const auto makes = [progid](const KnownFactory& factory) { return factory.makes(progid); };
+  const auto known = std::ranges::find_if(*known_factories, makes);
+  if (known != known_factories->end() && FAILED(known->get()->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    known_factories->remove_if(makes);
   return object;
-}
-
-// Holds the DLL that the factory's code is in, once.
-void hold_Server(IClassFactory* factory) {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, *reinterpret_cast<const wchar_t**>(factory),
-                     &module);
-  unique_hmodule server(module);
-  if (std::ranges::find(known->Servers, server) == known->Servers.end())
-    known->Servers.push_back(std::move(server));
-}
-
-void keep_Factory(const wchar_t* progid, const ComPtr<IClassFactory>& factory) {
-  release_Later(KeptUntil::OthersAreGone, release_Factories);
-  if (known == nullptr)
-    known = new Known;
-  hold_Server(factory.Get());
-  known->Factories.push_back({progid, GetCurrentThreadId(), factory});
-  factory->LockServer(TRUE);
 }
 
 std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
                                  std::initializer_list<_variant_t> arguments) {
+  const AutomationObject own(object);  // the component may have its owner let it go meanwhile
   DISPID member = DISPID_UNKNOWN;
   if (object == nullptr || FAILED(find_Member(object, name, member)))
     return {};
@@ -95,6 +67,7 @@ std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD ki
 }  // namespace
 
 HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member) {
+  assert_Unlocked();
   auto* writable_name = const_cast<wchar_t*>(name);
   return object->GetIDsOfNames(no_interface, &writable_name, 1, LOCALE_USER_DEFAULT, &member);
 }
@@ -118,7 +91,10 @@ HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_va
 }
 
 AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD answer_limit) noexcept {
+  assert_Unlocked();
   AutomationObject object;
+  if (is_ApartmentEnding())
+    return object;
   run_Guarded([&] { object = create_ByKnownFactory(progid); });
   CLSID clsid{};
   if (object || FAILED(CLSIDFromProgID(progid, &clsid)))
@@ -126,7 +102,7 @@ AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD ans
   ComPtr<IClassFactory> factory;
   if (SUCCEEDED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)))) {
     if (SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
-      run_Guarded([&] { keep_Factory(progid, factory); });
+      run_Guarded([&] { known_factories->emplace_back(progid, factory); });
     return object;
   }
   // A 64-bit program finds the suite's components in other processes as a rule. For a 32-bit one this is an

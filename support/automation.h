@@ -1,5 +1,6 @@
 // Late-bound automation: objects made from a ProgID, their members called by name. Nothing here throws or
-// reports; a call that fails in any way (no object, no such member, a wrong answer) yields nothing.
+// reports; a call that fails in any way (no object, no such member, a wrong answer) yields nothing. An object
+// belongs to the thread that made it (support/apartment.h), as do the factories that are kept there.
 #pragma once
 
 #include <windows.h>
@@ -14,32 +15,8 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
 using AutomationObject = Microsoft::WRL::ComPtr<IDispatch>;
-
-// An object that a module keeps for its own life. The end of the module does not release it, since by then
-// the component's DLL may be gone; it is let go by name (see component_lifetime.h).
-template <typename Interface>
-class KeptInterface {
- public:
-  // Takes over the object in place of the one kept before.
-  void keep(Microsoft::WRL::ComPtr<Interface> object) {
-    release();
-    m_object = object.Detach();
-  }
-  void release() {
-    if (auto* object = std::exchange(m_object, nullptr))
-      object->Release();
-  }
-  // The object, or null when none is kept.
-  Interface* get() const { return m_object; }
-
- private:
-  Interface* m_object = nullptr;
-};
-
-using KeptObject = KeptInterface<IDispatch>;
 
 // How long the answer of a component in another process is waited for, in milliseconds. That of one that
 // works on files or waits for others may take longer. In-process components answer when they do.

@@ -6,11 +6,13 @@
 #include <array>
 #include <optional>
 
+#include "support/apartment.h"
 #include "support/automation.h"
 #include "support/boundary.h"
-#include "support/component_lifetime.h"
+#include "support/files.h"
 #include "support/handles.h"
 #include "support/module.h"
+#include "support/process_values.h"
 #include "support/registry.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
@@ -25,18 +27,20 @@ constexpr std::size_t traced_letters = 50;
 
 enum class Component { Untried, Ready, Off };
 
-struct {
-  bool SettingsLoaded = false;
-  bool AlwaysDebug = false;
-  bool DebugPathLoaded = false;
-  std::wstring DebugPath;
-  bool AtWork = false;  // a message that the log's own work brings about is dropped
-  Component ComponentState = Component::Untried;
-  KeptObject Logger;
-  std::optional<std::wstring> Folder;
+struct Log {
+  std::optional<bool> IsWanted;  // the settings, once they are all known
+  bool AtWork = false;           // a message that the log's own work brings about is dropped
+  Component State = Component::Untried;
+  AutomationObject Logger;
   std::wstring LastMessage;
-  std::optional<bool> Traces;
-} log_state;  // lives as long as the process
+};
+
+constinit PerApartment<Log> log_state;
+
+constinit Settled<bool> is_always_on;
+constinit Settled<std::wstring> debug_folder;  // empty when none is set
+constinit Settled<std::wstring> log_folder;
+constinit Settled<bool> is_trace_on;
 
 enum class Test { Equals, Contains };
 
@@ -67,24 +71,26 @@ std::wstring read_Setting(std::wstring_view path) {
 }
 
 // A value that names a program file is a leftover of older releases; it is no folder to write into.
-void load_DebugPath() {
-  log_state.DebugPathLoaded = true;
+std::wstring read_DebugFolder() {
   auto folder = regread_Text(debug_path.Path);
   if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
-    return;
-  log_state.DebugPath = with_Backslash(folder);
+    return {};
+  const auto debug_folder_name = with_Backslash(folder);
   std::wstring path = debug_path.Path;
-  if (log_state.DebugPath != folder)
-    regwrite_sz(path, log_state.DebugPath);
+  if (debug_folder_name != folder)
+    regwrite_sz(path, debug_folder_name);
+  return debug_folder_name;
 }
 
-void load_Settings() {
-  if (!log_state.SettingsLoaded) {
-    log_state.SettingsLoaded = true;
-    log_state.AlwaysDebug = read_Setting(always_debug.Path) == L"1";
-  }
-  if (!log_state.DebugPathLoaded && !is_Quiet())
-    load_DebugPath();
+// Nothing is kept in the quiet state, in which the folder is not known.
+bool is_Wanted(Log& log) {
+  if (log.IsWanted)
+    return *log.IsWanted;
+  const bool always = is_always_on.get_Or([] { return read_Setting(always_debug.Path) == L"1"; });
+  if (is_Quiet() && !debug_folder.get())
+    return always;
+  log.IsWanted = !debug_folder.get_Or(read_DebugFolder).empty() || always;
+  return *log.IsWanted;
 }
 
 bool is_Noise(std::wstring_view message) {
@@ -104,9 +110,10 @@ struct Identity {
   std::wstring LogFile{choose_LogFile(Program, project_name)};
 };
 
-const Identity& own_Identity() {
-  static const Identity identity;
-  return identity;
+constinit Settled<Identity> identity;
+
+Identity own_Identity() {
+  return identity.get_Or([] { return Identity(); });
 }
 
 std::wstring compose_Header() {
@@ -116,7 +123,7 @@ std::wstring compose_Header() {
   wsprintfW(time.data(), L"%02u%02u%02u%02u", now.wDay, now.wHour, now.wMinute, now.wSecond);
 
   std::wstring header;
-  const Identity& own = own_Identity();
+  const auto own = own_Identity();
   for (const std::wstring_view field : {std::wstring_view(time.c_str()), std::wstring_view(own.User),
                                         std::wstring_view(own.Program), std::wstring_view(own.Process)}) {
     if (!field.empty())
@@ -125,41 +132,35 @@ std::wstring compose_Header() {
   return header.append(L" ");
 }
 
-void release_Logger() {
-  log_state.Logger.release();
-  if (log_state.ComponentState == Component::Ready)
-    log_state.ComponentState = Component::Untried;
-}
-
-bool ensure_Logger() {
-  if (log_state.ComponentState == Component::Untried) {
-    release_Later(KeptUntil::ModuleUnloads, release_Logger);
-    log_state.Logger.keep(create_OrRegister(
-        L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"}));
-    log_state.ComponentState = log_state.Logger.get() != nullptr ? Component::Ready : Component::Off;
+bool ensure_Logger(Log& log) {
+  if (log.State == Component::Untried) {
+    log.Logger = create_OrRegister(
+        L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"});
+    log.State = log.Logger ? Component::Ready : Component::Off;
   }
-  return log_state.ComponentState == Component::Ready;
+  return log.State == Component::Ready;
 }
 
+// The first of the folders that is a full path: any other lies in the folder that somebody works in.
 std::wstring find_Folder() {
-  if (!log_state.DebugPath.empty())
-    return log_state.DebugPath;
-  auto folder = with_Backslash(read_Setting(alternative_write_path.Path));
-  if (folder.empty())
+  auto folder = debug_folder.get().value_or(std::wstring());
+  if (!is_FullPath(folder))
+    folder = with_Backslash(read_Setting(alternative_write_path.Path));
+  if (!is_FullPath(folder))
     folder = read_Setting(second_install_folder.Path);
-  if (folder.empty())
+  if (!is_FullPath(folder))
     folder = regread_Text(install_folder.Path);
-  return folder;
+  return is_FullPath(folder) ? folder : std::wstring();
 }
 
-void write_Line(std::wstring_view message) {
-  if (!ensure_Logger())
+void write_Line(Log& log, std::wstring_view message) {
+  const auto file = find_LogFile();
+  if (file.empty() || !ensure_Logger(log))
     return;
-  const std::wstring& chosen = own_Identity().LogFile;
-  if (!chosen.empty())
-    put_Property(log_state.Logger.get(), L"LogfileName", text_Argument(chosen));
-  call_Member(log_state.Logger.get(), L"logge",
-              {text_Argument(compose_Header().append(message)), text_Argument(find_LogFile())});
+  if (const auto chosen = own_Identity().LogFile; !chosen.empty())
+    put_Property(log.Logger.Get(), L"LogfileName", text_Argument(chosen));
+  call_Member(log.Logger.Get(), L"logge",
+              {text_Argument(compose_Header().append(message)), text_Argument(file)});
 }
 
 bool append_ToFile(const wchar_t* path, const std::string& bytes) {
@@ -171,21 +172,18 @@ bool append_ToFile(const wchar_t* path, const std::string& bytes) {
   return WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE;
 }
 
+// A process that traces does without the component.
 bool is_TraceOn() {
-  if (!log_state.Traces) {
-    log_state.Traces = to_Number(read_Setting(drive_root_trace.Path)) == 1;
-    if (*log_state.Traces)
-      log_state.ComponentState = Component::Off;
-  }
-  return *log_state.Traces;
+  return is_trace_on.get_Or([] { return to_Number(read_Setting(drive_root_trace.Path)) == 1; });
 }
 
-void write_Message(std::wstring_view message) {
-  if (message.empty() || message == log_state.LastMessage || is_Noise(message))
+void write_Message(Log& log, std::wstring_view message) {
+  if (message.empty() || message == log.LastMessage || is_Noise(message))
     return;
-  log_state.LastMessage = message;
+  log.LastMessage = message;
   trace_Message(message.substr(0, traced_letters));
-  write_Line(message);
+  if (!is_TraceOn())
+    write_Line(log, message);
 }
 
 }  // namespace
@@ -206,33 +204,34 @@ std::wstring_view choose_LogFile(std::wstring_view executable_name, std::wstring
 
 bool is_LogOn() noexcept {
   return run_Guarded(false, [] {
-    if (log_state.AtWork)
+    auto& log = *log_state;
+    if (log.AtWork)
       return false;
-    if (!log_state.SettingsLoaded || !log_state.DebugPathLoaded) {
-      log_state.AtWork = true;
-      const ScopeExit done([] { log_state.AtWork = false; });
-      load_Settings();
+    bool is_wanted = false;
+    {
+      log.AtWork = true;
+      const ScopeExit done([&log] { log.AtWork = false; });
+      is_wanted = is_Wanted(log);
     }
-    return (log_state.AlwaysDebug || !log_state.DebugPath.empty()) &&
-           (log_state.ComponentState != Component::Off || log_state.Traces.value_or(false));
+    return is_wanted && (log.State != Component::Off || is_trace_on.get().value_or(false));
   });
 }
 
 std::wstring find_LogFile() {
   is_LogOn();  // settles where a debug path leads
-  if (!log_state.Folder)
-    log_state.Folder = find_Folder();
-  const auto& chosen = own_Identity().LogFile;
-  return (*log_state.Folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
+  const auto folder = log_folder.get_Or(find_Folder);
+  const auto chosen = own_Identity().LogFile;
+  return folder.empty() ? folder : (folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
 }
 
 void debug_Log(std::wstring_view message) noexcept {
   if (!is_LogOn())
     return;
   run_Guarded([message] {
-    log_state.AtWork = true;
-    const ScopeExit done([] { log_state.AtWork = false; });
-    write_Message(message);
+    auto& log = *log_state;
+    log.AtWork = true;
+    const ScopeExit done([&log] { log.AtWork = false; });
+    write_Message(log, message);
   });
 }
 

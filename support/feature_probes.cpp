@@ -2,26 +2,22 @@
 
 #include <windows.h>
 
-#include <array>
-#include <optional>
-
+#include "support/boundary.h"
 #include "support/files.h"
 #include "support/module.h"
+#include "support/process_values.h"
 #include "support/registry.h"
-#include "support/selection_state.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
 namespace {
 
-struct {
-  std::optional<bool> CardConnector;
-  std::optional<bool> CredentialProvider;
-  std::optional<bool> MultiSigner;
-  std::optional<std::wstring> ConfigurationTool;  // empty when it was looked for and not found
-  std::wstring SmartCard;                         // the registry's own text, or "1" for a feature that is on
-} probe_state;                                    // lives as long as the process
+constinit Settled<bool> card_connector_found;
+constinit Settled<bool> credential_provider_found;
+constinit Settled<bool> multi_signer_found;
+constinit Settled<std::wstring> configuration_tool;  // empty when it was looked for and not found
+constinit Settled<std::wstring> smart_card;  // the registry's own text, or "1" for a feature that is on
 
 bool is_LoadedFromDriveRoot() {
   return contains(to_Lower(get_ModuleFolder()), LR"(:\norvak)");
@@ -34,14 +30,11 @@ bool is_SwitchedOn(std::wstring_view first_path, std::wstring_view second_path) 
   return trim(value) == L"1";
 }
 
-// The answer is no until the work is done, so that a failure on the way leaves it at no.
+// A failure on the way leaves the answer at no.
 template <typename Question>
-VARIANT_BOOL settle(std::optional<bool>& answer, Question&& is_on) {
-  if (!answer) {
-    answer = false;
-    answer = is_on() || is_LoadedFromDriveRoot();
-  }
-  return to_VariantBool(*answer);
+bool settle(Settled<bool>& answer, Question&& is_on) {
+  return answer.get_Or(
+      [&] { return run_Guarded(false, [&] { return is_on() || is_LoadedFromDriveRoot(); }); });
 }
 
 bool is_ToolFeatureOn(std::wstring_view first_path, std::wstring_view second_path) {
@@ -49,46 +42,44 @@ bool is_ToolFeatureOn(std::wstring_view first_path, std::wstring_view second_pat
   return !tool.empty() && is_SwitchedOn(first_path, second_path) && file_Exists(tool);
 }
 
-void fill_SmartCardCache() {
-  for (auto* probe : {has_CardConnector, has_CredentialProvider, has_MultiSigner}) {
-    if (probe_state.SmartCard.empty() && probe())
-      probe_state.SmartCard = L"1";
-  }
-  for (const auto* path : {csp_card_connector.Path, card_connector.Path, credential_provider.Path}) {
-    if (probe_state.SmartCard.empty())
-      probe_state.SmartCard = regread_Text(path);
-  }
+std::wstring find_SmartCard() {
+  for (auto* probe : {has_CardConnector, has_CredentialProvider, has_MultiSigner})
+    if (probe())
+      return L"1";
+  for (const auto* path : {csp_card_connector.Path, card_connector.Path, credential_provider.Path})
+    if (auto text = regread_Text(path); !text.empty())
+      return text;
+  return {};
 }
 
 }  // namespace
 
-VARIANT_BOOL has_CardConnector() {
-  return settle(probe_state.CardConnector,
+bool has_CardConnector() {
+  return settle(card_connector_found,
                 [] { return is_ToolFeatureOn(card_connector.Path, csp_card_connector.Path); });
 }
 
-VARIANT_BOOL has_CredentialProvider() {
-  return settle(probe_state.CredentialProvider,
+bool has_CredentialProvider() {
+  return settle(credential_provider_found,
                 [] { return is_ToolFeatureOn(credential_provider.Path, csp_credential_provider.Path); });
 }
 
-VARIANT_BOOL has_MultiSigner() {
-  return settle(probe_state.MultiSigner, [] { return trim(regread_Text(multi_signer.Path)) == L"1"; });
+bool has_MultiSigner() {
+  return settle(multi_signer_found, [] { return trim(regread_Text(multi_signer.Path)) == L"1"; });
 }
 
 std::wstring find_ConfigurationTool() {
-  if (!probe_state.ConfigurationTool) {
+  return configuration_tool.get_Or([] {
     constexpr std::wstring_view tool = L"NorvakConfig.exe";
     auto path = find_InFolder(get_InstallFolder(), tool);
-    if (path.empty())
-      path = find_InFolder(regread_Text(csp_folder.Path), tool);
-    probe_state.ConfigurationTool = path;
-  }
-  return *probe_state.ConfigurationTool;
+    return path.empty() ? find_InFolder(regread_Text(csp_folder.Path), tool) : path;
+  });
 }
 
-void update_CardSigningAvailable() {
-  fill_SmartCardCache();
-  if (probe_state.SmartCard == L"1")
-    selection_flags().CardSigningAvailable = VARIANT_TRUE;
+bool is_CardSigningAvailable() {
+  auto known = smart_card.get();
+  if (!known)
+    if (auto found = find_SmartCard(); !found.empty())
+      known = smart_card.settle(std::move(found));
+  return known == L"1";
 }

@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cwctype>
-#include <optional>
 #include <vector>
 
+#include "support/apartment.h"
+#include "support/boundary.h"
 #include "support/diagnostic_log.h"
 #include "support/files.h"
 #include "support/handles.h"
+#include "support/process_values.h"
 #include "support/registry_api.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
@@ -25,10 +27,13 @@ struct IniFiles {
   std::wstring Default;
 };
 
-struct {
-  std::optional<bool> IsOn;
-  std::optional<IniFiles> Files;
-} ini_state;  // lives as long as the process
+struct Search {
+  bool IsUnderWay = false;
+};
+
+constinit Settled<bool> is_on;
+constinit Settled<IniFiles> files_found;
+constinit PerApartment<Search> search;
 
 // What finds the INI files, what the system reads itself, and what the suite's services need before any INI
 // file can be reached. The parts are in lower case.
@@ -64,25 +69,19 @@ std::wstring find_File(const std::wstring& folder, std::wstring name, const wcha
 }
 
 bool is_IniMode() {
-  if (!ini_state.IsOn) {
+  return is_on.get_Or([] {
     const auto text = as_Text(regread_api(use_ini.Path));
-    ini_state.IsOn = !text.empty() && text != L"0";
-  }
-  return *ini_state.IsOn;
+    return !text.empty() && text != L"0";
+  });
 }
 
-const IniFiles& ini_Files() {
-  if (!ini_state.Files) {
-    const auto folder = get_InstallFolder();
-    ini_state.Files = IniFiles{find_File(folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
-                               find_File(folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
-                               find_File(folder, {}, L"norvak.ini")};
-  }
-  return *ini_state.Files;
+// None while they are being looked for.
+IniFiles ini_Files() {
+  return files_found.get().value_or(IniFiles());
 }
 
 std::wstring target_File(std::wstring_view path) {
-  const auto& files = ini_Files();
+  const auto files = ini_Files();
   const bool is_users = path.starts_with(L"HKCU") || path.starts_with(L"HKEY_CURRENT_USER");
   const auto& own = is_users ? files.Users : files.Global;
   const auto& other = is_users ? files.Global : files.Users;
@@ -159,13 +158,26 @@ bool write_File(const RegistryPlace& place, const wchar_t* value, const std::wst
 
 }  // namespace
 
+void find_IniFiles() {
+  auto& under_way = search->IsUnderWay;
+  if (!is_IniMode() || files_found.get() || under_way)
+    return;
+  under_way = true;
+  const ScopeExit done([&under_way] { under_way = false; });
+  const auto folder = get_InstallFolder();
+  files_found.settle({find_File(folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
+                      find_File(folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
+                      find_File(folder, {}, L"norvak.ini")});
+}
+
 bool is_KeptInIni(std::wstring_view path) {
+  find_IniFiles();
   return is_IniMode() && !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
 }
 
 IniValue read_Ini(std::wstring_view path) {
   const auto place = find_Place(path);
-  const auto& files = ini_Files();
+  const auto files = ini_Files();
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
     auto text = file->empty() ? std::wstring() : read_File(place, *file);
     if (!text.empty())
@@ -180,7 +192,7 @@ bool write_Ini(std::wstring_view path, std::wstring_view value) {
 
 bool delete_FromIni(std::wstring_view path) {
   const auto place = find_Place(path);
-  const auto& files = ini_Files();
+  const auto files = ini_Files();
   bool found = false;
   bool removed = true;
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {

@@ -8,6 +8,10 @@
 #include <string>
 #include <string_view>
 
+// Settles where the files are, in INI mode, once a process. Asked before each read is under way, so that the
+// install folder is the one that every other question gets, whichever comes first.
+void find_IniFiles();
+
 // Whether the value of the path (as normalised for the registry) is kept in INI files: INI mode is on
 // ("useini" is neither empty nor "0"), a file is named, and the path neither belongs to the registry alone
 // nor has names that no INI file can hold.

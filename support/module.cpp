@@ -1,5 +1,6 @@
 #include "support/module.h"
 
+#include "support/apartment.h"
 #include "support/diagnostic_log.h"
 
 // The linker puts this symbol at the module's start, so its address is the module's handle without an entry
@@ -8,9 +9,7 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;
 
 namespace {
 
-struct {
-  HWND Window = nullptr;
-} module_state;  // lives as long as the module
+constinit PerApartment<HWND> window;
 
 }  // namespace
 
@@ -35,10 +34,10 @@ void set_hwnd(HWND hwnd) {
   const long number = static_cast<long>(reinterpret_cast<LONG_PTR>(hwnd));
   debug_Log(name, number);
   if (hwnd != nullptr)
-    module_state.Window = hwnd;
+    *window = hwnd;
   debug_Log(finished, number);
 }
 
 HWND get_hwnd() {
-  return module_state.Window;
+  return *window;
 }

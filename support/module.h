@@ -1,5 +1,4 @@
-// The DLL that this code lives in, and the window that its messages belong to. Both are kept for the life of
-// the module.
+// The DLL that this code lives in, and the window that a thread's messages belong to, which the thread keeps.
 #pragma once
 
 #include <windows.h>

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <utility>
 #include <vector>
 
-#include "support/boundary.h"
+#include "support/apartment.h"
 #include "support/files.h"
 #include "support/ini_settings.h"
+#include "support/process_values.h"
 #include "support/registry_path.h"
 #include "support/registry_redirection.h"
 #include "support/registry_view.h"
@@ -22,32 +24,31 @@ namespace {
 
 constexpr std::array<std::wstring_view, 2> usual_install_folders{LR"(c:\programme\bergstede\)",
                                                                  LR"(c:\program files\bergstede\)"};
-constexpr DWORD busy_wait_ms = 100;
 
-struct {
-  bool Reading = false;
-  bool Busy = false;
-  bool Quiet = false;
-  bool ReadOnly = false;
+struct Reads {
+  bool IsAtWork = false;
+  bool IsQuiet = false;
   std::wstring LastPath;
   RegistryValue LastValue;
-  std::wstring InstallFolder;
   bool Remembers = false;
-  std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as first asked for, and texts
-} registry_state;                                                 // lives as long as the process
+  std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as asked for, and texts
+};
 
-// Another call may be at work on this thread (a read that logs, a log that reads); it gets one short chance
-// to finish, never more, since a right-click must not wait.
-class BusyMark {
+constinit PerApartment<Reads> reads_state;
+constinit Guarded<std::wstring> found_folder;  // the install folder that was found last by its files
+constinit std::atomic<bool> is_ReadOnly = false;
+
+// Marks the thread's reads as at work, for what they bring about themselves: a read that logs, a log that
+// reads.
+class WorkMark {
  public:
-  BusyMark() {
-    if (registry_state.Busy)
-      Sleep(busy_wait_ms);
-    registry_state.Busy = true;
-  }
-  ~BusyMark() { registry_state.Busy = false; }
-  BusyMark(const BusyMark&) = delete;
-  BusyMark& operator=(const BusyMark&) = delete;
+  WorkMark() : m_reads(*reads_state) { m_reads.IsAtWork = true; }
+  ~WorkMark() { m_reads.IsAtWork = false; }
+  WorkMark(const WorkMark&) = delete;
+  WorkMark& operator=(const WorkMark&) = delete;
+
+ private:
+  Reads& m_reads;
 };
 
 FoundValue read_Value(std::wstring path) {
@@ -79,13 +80,17 @@ bool is_InstallFolder(std::wstring_view folder) {
   return !folder.empty() && file_Exists(std::wstring(folder) + L"norvak.ico");
 }
 
+std::wstring known_InstallFolder() {
+  return found_folder.with([](const auto& folder) { return folder; });
+}
+
 std::wstring find_InstallFolder() {
-  if (is_InstallFolder(registry_state.InstallFolder))
-    return registry_state.InstallFolder;
+  if (auto folder = known_InstallFolder(); is_InstallFolder(folder))
+    return folder;
   for (const auto folder : usual_install_folders) {
     if (is_InstallFolder(folder)) {
-      registry_state.InstallFolder = folder;
-      return registry_state.InstallFolder;
+      found_folder.with([folder](auto& found) { found = folder; });
+      return std::wstring(folder);
     }
   }
   return {};
@@ -98,9 +103,8 @@ void repair_InstallFolder(const std::wstring& folder) {
     regwrite_sz(path, folder);
 }
 
-bool is_Remembered(std::wstring_view path) {
-  return !path.empty() && path == registry_state.LastPath && !is_Empty(registry_state.LastValue) &&
-         !contains(path, L"doexit");
+bool is_LastPath(const Reads& reads, std::wstring_view path) {
+  return !path.empty() && path == reads.LastPath && !is_Empty(reads.LastValue) && !contains(path, L"doexit");
 }
 
 // A doubled folder name in this one value came from an installer that appended its own folder twice.
@@ -109,29 +113,27 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
   if (!equals_IgnoringCase(path, joined_install_folder))
     return;
   replace_All(value, LR"(\pdf\pdf\)", LR"(\pdf\)");
-  if (registry_state.InstallFolder.size() > shortest_folder &&
-      registry_state.InstallFolder.ends_with(LR"(\\)"))
-    registry_state.InstallFolder.pop_back();
+  found_folder.with([](auto& folder) {
+    if (folder.size() > shortest_folder && folder.ends_with(LR"(\\)"))
+      folder.pop_back();
+  });
 }
 
-// Redirects the path of a write and tells whether it goes to an INI file. Done before the busy mark is set,
-// because finding the files reads settings itself.
+// Redirects the path of a write and tells whether it goes to an INI file.
 bool settle_Target(std::wstring& path) {
   redirect_ToUser(path);
   return is_KeptInIni(path);
 }
 
 void forget_Reads() {
-  registry_state.Remembered.clear();
+  reads_state->Remembered.clear();
   forget_Keys();
 }
 
 FoundValue read_Full(std::wstring_view path) {
   const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
-  if (folder.empty()) {
-    const BusyMark busy;
+  if (folder.empty())
     return read_Redirected(std::wstring(path));
-  }
   if (path == install_folder.Path)
     repair_InstallFolder(folder);
   return {folder, folder};
@@ -140,31 +142,32 @@ FoundValue read_Full(std::wstring_view path) {
 }  // namespace
 
 RegistryValue regread(std::wstring& path) {
-  if (registry_state.Reading) {
+  auto& reads = *reads_state;
+  if (reads.IsAtWork) {
     normalise_ForRead(path);
     return regread_api(path);
   }
-  if (registry_state.Quiet)
+  if (reads.IsQuiet)
     return std::wstring();
-  registry_state.Reading = true;
-  const ScopeExit done([] { registry_state.Reading = false; });
+  find_IniFiles();
+  const WorkMark work;
   normalise_ForRead(path);
-  if (is_Remembered(path))
-    return copy_Of(registry_state.LastValue);
+  if (is_LastPath(reads, path))
+    return copy_Of(reads.LastValue);
   auto value = read_Full(path).Value;
   // Both or neither: copied first, since memory may run out in between.
   auto last_path = path;
   auto last_value = copy_Of(value);
-  registry_state.LastPath.swap(last_path);
-  registry_state.LastValue.swap(last_value);
+  reads.LastPath.swap(last_path);
+  reads.LastValue.swap(last_value);
   return value;
 }
 
 FoundValue find_Value(std::wstring_view path) {
-  if (registry_state.Reading || registry_state.Quiet)
+  if (reads_state->IsAtWork || reads_state->IsQuiet)
     return {};
-  registry_state.Reading = true;
-  const ScopeExit done([] { registry_state.Reading = false; });
+  find_IniFiles();
+  const WorkMark work;
   std::wstring normalised(path);
   normalise_ForRead(normalised);
   auto found = read_Full(normalised);
@@ -174,47 +177,46 @@ FoundValue find_Value(std::wstring_view path) {
 }
 
 void forbid_Writes() {
-  registry_state.ReadOnly = true;
+  is_ReadOnly = true;
 }
 
 std::wstring regread_Text(std::wstring_view path) {
-  const bool remembers = registry_state.Remembers && !registry_state.Reading && !registry_state.Quiet;
+  auto& reads = *reads_state;
+  const bool remembers = reads.Remembers && !reads.IsAtWork && !reads.IsQuiet;
   if (remembers) {
-    const auto known = std::ranges::find_if(registry_state.Remembered, [path](const auto& entry) {
-      return equals_IgnoringCase(entry.first, path);
-    });
-    if (known != registry_state.Remembered.end())
+    const auto known = std::ranges::find(reads.Remembered, path,
+                                         [](const auto& entry) { return std::wstring_view(entry.first); });
+    if (known != reads.Remembered.end())
       return known->second;
   }
   std::wstring normalised(path);
   auto text = as_Text(regread(normalised));
   if (remembers)
-    registry_state.Remembered.emplace_back(path, text);
+    reads.Remembered.emplace_back(path, text);
   return text;
 }
 
-RememberedReads::RememberedReads(For purpose) noexcept : m_purpose(purpose) {
+RememberedReads::RememberedReads(For purpose) : m_purpose(purpose) {
   if (purpose == For::Selection)
     forget_Reads();
-  registry_state.Remembers = true;
+  reads_state->Remembers = true;
   keep_Keys(true);
 }
 
 RememberedReads::~RememberedReads() {
-  registry_state.Remembers = false;
+  reads_state->Remembers = false;
   keep_Keys(false);
   if (m_purpose == For::Menu)
     forget_Reads();
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {
-  if (registry_state.Quiet || registry_state.ReadOnly)
+  if (is_Quiet() || is_ReadOnly)
     return false;
-  registry_state.Remembered.clear();
+  reads_state->Remembered.clear();
   normalise_ForTextWrite(path);
   std::wstring target = path;
   const bool in_ini = settle_Target(target) && !contains(to_Lower(target), L"penetwork");
-  const BusyMark busy;
   repair_InstallFolderValue(target, value);
   ensure_ScriptHost(L"regwrite_sz");
   if (!in_ini)
@@ -227,21 +229,20 @@ bool regwrite_sz(std::wstring& path, std::wstring value) {
 }
 
 bool regwrite_dw(std::wstring& path, long value) {
-  if (registry_state.Quiet || registry_state.ReadOnly)
+  if (is_Quiet() || is_ReadOnly)
     return false;
-  registry_state.Remembered.clear();
+  reads_state->Remembered.clear();
   normalise_ForWrite(path);
   std::wstring target = path;
   const bool in_ini = settle_Target(target);
-  const BusyMark busy;
   ensure_ScriptHost(L"regwrite_dw");
   return in_ini ? write_Ini(target, decimal(value)) : write_ByScriptHost(target, value, L"REG_DWORD");
 }
 
 void set_QuietState(bool quiet) {
-  registry_state.Quiet = quiet;
+  reads_state->IsQuiet = quiet;
 }
 
 bool is_Quiet() {
-  return registry_state.Quiet;
+  return reads_state->IsQuiet;
 }

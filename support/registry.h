@@ -1,6 +1,6 @@
 // The suite's settings in the registry, each named by one path text such as "HKLM\Software\Norvak\MenuMode".
-// Kept for the life of the process: the last path read with its value, the install folder found by its files
-// and the quiet state.
+// Kept by each thread: the last path read with its value, and the quiet state; by the process: the install
+// folder found by its files.
 #pragma once
 
 #include <string>
@@ -36,7 +36,7 @@ std::wstring regread_Text(std::wstring_view path);
 class RememberedReads {
  public:
   enum class For { Selection, Menu };
-  explicit RememberedReads(For purpose) noexcept;
+  explicit RememberedReads(For purpose);
   ~RememberedReads();
   RememberedReads(const RememberedReads&) = delete;
   RememberedReads& operator=(const RememberedReads&) = delete;

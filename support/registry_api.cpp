@@ -7,6 +7,8 @@
 #include <span>
 #include <utility>
 
+#include "support/apartment.h"
+#include "support/process_values.h"
 #include "support/registry_view.h"
 #include "support/text.h"
 
@@ -20,9 +22,9 @@ struct Root {
 };
 
 HKEY find_Root(std::wstring_view name) {
-  static const std::array roots{Root{L"hklm", HKEY_LOCAL_MACHINE}, Root{L"hkcu", HKEY_CURRENT_USER},
-                                Root{L"hkcr", HKEY_CLASSES_ROOT}, Root{L"hku", HKEY_USERS},
-                                Root{L"hkcc", HKEY_CURRENT_CONFIG}};
+  const std::array roots{Root{L"hklm", HKEY_LOCAL_MACHINE}, Root{L"hkcu", HKEY_CURRENT_USER},
+                         Root{L"hkcr", HKEY_CLASSES_ROOT}, Root{L"hku", HKEY_USERS},
+                         Root{L"hkcc", HKEY_CURRENT_CONFIG}};
   const auto found =
       std::ranges::find_if(roots, [name](const Root& root) { return equals_IgnoringCase(root.Name, name); });
   return found == roots.end() ? nullptr : found->Key;
@@ -94,14 +96,17 @@ struct OpenedKey {
   LSTATUS Status = ERROR_SUCCESS;
 };
 
-struct {
+struct KeptKeys {
   bool Keeps = false;
   std::forward_list<OpenedKey> Keys;
-} kept;  // while keys are kept
+};
+
+constinit PerApartment<KeptKeys> kept_keys;
 
 OpenedKey open_ByAnsiName(const RegistryPlace& place) {
   OpenedKey key{place.Root, place.Key, {}, ERROR_INVALID_NAME};
   HKEY opened = nullptr;
+  assert_Unlocked();
   if (key.Root != nullptr)
     key.Status = RegOpenKeyExA(key.Root, to_Ansi(key.Path).c_str(), 0, KEY_READ, &opened);
   key.Key.reset(opened);
@@ -116,6 +121,7 @@ bool is_BelowMissing(std::wstring_view path, const OpenedKey& key) {
 
 // The place's key, or a missing one above it; null when neither is kept or none is at present.
 const OpenedKey* find_Kept(const RegistryPlace& place) {
+  const auto& kept = *kept_keys;
   if (kept.Keeps)
     for (const auto& key : kept.Keys)
       if (key.Root == place.Root &&
@@ -131,6 +137,7 @@ const OpenedKey& find_Key(const RegistryPlace& place, OpenedKey& opened) {
     return *known;
   opened = open_ByAnsiName(place);
   const bool lasts = opened.Key || opened.Status == ERROR_FILE_NOT_FOUND;
+  auto& kept = *kept_keys;
   return kept.Keeps && lasts ? kept.Keys.emplace_front(std::move(opened)) : opened;
 }
 
@@ -149,19 +156,20 @@ RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
 void look_ForMaker(const RegistryPlace& place) {
   const auto maker_end = place.Key.find(L'\\', place.Key.find(L'\\') + 1);
   OpenedKey opened;
-  if (kept.Keeps)
+  if (kept_keys->Keeps)
     find_Key({place.Root, place.Key.substr(0, maker_end), {}}, opened);
 }
 
 }  // namespace
 
 void keep_Keys(bool keeps) {
+  auto& kept = *kept_keys;
   kept.Keeps = keeps;
   kept.Keys.remove_if([](const OpenedKey& key) { return key.Key != nullptr; });
 }
 
 void forget_Keys() {
-  kept.Keys.clear();
+  kept_keys->Keys.clear();
 }
 
 bool is_Empty(const RegistryValue& value) {

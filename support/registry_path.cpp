@@ -1,20 +1,22 @@
 #include "support/registry_path.h"
 
-#include <optional>
-
+#include "support/apartment.h"
 #include "support/boundary.h"
+#include "support/process_values.h"
 #include "support/registry.h"
 #include "support/settings.h"
 #include "support/text.h"
 
 namespace {
 
-struct {
+struct Rewriting {
   bool Loading = false;
-  std::optional<bool> ForceHKLM;
   std::wstring LastInput;
   std::wstring LastOutput;
-} path_state;  // lives as long as the process
+};
+
+constinit PerApartment<Rewriting> rewriting;
+constinit Settled<bool> is_forced;
 
 void make_BackslashesSingle(std::wstring& path) {
   replace_All(path, LR"(\\)", LR"(\)");
@@ -22,10 +24,11 @@ void make_BackslashesSingle(std::wstring& path) {
 
 // The first use reads the switch through the very family that asks for it: the calls nested in that read find
 // the load under way and go on without the switch.
-void load_forceHKLM() {
-  path_state.Loading = true;
-  const ScopeExit done([] { path_state.Loading = false; });
-  path_state.ForceHKLM = trim(to_Lower(regread_Text(force_hklm.Path))) == L"1";
+bool load_forceHKLM() {
+  auto& loading = rewriting->Loading;
+  loading = true;
+  const ScopeExit done([&loading] { loading = false; });
+  return trim(to_Lower(regread_Text(force_hklm.Path))) == L"1";
 }
 
 bool names_CurrentUser(std::wstring_view path) {
@@ -53,22 +56,21 @@ void normalise_Names(std::wstring& path) {
 }  // namespace
 
 bool is_ForceHKLM() {
-  if (!path_state.ForceHKLM && !path_state.Loading)
-    load_forceHKLM();
-  return path_state.ForceHKLM.value_or(false);
+  return rewriting->Loading ? is_forced.get().value_or(false) : is_forced.get_Or(load_forceHKLM);
 }
 
 std::wstring apply_forceHKLM(const std::wstring& path) {
-  const bool nested = path_state.Loading;
-  if (!path_state.LastInput.empty() && path == path_state.LastInput)
-    return path_state.LastOutput;
+  auto& memory = *rewriting;
+  const bool nested = memory.Loading;
+  if (!memory.LastInput.empty() && path == memory.LastInput)
+    return memory.LastOutput;
   std::wstring result = path;
   if (nested || !is_ForceHKLM()) {
     make_BackslashesSingle(result);
   } else if (names_CurrentUser(path)) {
     move_ToMachine(result);
-    path_state.LastInput = path;
-    path_state.LastOutput = result;
+    memory.LastInput = path;
+    memory.LastOutput = result;
   }
   return result;
 }

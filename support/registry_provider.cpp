@@ -5,9 +5,9 @@
 #include <new>
 #include <span>
 
+#include "support/apartment.h"
 #include "support/automation.h"
 #include "support/boundary.h"
-#include "support/component_lifetime.h"
 #include "support/text.h"
 
 using Microsoft::WRL::ComPtr;
@@ -16,12 +16,10 @@ namespace {
 
 constexpr wchar_t provider_class[] = L"StdRegProv";
 
-struct {
-  KeptInterface<IWbemServices> Services;
-} provider_state;  // lives as long as the module
+constinit PerApartment<ComPtr<IWbemServices>> kept_services;
 
 ComPtr<IWbemServices> connect() {
-  ComPtr<IWbemServices> services(provider_state.Services.get());
+  ComPtr<IWbemServices> services(*kept_services);
   ComPtr<IWbemLocator> locator;
   if (services ||
       FAILED(
@@ -31,8 +29,7 @@ ComPtr<IWbemServices> connect() {
     return services;
   CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
                     RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
-  release_Later(KeptUntil::ModuleUnloads, [] { provider_state.Services.release(); });
-  provider_state.Services.keep(services);
+  *kept_services = services;
   return services;
 }
 
@@ -42,7 +39,7 @@ ComPtr<IWbemClassObject> find_Parameters(IWbemServices* services, const wchar_t*
   ComPtr<IWbemClassObject> signature;
   ComPtr<IWbemClassObject> parameters;
   if (FAILED(services->GetObject(_bstr_t(provider_class), 0, nullptr, &methods, nullptr)))
-    provider_state.Services.release();
+    kept_services->Reset();
   else if (SUCCEEDED(methods->GetMethod(method, 0, &signature, nullptr)) && signature)
     signature->SpawnInstance(0, &parameters);
   return parameters;
@@ -62,7 +59,7 @@ std::optional<ProviderAnswer> call(IWbemServices* services, const wchar_t* metho
   ProviderAnswer answer{};
   if (FAILED(services->ExecMethod(_bstr_t(provider_class), _bstr_t(method), 0, nullptr, parameters,
                                   &answer.Results, nullptr)))
-    provider_state.Services.release();
+    kept_services->Reset();
   const auto code = answer.get(L"ReturnValue");
   if (code.vt != VT_I4 && code.vt != VT_UI4)
     return {};

@@ -1,9 +1,9 @@
 #include "support/registry_redirection.h"
 
-#include <optional>
-
+#include "support/apartment.h"
 #include "support/boundary.h"
 #include "support/diagnostic_log.h"
+#include "support/process_values.h"
 #include "support/registry_path.h"
 #include "support/script_host.h"
 #include "support/settings.h"
@@ -11,26 +11,29 @@
 
 namespace {
 
-struct {
-  bool PermtestRunning = false;
-  std::optional<bool> MayWriteToMachine;  // settled by the write test
-} redirection_state;                      // lives as long as the process
+struct Test {
+  bool IsRunning = false;
+};
+
+constinit PerApartment<Test> test;
+constinit Settled<bool> may_WriteToMachine;  // by the write test
 
 }  // namespace
 
 void permtest(std::wstring_view test_path) {
-  if (redirection_state.MayWriteToMachine || redirection_state.PermtestRunning)
+  auto& is_running = test->IsRunning;
+  if (may_WriteToMachine.get() || is_running)
     return;
-  redirection_state.PermtestRunning = true;
-  const ScopeExit done([] { redirection_state.PermtestRunning = false; });
+  is_running = true;
+  const ScopeExit done([&is_running] { is_running = false; });
   trace_Message(L"entering permtest");
-  redirection_state.MayWriteToMachine = try_Write(test_path.empty() ? write_test.Path : test_path);
+  may_WriteToMachine.settle(try_Write(test_path.empty() ? write_test.Path : test_path));
   trace_Message(L"finished permtest");
 }
 
 bool redirect_ToUser(std::wstring& path) {
   permtest();
-  const bool per_user = !redirection_state.MayWriteToMachine.value_or(true) && !is_ForceHKLM();
+  const bool per_user = !may_WriteToMachine.get().value_or(true) && !is_ForceHKLM();
   if (!per_user || !contains(path, machine_branch))
     return false;
   replace_All(path, machine_branch, users_branch);

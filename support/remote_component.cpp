@@ -11,6 +11,7 @@
 #include "support/automation.h"
 #include "support/boundary.h"
 #include "support/remote_worker.h"
+#include "support/unknown.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -66,29 +67,13 @@ constexpr std::wstring_view sign_of_life = L"info";
 constexpr ULONGLONG life_milliseconds = 1000;
 
 // What the callers hold in place of the object.
-class RemoteObject final : public IDispatch {
+class RemoteObject final : public Unknown<IDispatch> {
  public:
   RemoteObject(REFCLSID clsid, DWORD answer_limit)
       : m_class(clsid), m_limit(answer_limit), m_proxy(std::make_shared<Proxy>()) {}
 
-  RemoteObject(const RemoteObject&) = delete;
-  RemoteObject& operator=(const RemoteObject&) = delete;
   HRESULT make();
 
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    const bool is_known = iid == __uuidof(IUnknown) || iid == __uuidof(IDispatch);
-    *object = is_known ? this : nullptr;
-    if (is_known)
-      AddRef();
-    return is_known ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
-  STDMETHODIMP_(ULONG) Release() override {
-    const LONG left = InterlockedDecrement(&m_references);
-    if (left == 0)
-      delete this;
-    return static_cast<ULONG>(left);
-  }
   STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
   STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
   STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* members) override;
@@ -96,7 +81,7 @@ class RemoteObject final : public IDispatch {
                       EXCEPINFO*, UINT*) override;
 
  private:
-  ~RemoteObject();
+  ~RemoteObject() override;
 
   const CLSID m_class;
   const DWORD m_limit;
@@ -104,7 +89,6 @@ class RemoteObject final : public IDispatch {
   std::vector<std::wstring> m_names;  // at the places that the callers know them by
   _variant_t m_life;                  // the last sign, and its time
   ULONGLONG m_life_time = 0;
-  LONG m_references = 0;
 };
 
 HRESULT RemoteObject::make() {

@@ -1,7 +1,7 @@
 #include "support/script_host.h"
 
+#include "support/apartment.h"
 #include "support/automation.h"
-#include "support/component_lifetime.h"
 #include "support/diagnostic_log.h"
 #include "support/registry_api.h"
 #include "support/registry_view.h"
@@ -9,46 +9,41 @@
 
 namespace {
 
-struct {
-  KeptObject Shell;
-} host_state;  // lives as long as the process
+constinit PerApartment<AutomationObject> shell;
 
 bool create_Shell() {
-  release_Later(KeptUntil::ModuleUnloads, [] { host_state.Shell.release(); });
-  host_state.Shell.keep(create_Object(L"WScript.Shell"));
-  return host_state.Shell.get() != nullptr;
+  *shell = create_Object(L"WScript.Shell");
+  return has_ScriptHost();
 }
 
 }  // namespace
 
 void ensure_ScriptHost(std::wstring_view caller) {
   const bool works =
-      call_Member(host_state.Shell.get(), L"RegRead", {text_Argument(in_SuiteView(write_test.Path))})
-          .has_value();
+      call_Member(shell->Get(), L"RegRead", {text_Argument(in_SuiteView(write_test.Path))}).has_value();
   if (!works && !create_Shell())
     debug_Log(L"regi.CreateCOMObject wscript.shell failed in ", caller);
 }
 
 bool has_ScriptHost() {
-  return host_state.Shell.get() != nullptr;
+  return *shell != nullptr;
 }
 
 std::wstring read_ByScriptHost(std::wstring_view path) {
   return ask_Views(path, [](std::wstring_view path_in_view) {
-    const auto answer = call_Member(host_state.Shell.get(), L"RegRead", {text_Argument(path_in_view)});
+    const auto answer = call_Member(shell->Get(), L"RegRead", {text_Argument(path_in_view)});
     return answer ? as_Text(*answer) : std::wstring();
   });
 }
 
 bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const wchar_t* type) {
   forget_Keys();
-  return call_Member(host_state.Shell.get(), L"RegWrite", {text_Argument(in_SuiteView(path)), value, type})
-      .has_value();
+  return call_Member(shell->Get(), L"RegWrite", {text_Argument(in_SuiteView(path)), value, type}).has_value();
 }
 
 bool delete_ByScriptHost(std::wstring_view path) {
   return !path.ends_with(L'\\') &&
-         call_Member(host_state.Shell.get(), L"RegDelete", {text_Argument(in_SuiteView(path))}).has_value();
+         call_Member(shell->Get(), L"RegDelete", {text_Argument(in_SuiteView(path))}).has_value();
 }
 
 bool try_Write(std::wstring_view path) {

@@ -6,13 +6,14 @@
 
 #include "support/files.h"
 #include "support/module.h"
+#include "support/process_values.h"
 #include "support/registry.h"
 #include "support/settings.h"
 #include "support/text.h"
 
 namespace {
 
-std::wstring common_program_folder;  // lives as long as the module
+constinit Settled<std::wstring> common_program_folder;
 
 }  // namespace
 
@@ -24,10 +25,9 @@ std::wstring get_InstallFolder() {
 }
 
 std::wstring get_CommonProgramFolder() {
-  if (common_program_folder.empty())
-    common_program_folder =
-        get_SystemFolder(is_SuitesBitness ? CSIDL_PROGRAM_FILES_COMMON : CSIDL_PROGRAM_FILES_COMMONX86);
-  return common_program_folder;
+  return common_program_folder.get_Or([] {
+    return get_SystemFolder(is_SuitesBitness ? CSIDL_PROGRAM_FILES_COMMON : CSIDL_PROGRAM_FILES_COMMONX86);
+  });
 }
 
 std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name) {

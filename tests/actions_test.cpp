@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
 Lines run(std::wstring_view action, const std::vector<FileEntry>& files) {
-  return boxes_During([&] { run_Action(action, files); });
+  return boxes_During([&] { run_Action(action, files, current_Selection()->Flags); });
 }
 
 Lines temporary_Files() {
@@ -154,7 +154,7 @@ TEST_F(Actions, OpenWhatCanBeSignedWithQuill) {
 TEST_F(Actions, KeepThePdfOfAPictureBesideIt) {
   const HWND window = CreateWindowW(L"STATIC", L"", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
   set_hwnd(window);
-  selection_flags() = flags_Of(L"Image");
+  select_Flags(L"Image");
   const auto fresh = make_File(test_folder + L"a.PNG"), done = make_File(test_folder + L"b.tif");
   make_File(done + L".pdf", L"kept");
   run(L"view", entries({fresh, done, make_File(test_folder + L"c.doc")}));
@@ -188,7 +188,7 @@ TEST_F(Actions, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
   run(L"p7m", entries({file}));
   fs::remove(file);
   run(L"vPKCS7", entries({file + L".p7m", make_File(other + L".P7M"), file + L".p7s"}));
-  selection_flags() = flags_Of(L"Link");
+  select_Flags(L"Link");
   run(L"p7s", entries({file}));
   auto asked = calls(L"_P7x(");
   for (auto& call : asked)
@@ -218,7 +218,7 @@ TEST_F(Actions, GoOnAfterACallThatFails) {
       {L"create", {LR"(E:\)"}, 1},      {L"signit", {picture}, 1},  {L"p7s", {picture, envelope}, 0},
       {L"p7m", {picture, envelope}, 0}, {L"vPKCS7", {envelope}, 0}};
   for (const auto& [action, paths, programs] : rows) {
-    selection_flags() = flags_Of(L"Image");
+    select_Flags(L"Image");
     const auto arrange = [&] {
       set_Value(users + LR"(CSP\StickMounted)", L"1");
       for (const auto* left : {L"a.png.pdf", L"a.png.p7s", L"b.p7m.p7s"})
@@ -256,7 +256,7 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
       names += fs::exists(test_folder + name) ? name + std::wstring(L" ") : L"";
     return names;
   };
-  selection_flags() = flags_Of(L"Image");
+  select_Flags(L"Image");
   const auto shown = [this](const wchar_t* name) { return starts(L"PageKeeper.exe", {name}); };
   const auto writes = [](const wchar_t* content, HRESULT result, bool answer) {
     return [=](const Arguments& arguments) {
@@ -312,15 +312,15 @@ TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {
 class ActionTable : public Machine {};
 
 TEST_F(ActionTable, FindsTheFirstFittingRecord) {
-  action_table() = {{{L"zero", -1, 0, VARIANT_TRUE, L"never"},
-                     {L"one", 5, -1, VARIANT_TRUE, L"never"},
-                     {L"", 5, 5, VARIANT_TRUE, L"never"},
-                     {L"off", 5, 0, VARIANT_FALSE, L"never"},
-                     {L"no action", 6, 1, VARIANT_TRUE, L""},
-                     {L"first", 7, 3, VARIANT_TRUE, L"a"},
-                     {L"second", 3, 7, VARIANT_TRUE, L"b"},
-                     {L"zero", 0, 4, VARIANT_TRUE, L"c"}}};
-  action_table()[99] = {L"last", 99, 5, VARIANT_TRUE, L"z"};
+  action_table() = {{{L"zero", -1, 0, true, L"never"},
+                     {L"one", 5, -1, true, L"never"},
+                     {L"", 5, 5, true, L"never"},
+                     {L"off", 5, 0, false, L"never"},
+                     {L"no action", 6, 1, true, L""},
+                     {L"first", 7, 3, true, L"a"},
+                     {L"second", 3, 7, true, L"b"},
+                     {L"zero", 0, 4, true, L"c"}}};
+  action_table()[99] = {L"last", 99, 5, true, L"z"};
   const std::tuple<long, const wchar_t*, const wchar_t*> rows[] = {
       {3, L"a", L"second"},   {7, L"a", L"first"}, {0, L"c", L"zero"},  {4, L"c", L""},    {1, L"", L""},
       {6, L"", L"no action"}, {5, L"z", L"one"},   {99, L"z", L"last"}, {-1, L"", L"zero"}};
@@ -332,18 +332,18 @@ TEST_F(ActionTable, FindsTheFirstFittingRecord) {
 
 TEST_F(ActionTable, LogsEachRecordUpToTheMatchAndIsClearedTogetherWithTheFlags) {
   const Log log;
-  action_table()[1] = {L"", 1, 1, VARIANT_TRUE, L"unseen"};
-  action_table()[2] = {L"shut", 8, 0, VARIANT_FALSE, L"p7s"};
-  action_table()[3] = {L"open", 9, 1, VARIANT_TRUE, L"view"};
-  action_table()[99] = {L"late", 9, 2, VARIANT_TRUE, L"p7m"};
+  action_table()[1] = {L"", 1, 1, true, L"unseen"};
+  action_table()[2] = {L"shut", 8, 0, false, L"p7s"};
+  action_table()[3] = {L"open", 9, 1, true, L"view"};
+  action_table()[99] = {L"late", 9, 2, true, L"p7m"};
   EXPECT_EQ(get_ActionString(9), L"view");
   get_MenuName(9);
   EXPECT_EQ(log.messages(), (Lines{L"get_ActionString: 9", L"MenuName: shut", L"MenuIDX: 8", L"MenuICMD: 0",
                                    L"MenuAction: p7s", L"MenuName: open", L"MenuIDX: 9", L"MenuICMD: 1",
                                    L"MenuAction: view"}));
-  selection_flags() = flags_Of(L"Folders Card");
+  select_Flags(L"Folders Image");
   clear_ActionTable();
-  EXPECT_EQ(names_Of(selection_flags()), L"");
+  EXPECT_EQ(names_Of(current_Selection()->Flags), L"");
   for (const auto& record : action_table()) {
     EXPECT_EQ(std::wstring(record.MenuName).append(record.MenuAction), L"");
     EXPECT_EQ(record.MenuIDX + record.MenuICMD + record.MenuEnabled, -2);

@@ -130,6 +130,7 @@ bool is_ToFail(bool is_memory) {
 
 Log::Log() : Component(L"logging.logme", {{L"LogfileName", answers({})}, {L"logge", answers({})}}) {
   set_Value(norvak + L"AlwaysDebug", L"1");
+  set_Value(norvak + L"AlternativeWritePath", L"c:\\");
 }
 
 Lines Log::messages() const {

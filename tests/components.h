@@ -59,7 +59,7 @@ bool fail_Call(long number, bool lasts = false);
 // Counts a call, of a component or of the platform's; true when it is one to fail.
 bool is_ToFail(bool is_memory = false);
 
-// The log component, with the log switched on.
+// The log component, with the log switched on and a folder for it.
 class Log : public Component {
  public:
   Log();

@@ -55,7 +55,7 @@ TEST_P(Composition, FillsTheMenuAndTheTable) {
   install(row[0]);
   for (const auto& name : split(row[1], L' '))
     set_Value(norvak + name, L"1");
-  selection_flags() = flags_Of(row[2]);
+  select_Flags(row[2]);
   auto keywords = split(row[3], L' ');
   std::erase(keywords, L"");
   const Menu menu;
@@ -92,7 +92,7 @@ TEST_F(Composition, DependsOnTheKindOfMenu) {
 TEST_F(Composition, KeepsCaptionsAndContainerNameOnceKnown) {
   install(L"PageKeeper NorvakWorkerProcess");
   Component translator(L"NorvakTranslator.Language", {{L"translateit", answers(L"Unterschrift")}});
-  selection_flags() = flags_Of(L"Convertible");
+  select_Flags(L"Convertible");
   EXPECT_EQ(compose(Menu()), 2);
   set_Value(container, L"container");
   EXPECT_EQ(compose(Menu()), 3);

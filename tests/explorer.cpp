@@ -67,7 +67,7 @@ HGLOBAL make_Block(std::string_view bytes) {
   return block;
 }
 
-Selection::Selection(const Lines& paths) : m_block(make_Block(drop_List(paths))) {
+DataObject::DataObject(const Lines& paths) : m_block(make_Block(drop_List(paths))) {
   m_fill = [this](STGMEDIUM& medium) {
     medium.tymed = TYMED_HGLOBAL;
     medium.hGlobal = m_block;
@@ -75,19 +75,19 @@ Selection::Selection(const Lines& paths) : m_block(make_Block(drop_List(paths)))
   };
 }
 
-Selection::~Selection() {
+DataObject::~DataObject() {
   EXPECT_EQ(m_references, 0u) << "references that were not given back";
   EXPECT_EQ(GlobalFlags(m_block) & GMEM_LOCKCOUNT, 0u) << "the block is still locked";
   GlobalFree(m_block);
 }
 
-STDMETHODIMP Selection::QueryInterface(REFIID iid, void** object) {
+STDMETHODIMP DataObject::QueryInterface(REFIID iid, void** object) {
   *object = iid == IID_IUnknown || iid == IID_IDataObject ? this : nullptr;
   m_references += *object != nullptr;
   return *object != nullptr ? S_OK : E_NOINTERFACE;
 }
 
-STDMETHODIMP Selection::GetData(FORMATETC* format, STGMEDIUM* medium) {
+STDMETHODIMP DataObject::GetData(FORMATETC* format, STGMEDIUM* medium) {
   EXPECT_TRUE(format->cfFormat == CF_HDROP && format->ptd == nullptr && format->lindex == -1);
   EXPECT_TRUE(format->dwAspect == DVASPECT_CONTENT && format->tymed == TYMED_HGLOBAL);
   return m_fill(*medium);
@@ -100,7 +100,7 @@ void select(const ComPtr<IContextMenu>& object, IDataObject* selection) {
 }
 
 void select(const ComPtr<IContextMenu>& object, const Lines& paths) {
-  Selection selection(paths);
+  DataObject selection(paths);
   select(object, &selection);
 }
 

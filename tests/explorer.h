@@ -43,12 +43,12 @@ HGLOBAL make_Block(std::string_view bytes);
 
 // A selection; `fill` answers for its data, or it lends out a drop list. At its end every reference must have
 // been given back, that of a lent list too.
-class Selection : public IDataObject {
+class DataObject : public IDataObject {
  public:
   using Fill = std::function<HRESULT(STGMEDIUM&)>;
-  explicit Selection(Fill fill) : m_fill(std::move(fill)) {}
-  explicit Selection(const Lines& paths);
-  virtual ~Selection();
+  explicit DataObject(Fill fill) : m_fill(std::move(fill)) {}
+  explicit DataObject(const Lines& paths);
+  virtual ~DataObject();
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
   STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }

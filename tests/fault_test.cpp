@@ -106,14 +106,15 @@ const std::vector<Fault> groups[] = {
     failing<ERROR_OUTOFMEMORY, false, RegOpenKeyExA, RegQueryValueExA>(),
     failing<no_file, false, GetFileAttributesW, CreateFileW>(),
     failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetTempFileNameW, GetShortPathNameA,
-            GetModuleFileNameW, GetModuleHandleExW, LoadLibraryA, LoadLibraryExW, VirtualProtect>(),
+            GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, VirtualProtect>(),
     failing<E_FAIL, false, SHGetFolderPathW>(),
     failing<CO_E_CLASSSTRING, false, CLSIDFromProgID>(),
+    failing<E_OUTOFMEMORY, false, CoRegisterInitializeSpy>(),
     failing<0, false, InsertMenuA, SetMenuItemBitmaps, LoadImageW, GetObjectA, CreateICA, GetDeviceCaps,
             GetTextMetricsA, CreateCompatibleDC, CreateBitmapIndirect, SelectObject, SetStretchBltMode,
             SetBrushOrgEx, StretchBlt>(),
 #ifdef _WIN64  // the worker for components in other processes
-    failing<0, false, CreateEventW, CreateThread>(),
+    failing<0, false, CreateEventW, CreateThread, GetModuleHandleExW>(),
     failing<ERROR_OUTOFMEMORY, false, RegGetValueW>(),
     {fault<RegOpenKeyExW, ERROR_OUTOFMEMORY, false, open_Key>()},
     failing<E_OUTOFMEMORY, false, CoInitializeEx>(),
@@ -194,7 +195,7 @@ void Faults::arrange(const std::string& kind) {
 Lines Faults::right_Click(const Library& library, std::ptrdiff_t most_lost) const {
   constexpr UINT first_id = 100;
   DeleteFileW(LR"(E:\mounted.txt)");
-  Selection selection(Lines{m_click.Path});
+  DataObject selection(Lines{m_click.Path});
   ComPtr<IClassFactory> factory;
   ComPtr<IContextMenu> object;
   HRESULT made = library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory));
@@ -317,7 +318,7 @@ TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
   Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
   std::filesystem::create_directories(folders[0]);
   folders[0] = pdf;
-  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 46 : 52),
+  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 51 : 57),
                                      {Lines{pdf}, 9},
                                      {Lines(1000, pdf), 9},
                                      {folders, 1009}}) {

@@ -1,7 +1,7 @@
 #include "menu/insertion.h"
 
 #include "menu/bitmaps.h"
-#include "support/component_lifetime.h"
+#include "support/apartment.h"
 #include "support/text.h"
 #include "support/value_cache.h"
 #include "tests/components.h"
@@ -60,7 +60,7 @@ TEST_F(Insertion, KeepsTheBitmapsOfEachPosition) {
   EXPECT_EQ(insert({0, 3, 250, 5}, 101, 0), none + 7 + picture);
   free_MenuBitmaps();  // those of the positions below 100 that showed a picture
   EXPECT_EQ(count_GdiObjects(), none + 3 + picture);
-  release_Components();
+  leave_Apartment();
   EXPECT_EQ(count_GdiObjects(), before);
 }
 

@@ -32,7 +32,7 @@ class Leaks : public Machine {
 // long.
 void Leaks::right_Click(const Lines& paths) const {
   const auto object = m_library.create();
-  Selection selection(paths);
+  DataObject selection(paths);
   select(object, &selection);
   offered(object, 0);
   char text[128];

@@ -31,8 +31,8 @@ Place find_Place(const std::wstring& text) {
 
 // In the order of the flags.
 const Lines flag_names =
-    split(L"Folders Drive Container Mounted Pdf Xml Image Signable Convertible Pkcs7 Link Card", L' ');
-using FlagValues = std::array<VARIANT_BOOL, 12>;
+    split(L"Folders Drive Container Mounted Pdf Xml Image Signable Convertible Pkcs7 Envelope Link", L' ');
+using FlagValues = std::array<bool, 12>;
 
 Lines boxes;
 
@@ -195,7 +195,7 @@ std::wstring names_Of(const SelectionFlags& flags) {
   const auto values = std::bit_cast<FlagValues>(flags);
   std::wstring names;
   for (std::size_t index = 0; index < values.size(); ++index)
-    if (values[index] == VARIANT_TRUE)
+    if (values[index])
       names += (names.empty() ? L"" : L" ") + flag_names[index];
   return names;
 }
@@ -203,8 +203,14 @@ std::wstring names_Of(const SelectionFlags& flags) {
 SelectionFlags flags_Of(const std::wstring& names) {
   FlagValues values{};
   for (std::size_t index = 0; index < values.size(); ++index)
-    values[index] = to_VariantBool(contains(L" " + names + L" ", L" " + flag_names[index] + L" "));
+    values[index] = contains(L" " + names + L" ", L" " + flag_names[index] + L" ");
   return std::bit_cast<SelectionFlags>(values);
+}
+
+void select_Flags(const std::wstring& names) {
+  auto selection = std::make_shared<Selection>();
+  selection->Flags = flags_Of(names);
+  keep_Selection(std::move(selection));
 }
 
 std::vector<FileEntry> entries(const Lines& paths) {

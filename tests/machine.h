@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/selection_state.h"
+#include "support/selection.h"
 
 using Lines = std::vector<std::wstring>;
 
@@ -63,9 +63,11 @@ int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT);
 void answer_Boxes(HMODULE module);
 
 // The names of the flags that are set, as one text, and back: "Folders Drive Container Mounted Pdf Xml Image
-// Signable Convertible Pkcs7 Link Card".
+// Signable Convertible Pkcs7 Envelope Link".
 std::wstring names_Of(const SelectionFlags& flags);
 SelectionFlags flags_Of(const std::wstring& names);
+// Has this thread's last selection have these flags.
+void select_Flags(const std::wstring& names);
 
 // The entries of a selection with these long paths.
 std::vector<FileEntry> entries(const Lines& paths);

@@ -5,7 +5,6 @@
 #include "support/feature_probes.h"
 #include "support/module.h"
 #include "support/registry_view.h"
-#include "support/selection_state.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 #include "tests/components.h"
@@ -46,7 +45,7 @@ TEST_P(Features, AreSettledWithTheFirstQuestion) {
     on += has_CredentialProvider() ? L"provider " : L"";
     on += has_MultiSigner() ? L"signer " : L"";
     find_PdfApplication();
-    on += selection_flags().CardSigningAvailable ? L"card" : L"";
+    on += is_CardSigningAvailable() ? L"card" : L"";
     EXPECT_EQ(on, sides[1]);
     for (const auto* name : {L"CardConnector", L"CredentialProvider", L"MultiSignator"})
       set_Value(norvak + name, later);

@@ -7,6 +7,7 @@
 #include <span>
 #include <thread>
 
+#include "host/diagnosis.h"
 #include "shellext/interface_redirection.h"
 #include "support/automation.h"
 #include "support/module.h"
@@ -377,8 +378,8 @@ TEST_F(ShellExtTest, FillsAMenuThatHasItemsAlreadyAndSurvivesOneThatIsNone) {
   const Menu second;
   AppendMenuW(second.Handle, MF_STRING, 1, L"Open");
   EXPECT_EQ(object->QueryContextMenu(second.Handle, 1, 100, 200, CMF_NORMAL), 5);
-  EXPECT_EQ(GetObjectType(shown.hbmpChecked), 0u) << "the bitmap that this position had before";
-  EXPECT_EQ(GetObjectType(second.item(3).hbmpChecked), static_cast<DWORD>(OBJ_BITMAP));
+  EXPECT_EQ(second.item(3).hbmpChecked, shown.hbmpChecked) << "the display is the same";
+  EXPECT_EQ(GetObjectType(shown.hbmpChecked), static_cast<DWORD>(OBJ_BITMAP));
   const HMENU destroyed = CreatePopupMenu();
   DestroyMenu(destroyed);
   EXPECT_EQ(object->QueryContextMenu(nullptr, 0, 1, 99, CMF_NORMAL), 5);
@@ -386,14 +387,15 @@ TEST_F(ShellExtTest, FillsAMenuThatHasItemsAlreadyAndSurvivesOneThatIsNone) {
   EXPECT_EQ(offered(object).size(), 6u);
 }
 
-// The user's own folder of the suite takes the place of the machine's; the second one is the machine's.
+// The user's own folder of the suite takes the place of the machine's where it is asked for in the usual
+// spelling, and there alone. The doctor tells the same.
 TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
   const auto suite = install_Suite(), second = test_folder + LR"(second\)";
   set_Value(users + LR"(pdf\path)", suite);
-  set_Value(norvak + LR"(pdf\path)", LR"(c:\nowhere)");
-  set_Value(norvak + LR"(pdf\INSTALLDIR)", second);
+  set_Value(norvak + LR"(pdf\path)", second);
   std::filesystem::create_directories(second);
-  std::filesystem::rename(suite + L"quill!.exe", second + L"quill!.exe");
+  for (const auto* program : {L"quill!.exe", L"NorvakWorkerProcess.exe"})
+    std::filesystem::rename(suite + program, second + program);
   record_Starts(m_library.handle());
   answer_Boxes(m_library.handle());
   become_PlainUser();
@@ -404,12 +406,14 @@ TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
     invoke(object, item);
   EXPECT_EQ(take_Starts(), (Lines{opening(L"PageKeeper.exe", m_pdf),
                                   ::quoted(second + L"quill!.exe") + L" " + ::quoted(m_pdf)}));
+  const auto report = host::diagnose(host::make_selection(Lines{m_pdf}));
+  EXPECT_EQ(std::ranges::count(report.front().Facts, L"offered", &host::Fact::State), 5);
 }
 
 TEST_F(ShellExtTest, FreesADropListThatItIsGiven) {
   const auto object = m_library.create();
   const HGLOBAL block = make_Block(drop_List({test_folder}));
-  Selection given([block](STGMEDIUM& medium) {
+  DataObject given([block](STGMEDIUM& medium) {
     medium.tymed = TYMED_HGLOBAL;
     medium.hGlobal = block;
     return S_OK;

@@ -38,7 +38,7 @@ TEST_F(Translation, LooksUpPlainAndEscapedTexts) {
 
 TEST_F(Translation, PassesTextsThroughUntilATranslatorLives) {
   m_translator->IsCreatable = false;
-  EXPECT_EQ(load_Translator(), VARIANT_FALSE);
+  EXPECT_FALSE(load_Translator());
   EXPECT_EQ(translate_String(L"a"), L"a");
   m_translator->IsCreatable = true;
   for (const auto& dead : {fails(), answers(0L), answers(-1L), answers(L"text")}) {
@@ -52,7 +52,7 @@ TEST_F(Translation, PassesTextsThroughUntilATranslatorLives) {
   EXPECT_EQ(calls(L"translateit"), Lines{L"translateit(a)"});
   // It is asked for its life once, also while its answer lets go of it in its turn, and goes with each end.
   for (const std::size_t released : {4, 5}) {
-    EXPECT_EQ(load_Translator(), VARIANT_TRUE);
+    EXPECT_TRUE(load_Translator());
     int asked = 0;
     m_translator->Table[L"info"] = [&asked](const Arguments&) {
       if (++asked < 9)

@@ -16,7 +16,7 @@ TEST_F(ValueCache, BracketsEachAccessWithTheSemaphore) {
   m_store.Values[L"K"] = L"v";
   EXPECT_EQ(get_PermanentCache(L"K"), L"v");
   m_store.Store->Table[L"info"] = answers(0L);
-  EXPECT_EQ(set_PermanentCache(L"My ReaderLock", L"w"), VARIANT_FALSE);
+  set_PermanentCache(L"My ReaderLock", L"w");
   EXPECT_EQ(m_store.Values[L"My ReaderLock"], L"w");
   EXPECT_EQ(log.messages(), Lines{L"Permanent Cache: My ReaderLock"});
   auto made = calls();
@@ -59,11 +59,11 @@ TEST_F(ValueCache, RestsWhileQuietAndIsEmptyWithoutAStore) {
   set_QuietState(true);
   set_PermanentCache(L"K", L"v");
   EXPECT_EQ(get_PermanentCache(L"K"), L"");
-  EXPECT_EQ(load_permcache(), VARIANT_FALSE);
+  EXPECT_FALSE(load_permcache());
   EXPECT_EQ(calls(), Lines{});
   set_QuietState(false);
   m_store.Store->IsCreatable = false;
-  EXPECT_EQ(load_permcache(), VARIANT_FALSE);
+  EXPECT_FALSE(load_permcache());
 }
 
 }  // namespace

@@ -1,0 +1,96 @@
+#include "shellext/selection_capture.h"
+
+#include <wrl/client.h>
+
+#include <array>
+#include <utility>
+
+#include "menu/selection_analysis.h"
+#include "shellext/drop_list.h"
+#include "support/diagnostic_log.h"
+#include "support/file_types.h"
+#include "support/handles.h"
+#include "support/process_values.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr DWORD path_buffer_size = 500;
+
+// The short form of the path in its 8.3 names; empty when there is none or it is longer than a path may be.
+std::wstring short_Path(std::wstring_view path) {
+  std::array<char, path_buffer_size> buffer{};
+  const DWORD length = GetShortPathNameA(to_Ansi(path).c_str(), buffer.data(), path_buffer_size);
+  return length < path_buffer_size ? from_Ansi({buffer.data(), length}) : std::wstring();
+}
+
+DroppedNames dropped_Names(IDataObject* lpdobj) {
+  assert_Unlocked();
+  Microsoft::WRL::ComPtr<IDataObject> data;
+  if (lpdobj == nullptr || FAILED(lpdobj->QueryInterface(IID_PPV_ARGS(&data))) || !data)
+    return {};
+  FORMATETC format{CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
+  unique_stg_medium medium;
+  if (FAILED(data->GetData(&format, &medium))) {
+    static_cast<STGMEDIUM&>(medium) = {};  // what a failed call left there is not ours to release
+    return {};
+  }
+  return medium.tymed == TYMED_HGLOBAL ? read_DropList(medium.hGlobal) : DroppedNames();
+}
+
+void read_ShortPath(std::wstring_view path, FileEntry& entry, Selection& selection,
+                    std::wstring& m_szShortFile) {
+  auto found = short_Path(path);
+  if (found.empty())
+    return;
+  const std::wstring_view short_path = selection.ShortLetters.emplace_front(std::move(found));
+  entry.ShortName = trim(short_path);
+  if (entry.ShortName.empty())
+    debug_Log(L"sztemp empty");
+  m_szShortFile.append(L" ").append(short_path);
+}
+
+std::wstring join_Paths(std::span<const FileEntry> files) {
+  std::wstring m_szFile;
+  for (const auto& entry : files)
+    if (!entry.LongName.empty())
+      m_szFile.append(m_szFile.empty() ? L"" : L"|").append(entry.LongName);
+  return m_szFile;
+}
+
+}  // namespace
+
+Selection capture_Selection(IDataObject* lpdobj, std::wstring& m_szShortFile) {
+  auto dropped = dropped_Names(lpdobj);
+  const auto names = std::move(dropped.Names);
+  if (names.empty())
+    debug_Log(L"Subscript out of range");
+  debug_Log(L"ifiles: ", static_cast<long>(names.size()));
+
+  Selection selection;
+  selection.Letters = std::move(dropped.Letters);
+  selection.Files.resize(names.size());
+  // The short paths are by far the dearest part of a large selection; only the log and entries without a long
+  // path read them.
+  const bool is_logged = is_LogOn();
+  for (std::size_t index = 0; index < names.size(); ++index) {
+    const auto name = names[index];
+    auto& entry = selection.Files[index];
+    entry.LongName = trim(name);
+    if (entry.LongName.empty() && !name.empty())
+      debug_Log(L"sztemp empty");
+    if (!name.empty() && (is_logged || entry.LongName.empty()))
+      read_ShortPath(name, entry, selection, m_szShortFile);
+  }
+  m_szShortFile = std::wstring(trim(m_szShortFile));
+  if (is_logged) {
+    debug_Log(m_szShortFile);
+    debug_Log(join_Paths(selection.Files));
+    if (!selection.Files.empty())
+      debug_Log(L"Files: ", static_cast<long>(selection.Files.size()));
+  }
+  selection.Flags = analyze_Selection(selection.Files);
+  if (selection.Flags.HasEnvelope)
+    repair_Pkcs7Icons();
+  return selection;
+}

@@ -1,0 +1,41 @@
+// The base of the COM classes that are written here: it counts references and answers for its interface.
+#pragma once
+
+#include <windows.h>
+
+#include <unknwn.h>
+
+// A class of one interface, and of those that the interface itself is made from. Its objects are made with
+// `new`, without references, and end with the last one.
+template <typename Interface, typename... Bases>
+class Unknown : public Interface {
+ public:
+  Unknown() = default;
+  Unknown(const Unknown&) = delete;
+  Unknown& operator=(const Unknown&) = delete;
+
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+    if (object == nullptr)
+      return E_POINTER;
+    const bool is_known =
+        iid == __uuidof(IUnknown) || iid == __uuidof(Interface) || ((iid == __uuidof(Bases)) || ...);
+    *object = is_known ? static_cast<Interface*>(this) : nullptr;
+    if (!is_known)
+      return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
+  STDMETHODIMP_(ULONG) Release() override {
+    const LONG left = InterlockedDecrement(&m_references);
+    if (left == 0)
+      delete this;
+    return static_cast<ULONG>(left);
+  }
+
+ protected:
+  virtual ~Unknown() = default;
+
+ private:
+  LONG m_references = 0;
+};
