@@ -17,12 +17,19 @@ constexpr std::wstring_view line_break = L"\r\n";
 struct Translations {
   AutomationObject Translator;
   bool Ready = false;
+  bool Answers = false;  // about its life, whatever it says
   bool Releasing = false;
   std::wstring LastInput;
   std::wstring LastOutput;
 };
 
 constinit PerApartment<Translations> translations;
+
+void ask_ForLife(Translations& own) {
+  const auto life = read_Number(own.Translator.Get(), L"info");
+  own.Answers = life.has_value();
+  own.Ready = life.value_or(0) > 0;
+}
 
 // One question to the dictionary; an unknown text comes back as it is. Nothing when the call failed.
 std::optional<std::wstring> ask_Translator(const std::wstring& text) {
@@ -58,7 +65,7 @@ std::wstring translate_String(const std::wstring& text) {
 Translation translate(const std::wstring& text) {
   auto& own = *translations;
   if (!load_Translator())
-    return {text, !own.Translator};
+    return {text, !own.Translator || own.Answers};
   if (!own.LastInput.empty() && own.LastInput == text && !own.LastOutput.empty())
     return {own.LastOutput, true};
   auto found = look_Up(text);
@@ -77,11 +84,11 @@ Translation translate(const std::wstring& text) {
 
 bool load_Translator() {
   auto& own = *translations;
-  own.Ready = is_Alive(own.Translator.Get());
+  ask_ForLife(own);
   if (!own.Ready) {
     own.Translator = create_OrRegister(L"NorvakTranslator.Language",
                                        {get_CommonProgramFolder() + L"NorvakTranslator.dll"});
-    own.Ready = is_Alive(own.Translator.Get());
+    ask_ForLife(own);
   }
   return own.Ready;
 }

@@ -147,8 +147,7 @@ std::optional<CheckBitmap::Form> present_Form(UINT id) {
   const auto cell = open_Display(contexts) ? character_Cell(contexts.Target.get()) : std::nullopt;
   if (!cell)
     return {};
-  const auto bitmap = display_Bitmap(contexts.Target.get(), *cell);
-  return CheckBitmap::Form{id, picture_Colours(), cell->cx, cell->cy, bitmap.bmPlanes, bitmap.bmBitsPixel};
+  return CheckBitmap::Form{id, picture_Colours(), cell->cx, cell->cy};
 }
 
 }  // namespace

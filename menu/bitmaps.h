@@ -25,8 +25,8 @@ using PictureColours = std::array<COLORREF, 3>;
 // A picture scaled for the place of a check mark, with what it was made for.
 class CheckBitmap {
  public:
-  // The resource's; made anew only if the display, the user's colours or the id are others than before. Null
-  // when it cannot be made.
+  // The resource's; made anew only if the size of a character cell, the user's colours or the id are others
+  // than before. Null when it cannot be made.
   HBITMAP renew(UINT id);
 
   struct Form {
@@ -34,8 +34,6 @@ class CheckBitmap {
     PictureColours Colours;
     LONG Width;
     LONG Height;
-    WORD Planes;
-    WORD PixelBits;
     bool operator==(const Form&) const = default;
   };
 

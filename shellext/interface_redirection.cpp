@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <array>
+
 #include "menu/composition.h"
 #include "support/guid.h"
 #include "support/process_values.h"
@@ -9,36 +12,43 @@
 
 namespace {
 
-// The entry of the method table and the value that it had; rewritten by every exchange, whichever object
-// makes it. Nothing but memory is touched under its lock.
+// The method table of all objects, and the value that its exchanged entry had, which every exchange rewrites,
+// whichever object makes it. Nothing but memory is touched under the lock.
 struct Redirection {
+  std::array<void*, context_menu_methods> MethodTable{};
   void* SavedQueryContextMenu = nullptr;
 };
 
 constinit Guarded<Redirection> redirection;
+
+bool is_Writable(const void* memory) {
+  constexpr DWORD writable = PAGE_READWRITE | PAGE_EXECUTE_READWRITE | PAGE_WRITECOPY;
+  MEMORY_BASIC_INFORMATION page{};
+  return VirtualQuery(memory, &page, sizeof page) != 0 && (page.Protect & writable) != 0;
+}
 
 // Makes the memory writable for as long as it lives, by the first of the ways that is allowed: a process may
 // forbid writable code, and the table of a class need not be code.
 class WritableMemory {
  public:
   WritableMemory(void* memory, std::size_t size) : m_memory(memory), m_size(size) {
-    m_is_writable = VirtualProtect(m_memory, m_size, PAGE_EXECUTE_READWRITE, &m_protection) ||
-                    VirtualProtect(m_memory, m_size, PAGE_READWRITE, &m_protection);
+    m_is_changed = VirtualProtect(m_memory, m_size, PAGE_EXECUTE_READWRITE, &m_protection) ||
+                   VirtualProtect(m_memory, m_size, PAGE_READWRITE, &m_protection);
   }
   ~WritableMemory() {
-    if (m_is_writable)
+    if (m_is_changed)
       VirtualProtect(m_memory, m_size, m_protection, &m_protection);
   }
   WritableMemory(const WritableMemory&) = delete;
   WritableMemory& operator=(const WritableMemory&) = delete;
 
-  bool succeeded() const { return m_is_writable; }
+  bool succeeded() const { return m_is_changed; }
 
  private:
   void* m_memory;
   std::size_t m_size;
   DWORD m_protection = 0;
-  bool m_is_writable = false;
+  bool m_is_changed = false;
 };
 
 }  // namespace
@@ -51,12 +61,25 @@ void* patch_VTableEntry(void* interface_pointer, std::int16_t entry, void* addre
   void* const replaced = *slot;
   if (replaced == address)
     return replaced;
+  if (is_Writable(const_cast<void**>(slot))) {
+    *slot = address;
+    return replaced;
+  }
   const WritableMemory memory(const_cast<void**>(slot), width);
   if (memory.succeeded())
     *slot = address;
   else  // still attempted, but where the entry is write-protected a plain write would end Explorer
     WriteProcessMemory(GetCurrentProcess(), const_cast<void**>(slot), &address, width, nullptr);
   return replaced;
+}
+
+void use_WritableMethodTable(IContextMenu* object) {
+  redirection.with([object](Redirection& own) {
+    auto* const table = reinterpret_cast<void* const* volatile*>(object);
+    if (own.MethodTable.front() == nullptr)
+      std::copy_n(*table, own.MethodTable.size(), own.MethodTable.begin());
+    *table = own.MethodTable.data();
+  });
 }
 
 void redirect_QueryContextMenu(IContextMenu* object) {

@@ -114,7 +114,9 @@ ShellExt* ShellExt::create() noexcept {
   });
 }
 
-ShellExt::ShellExt() : m_Cache(caches->make()) {}
+ShellExt::ShellExt() : m_Cache(caches->make()) {
+  use_WritableMethodTable(this);
+}
 
 void ShellExt::Class_Initialize() noexcept {
   lock_Module();

@@ -149,6 +149,8 @@ std::optional<long> read_Number(IDispatch* object, const wchar_t* name) noexcept
     const auto answer = call_Member(object, name);
     if (!answer)
       return {};
+    if (answer->vt == VT_I4)
+      return answer->lVal;
     _variant_t number;
     number.ChangeType(VT_I4, &*answer);
     return number.lVal;

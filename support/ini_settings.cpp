@@ -68,13 +68,6 @@ std::wstring find_File(const std::wstring& folder, std::wstring name, const wcha
   return folder.empty() ? std::wstring() : folder + name;
 }
 
-bool is_IniMode() {
-  return is_on.get_Or([] {
-    const auto text = as_Text(regread_api(use_ini.Path));
-    return !text.empty() && text != L"0";
-  });
-}
-
 // None while they are being looked for.
 IniFiles ini_Files() {
   return files_found.get().value_or(IniFiles());
@@ -157,6 +150,13 @@ bool write_File(const RegistryPlace& place, const wchar_t* value, const std::wst
 }
 
 }  // namespace
+
+bool is_IniMode() {
+  return is_on.get_Or([] {
+    const auto text = as_Text(regread_api(use_ini.Path));
+    return !text.empty() && text != L"0";
+  });
+}
 
 void find_IniFiles() {
   auto& under_way = search->IsUnderWay;

@@ -8,6 +8,9 @@
 #include <string>
 #include <string_view>
 
+// Whether INI mode is on.
+bool is_IniMode();
+
 // Settles where the files are, in INI mode, once a process. Asked before each read is under way, so that the
 // install folder is the one that every other question gets, whichever comes first.
 void find_IniFiles();

@@ -15,6 +15,7 @@
 #include "support/registry_path.h"
 #include "support/registry_redirection.h"
 #include "support/registry_view.h"
+#include "support/registry_watch.h"
 #include "support/script_host.h"
 #include "support/settings.h"
 #include "support/text.h"
@@ -32,6 +33,9 @@ struct Reads {
   RegistryValue LastValue;
   bool Remembers = false;
   std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as asked for, and texts
+  RegistryWatch Watch;
+  bool IsFresh = false;     // the watch was asked for the right-click that is under way
+  bool IsDoubtful = false;  // some read has failed, which the next right-click must not take for an answer
 };
 
 constinit PerApartment<Reads> reads_state;
@@ -58,6 +62,7 @@ FoundValue read_Value(std::wstring path) {
       return {std::move(text), std::move(file)};
   }
   auto [value, is_missing] = ask_Registry(path);
+  reads_state->IsDoubtful |= is_Empty(value) && !is_missing;
   // What is certainly not there costs a working script host two reads to find out.
   if (is_Empty(value) && !(is_missing && has_ScriptHost())) {
     ensure_ScriptHost(L"regread");
@@ -196,18 +201,21 @@ std::wstring regread_Text(std::wstring_view path) {
   return text;
 }
 
-RememberedReads::RememberedReads(For purpose) : m_purpose(purpose) {
-  if (purpose == For::Selection)
+RememberedReads::RememberedReads(For purpose) {
+  auto& reads = *reads_state;
+  const bool is_checked = purpose == For::Menu && reads.IsFresh;
+  if (!is_checked && (!reads.Watch.is_Unchanged() || is_IniMode() || reads.IsDoubtful)) {
     forget_Reads();
-  reads_state->Remembers = true;
+    reads.IsDoubtful = false;
+  }
+  reads.IsFresh = purpose == For::Selection;
+  reads.Remembers = true;
   keep_Keys(true);
 }
 
 RememberedReads::~RememberedReads() {
   reads_state->Remembers = false;
   keep_Keys(false);
-  if (m_purpose == For::Menu)
-    forget_Reads();
 }
 
 bool regwrite_sz(std::wstring& path, std::wstring value) {

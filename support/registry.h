@@ -31,8 +31,9 @@ void forbid_Writes();
 std::wstring regread_Text(std::wstring_view path);
 
 // While one lives, `regread_Text` reads each path once and then answers from memory, until a setting is
-// written. A right-click asks for the same folders again and again, faster than anybody could change them:
-// what was read for a selection is remembered until its menu is composed.
+// written, here or by another program. A right-click asks for the same folders again and again, and the next
+// one for those again: what was read is remembered as long as the registry does not change, or, where
+// settings may come from INI files, from a selection to its menu.
 class RememberedReads {
  public:
   enum class For { Selection, Menu };
@@ -40,9 +41,6 @@ class RememberedReads {
   ~RememberedReads();
   RememberedReads(const RememberedReads&) = delete;
   RememberedReads& operator=(const RememberedReads&) = delete;
-
- private:
-  For m_purpose;
 };
 
 // Writes a REG_SZ value; the path is normalised in place. A user who may not write to HKLM writes the own

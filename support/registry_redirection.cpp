@@ -11,17 +11,17 @@
 
 namespace {
 
-struct Test {
+struct WriteTest {
   bool IsRunning = false;
 };
 
-constinit PerApartment<Test> test;
+constinit PerApartment<WriteTest> write_test_run;
 constinit Settled<bool> may_WriteToMachine;  // by the write test
 
 }  // namespace
 
 void permtest(std::wstring_view test_path) {
-  auto& is_running = test->IsRunning;
+  auto& is_running = write_test_run->IsRunning;
   if (may_WriteToMachine.get() || is_running)
     return;
   is_running = true;

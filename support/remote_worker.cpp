@@ -18,6 +18,7 @@
 #include "support/guid.h"
 #include "support/handles.h"
 #include "support/module.h"
+#include "support/process_values.h"
 
 namespace {
 
@@ -54,17 +55,6 @@ struct {
   std::vector<MissingSurrogate> Missing;
   std::atomic<long> Threads = 0;
 } worker_state;  // lives as long as the module
-
-class Locked {
- public:
-  explicit Locked(SRWLOCK& lock) : m_lock(&lock) { AcquireSRWLockExclusive(m_lock); }
-  ~Locked() { ReleaseSRWLockExclusive(m_lock); }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
-
- private:
-  SRWLOCK* m_lock;
-};
 
 // The next task; none when the worker is to end.
 Task take_Task(Worker& worker) {

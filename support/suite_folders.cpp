@@ -4,6 +4,8 @@
 
 #include <shlobj.h>
 
+#include <utility>
+
 #include "support/files.h"
 #include "support/module.h"
 #include "support/process_values.h"
@@ -25,9 +27,11 @@ std::wstring get_InstallFolder() {
 }
 
 std::wstring get_CommonProgramFolder() {
-  return common_program_folder.get_Or([] {
-    return get_SystemFolder(is_SuitesBitness ? CSIDL_PROGRAM_FILES_COMMON : CSIDL_PROGRAM_FILES_COMMONX86);
-  });
+  if (auto known = common_program_folder.get())
+    return *std::move(known);
+  auto folder =
+      get_SystemFolder(is_SuitesBitness ? CSIDL_PROGRAM_FILES_COMMON : CSIDL_PROGRAM_FILES_COMMONX86);
+  return folder.empty() ? folder : common_program_folder.settle(std::move(folder));
 }
 
 std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_name) {

@@ -52,8 +52,9 @@ std::wstring from_Ansi(std::string_view text) {
     return {};
   std::wstring letters(
       static_cast<std::size_t>(MultiByteToWideChar(CP_ACP, 0, text.data(), size, nullptr, 0)), L'\0');
-  MultiByteToWideChar(CP_ACP, 0, text.data(), size, letters.data(), static_cast<int>(letters.size()));
-  return letters;
+  const auto room = static_cast<int>(letters.size());
+  return MultiByteToWideChar(CP_ACP, 0, text.data(), size, letters.data(), room) == room ? letters
+                                                                                         : std::wstring();
 }
 
 std::wstring through_Ansi(std::wstring text) {

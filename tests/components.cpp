@@ -3,14 +3,34 @@
 #include <wrl/client.h>
 
 #include <atomic>
+#include <mutex>
 
 #include "suite/com_object.h"
 #include "support/text.h"
 
 namespace {
 
+std::mutex record_lock;
 Lines recorded;
-long living = 0;
+bool is_Recording = true;
+std::atomic<long> living = 0;
+std::atomic<long> strangers = 0;
+
+void record(const std::wstring& line) {
+  const std::lock_guard lock(record_lock);
+  if (is_Recording)
+    recorded.push_back(line);
+}
+
+// Every object of a ProgID is of one class, whichever thread serves it.
+CLSID class_Of(const std::wstring& progid) {
+  static std::map<std::wstring, CLSID> classes;
+  const std::lock_guard lock(record_lock);
+  const auto [known, is_new] = classes.try_emplace(progid);
+  if (is_new)
+    CoCreateGuid(&known->second);
+  return known->second;
+}
 
 std::atomic<long> calls_UntilFailure = 0;
 bool is_Lasting = false;  // the failure, for memory
@@ -21,11 +41,12 @@ class Object final : public suite::ComObject<IDispatch> {
  public:
   explicit Object(Definition definition) : m_definition(std::move(definition)) {
     ++living;
-    recorded.push_back(L"+" + m_definition->ProgId);
+    record(L"+" + m_definition->ProgId);
   }
   ~Object() override {
+    count_Stranger();
     --living;
-    recorded.push_back(L"-" + m_definition->ProgId);
+    record(L"-" + m_definition->ProgId);
   }
 
   STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
@@ -37,6 +58,7 @@ class Object final : public suite::ComObject<IDispatch> {
   }
   STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO*,
                       UINT*) override {
+    count_Stranger();
     const auto& [name, member] = *std::next(m_definition->Table.begin(), id);
     Arguments arguments(std::reverse_iterator(parameters->rgvarg + parameters->cArgs),
                         std::reverse_iterator(parameters->rgvarg));
@@ -44,7 +66,7 @@ class Object final : public suite::ComObject<IDispatch> {
     for (const auto& argument : arguments)
       text += (text.empty() ? L"" : L", ") + text_Of(argument) + (argument.vt == VT_I2 ? L":short" : L"");
     if (name != L"info")
-      recorded.push_back(name + (kind == DISPATCH_PROPERTYPUT ? L"=" + text : L"(" + text + L")"));
+      record(name + (kind == DISPATCH_PROPERTYPUT ? L"=" + text : L"(" + text + L")"));
     if (is_ToFail())
       return E_FAIL;
     try {
@@ -58,7 +80,13 @@ class Object final : public suite::ComObject<IDispatch> {
   }
 
  private:
+  void count_Stranger() const {
+    if (GetCurrentThreadId() != m_thread)
+      ++strangers;
+  }
+
   Definition m_definition;
+  const DWORD m_thread = GetCurrentThreadId();
 };
 
 class Factory final : public suite::ComObject<IClassFactory> {
@@ -95,8 +123,7 @@ std::wstring text_Of(const _variant_t& value) {
 Component::Component(const std::wstring& progid, Members members, bool is_creatable)
     : m_definition(std::make_shared<Definition>(progid, std::move(members), is_creatable)) {
   m_definition->Table.try_emplace(L"info", answers(1L));
-  CLSID clsid{};
-  CoCreateGuid(&clsid);
+  const auto clsid = class_Of(progid);
   std::wstring text(39, L'\0');
   StringFromGUID2(clsid, text.data(), static_cast<int>(text.size()));
   set_Value(LR"(HKCR\)" + progid + LR"(\CLSID\)", text.c_str());
@@ -105,13 +132,20 @@ Component::Component(const std::wstring& progid, Members members, bool is_creata
 }
 
 Lines calls(std::wstring_view part) {
+  const std::lock_guard lock(record_lock);
   Lines lines(recorded);
   std::erase_if(lines, [part](const std::wstring& line) { return !contains(line, part); });
   return lines;
 }
 
-void forget_Calls() {
+void forget_Calls(bool goes_on) {
+  const std::lock_guard lock(record_lock);
   Lines().swap(recorded);
+  is_Recording = goes_on;
+}
+
+long calls_ByStrangers() {
+  return strangers;
 }
 
 long living_Objects() {

@@ -48,8 +48,10 @@ class Component {
 // object made and released, "member(1, 2:short, text)" for a call, "Property=value". Those with `part` in
 // them.
 Lines calls(std::wstring_view part = {});
-// Starts the record anew.
-void forget_Calls();
+// Starts the record anew, or ends it.
+void forget_Calls(bool goes_on = true);
+// How many calls and ends of objects came on other threads than made them.
+long calls_ByStrangers();
 // How many objects have been made and not released.
 long living_Objects();
 
@@ -76,4 +78,14 @@ struct ValueStore {
                    {L"set_PIN", [this](const Arguments& pair) {
                       return (Values[text_Of(pair.at(0))] = text_Of(pair.at(1))).c_str();
                     }}}};
+};
+
+// The suite's components; nothing that they are told stays.
+struct Components {
+  Log Logger;
+  ValueStore Store;
+  Component Translator{L"NorvakTranslator.Language",
+                       {{L"translateit", [](const Arguments& text) { return text.at(0); }}}};
+  Component Host{L"WScript.Shell", {{L"RegRead", answers({})}, {L"RegWrite", answers({})}}};
+  Component Pkcs7{L"norvakcsp.PKCS7", {{L"create_P7x", answers(true)}, {L"validate_P7x", answers(true)}}};
 };

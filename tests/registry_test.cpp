@@ -96,17 +96,19 @@ TEST_F(Registry, KeepsThePdfBranchOfAPlainUserApart) {
             (Lines{L"machine", L"new", L"machine"}));
 }
 
-TEST_F(Registry, RemembersReadsFromTheSelectionToItsMenuUnlessASettingIsWritten) {
-  const auto path = norvak + LR"(pdf\a)";
+TEST_F(Registry, RemembersReadsUntilASettingIsWritten) {
+  const auto path = norvak + LR"(pdf\a)", spelled = LR"(HKLM\SOFTWARE\norvak\pdf\a)"s;
   const auto read_AfterChange = [&](const wchar_t* text) {
     set_Value(path, text);
     regread_Text(norvak + L"another path");
-    return regread_Text(to_Lower(path));
+    return regread_Text(path);
   };
+  set_Value(norvak + LR"(pdf\x)", L"");
   {
     const RememberedReads reads(RememberedReads::For::Selection);
     EXPECT_EQ(regread_Text(path), L"");
     EXPECT_EQ(read_AfterChange(L"1"), L"");
+    EXPECT_EQ(regread_Text(spelled), L"1") << "another spelling may be another value";
   }
   EXPECT_EQ(read_AfterChange(L"2"), L"2") << "between the two";
   {
@@ -116,9 +118,24 @@ TEST_F(Registry, RemembersReadsFromTheSelectionToItsMenuUnlessASettingIsWritten)
       EXPECT_EQ(regread_Text(norvak + name), L"");
     EXPECT_TRUE(write(norvak + LR"(missing\below\a)", L"written"));
     EXPECT_EQ(regread_Text(norvak + LR"(missing\below\a)"), L"written") << "below a key that was not there";
+    EXPECT_EQ(regread_Text(path), L"3");
   }
+  // What another program does is seen by the next selection: each change, that of the user's branch, a value
+  // in a key that is new or goes, and nothing at all.
+  const std::pair<std::wstring, const wchar_t*> changes[] = {
+      {path, L"4"}, {path, L"5"}, {users + L"b", L"6"}, {users + L"b", L"7"}, {users + LR"(new\c)", L"8"}};
+  for (const auto& [place, text] : changes) {
+    for (const auto* expected : {L"", text}) {
+      const RememberedReads reads(RememberedReads::For::Selection);
+      regread_Text(norvak + L"another path");
+      const auto read = regread_Text(place);
+      EXPECT_TRUE(*expected == L'\0' || read == expected) << to_Ansi(read);
+      set_Value(place, text);
+    }
+  }
+  RegDeleteTreeA(HKEY_CURRENT_USER, R"(Software\Norvak)");
   const RememberedReads next(RememberedReads::For::Menu);
-  EXPECT_EQ(read_AfterChange(L"4"), L"4");
+  EXPECT_EQ(regread_Text(users + L"b"), L"");
 }
 
 TEST_F(Registry, FallsBackToTheScriptHost) {

@@ -5,7 +5,6 @@
 #include <array>
 #include <filesystem>
 #include <span>
-#include <thread>
 
 #include "host/diagnosis.h"
 #include "shellext/interface_redirection.h"
@@ -96,29 +95,6 @@ TEST_F(ShellExtTest, EveryInterfaceLeadsToEveryOther) {
   ASSERT_EQ(m_library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory)), S_OK);
   expect_OneIdentity(factory.Get(), of_factory);
   EXPECT_EQ(factory.Reset(), 0u);
-}
-
-// Each right-click on a thread and in an apartment of its own; the inner one comes and goes while the outer
-// one's object lives.
-TEST_F(ShellExtTest, ServesOneApartmentAfterTheOther) {
-  const std::function<void(int)> right_click = [&](int inner) {
-    std::thread([&] {
-      CoInitialize(nullptr);
-      auto object = m_library.create();
-      for (const auto& meanwhile : {inner, 0}) {
-        select(object, Lines{test_folder});
-        EXPECT_EQ(offered(object), folder_menu);
-        if (meanwhile != 0)
-          right_click(meanwhile - 1);
-      }
-      EXPECT_EQ(may_Unload(), S_FALSE);
-      EXPECT_EQ(object.Reset(), 0u);
-      CoUninitialize();
-    }).join();
-  };
-  for (const int inner : {0, 0, 2})
-    right_click(inner);
-  EXPECT_EQ(may_Unload(), S_OK);
 }
 
 TEST_F(ShellExtTest, AnswersLateBoundCallers) {
