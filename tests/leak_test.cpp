@@ -1,6 +1,7 @@
-// Whole right-clicks over and over: nothing of the process may grow, not by one. With NORVAK_ENDURANCE set
-// they are 2,000 (scripts/endure), else a share of them. Each count has to find a leak that is planted for
-// it, so that none of them passes because it counts nothing.
+// Whole right-clicks over and over, in one window or each in one that opens and closes: nothing of the
+// process may grow, not by one. With NORVAK_ENDURANCE set they are 2,000, or 1,000 windows (scripts/endure),
+// else a share of them. Each count has to find a leak that is planted for it, so that none of them passes
+// because it counts nothing.
 #include <cstdlib>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "tests/components.h"
 #include "tests/explorer.h"
 #include "tests/holdings.h"
+#include "tests/window.h"
 
 namespace {
 
@@ -18,9 +20,10 @@ class Leaks : public Machine {
     install_Suite();
     answer_Boxes(m_library.handle());
   }
-  void right_Click(const Lines& paths) const;
+  enum class In { OneWindow, NewWindows };
+  void right_Click(const Lines& paths, In windows = In::OneWindow) const;
   Holdings growth(
-      int clicks, const Lines& paths, const std::function<void()>& leak = [] {}) const;
+      In windows, int clicks, const Lines& paths, const std::function<void()>& leak = [] {}) const;
 
   const Library m_library;
   const ValueStore m_store;
@@ -30,7 +33,12 @@ class Leaks : public Machine {
 
 // Picks an item that starts nothing, none, and for one file an item whose program is missing; that takes
 // long.
-void Leaks::right_Click(const Lines& paths) const {
+void Leaks::right_Click(const Lines& paths, In windows) const {
+  if (windows == In::NewWindows)
+    return Window().run([&] {
+      const Components components;
+      right_Click(paths);
+    });
   const auto object = m_library.create();
   DataObject selection(paths);
   select(object, &selection);
@@ -41,7 +49,7 @@ void Leaks::right_Click(const Lines& paths) const {
     invoke(object, offset);
 }
 
-Holdings Leaks::growth(int clicks, const Lines& paths, const std::function<void()>& leak) const {
+Holdings Leaks::growth(In windows, int clicks, const Lines& paths, const std::function<void()>& leak) const {
   constexpr int until_warm = 5;
   Holdings before;
   for (int click = -until_warm; click < clicks; ++click) {
@@ -49,7 +57,7 @@ Holdings Leaks::growth(int clicks, const Lines& paths, const std::function<void(
       forget_Calls();
       before = count_Holdings();
     }
-    right_Click(paths);
+    right_Click(paths, windows);
     leak();
   }
 
@@ -65,8 +73,18 @@ TEST_F(Leaks, NothingGrowsFromRightClickToRightClick) {
       paths.push_back(make_File(test_folder + std::to_wstring(number) + L".pdf"));
     right_Click(paths);
     DeleteFileW((test_folder + LR"(the suite\quill!.exe)").c_str());
-    EXPECT_EQ(growth(endures ? 2000 : 100 / files + 20, paths), Holdings()) << files;
+    EXPECT_EQ(growth(In::OneWindow, endures ? 2000 : 100 / files + 20, paths), Holdings()) << files;
   }
+}
+
+TEST_F(Leaks, NothingGrowsFromWindowToWindow) {
+  forget_Calls(false);
+  const Lines paths{make_File(test_folder + L"a.pdf")};
+  right_Click(paths, In::NewWindows);
+  DeleteFileW((test_folder + LR"(the suite\quill!.exe)").c_str());
+  const int windows = std::getenv("NORVAK_ENDURANCE") != nullptr ? 1000 : 20;
+  EXPECT_EQ(growth(In::NewWindows, windows, paths), Holdings());
+  EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
 TEST_F(Leaks, AreFoundOneByOne) {
@@ -80,8 +98,9 @@ TEST_F(Leaks, AreFoundOneByOne) {
                              [] { create_Object(L"NorvakTranslator.Language").Detach(); }};
   const Holdings::Kind kinds[] = {Holdings::KernelHandles, Holdings::GdiObjects, Holdings::Menus,
                                   Holdings::HeapBlocks,    Holdings::HeapBytes,  Holdings::Components};
-  for (std::size_t index = 0; index < std::size(leaks); ++index)
-    EXPECT_EQ(growth(clicks, paths, leaks[index]).Counts[kinds[index]], clicks) << kinds[index];
+  for (const auto windows : {In::OneWindow, In::NewWindows})
+    for (std::size_t index = 0; index < std::size(leaks); ++index)
+      EXPECT_EQ(growth(windows, clicks, paths, leaks[index]).Counts[kinds[index]], clicks) << kinds[index];
 }
 
 }  // namespace

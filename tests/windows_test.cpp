@@ -2,69 +2,17 @@
 // own, all in one process with the DLL. With NORVAK_ENDURANCE set each right-clicks 25,000 times
 // (scripts/endure).
 #include <atomic>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 #include <optional>
 #include <set>
-#include <thread>
 
 #include "shellext/shell_ext.h"
 #include "support/handles.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
+#include "tests/window.h"
 
 namespace {
-
-// Does what it is told on its own thread.
-class Window {
- public:
-  Window() = default;
-  Window(const Window&) = delete;
-  Window& operator=(const Window&) = delete;
-  ~Window() {
-    start(nullptr);
-    m_thread.join();
-  }
-  // Returns at once, or when the routine is done.
-  void start(std::function<void()> routine) {
-    wait();
-    const std::lock_guard lock(m_lock);
-    m_routine = std::move(routine);
-    m_is_busy = true;
-    m_changed.notify_all();
-  }
-  void wait() {
-    std::unique_lock lock(m_lock);
-    m_changed.wait(lock, [this] { return !m_is_busy; });
-  }
-  void run(std::function<void()> routine) {
-    start(std::move(routine));
-    wait();
-  }
-
- private:
-  void work() {
-    CoInitialize(nullptr);
-    for (std::unique_lock lock(m_lock);;) {
-      m_changed.wait(lock, [this] { return m_is_busy; });
-      if (!m_routine)
-        break;
-      lock.unlock();
-      std::exchange(m_routine, nullptr)();
-      lock.lock();
-      m_is_busy = false;
-      m_changed.notify_all();
-    }
-    CoUninitialize();
-  }
-
-  std::mutex m_lock;
-  std::condition_variable m_changed;
-  std::function<void()> m_routine;
-  bool m_is_busy = false;
-  std::thread m_thread{[this] { work(); }};
-};
 
 class Windows : public Machine, public testing::WithParamInterface<const char*> {
  protected:
