@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/handles.h"
+#include "support/unknown.h"
 
 namespace {
 
@@ -19,28 +20,9 @@ constexpr std::array captions{L"Open with Floor", L"Sign with Floor", L"Create F
                               L"Create Floor Envelope", L"Validate Floor Signature"};
 LONG objects = 0;
 
-// Counts references and keeps the module loaded.
-template <typename Derived>
-class Counted {
+class Handler final : public IShellExtInit, public IContextMenu {
  public:
-  Counted() { InterlockedIncrement(&objects); }
-  ULONG add() { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
-  ULONG release() {
-    const LONG left = InterlockedDecrement(&m_references);
-    if (left == 0)
-      delete static_cast<Derived*>(this);
-    return static_cast<ULONG>(left);
-  }
-
- protected:
-  ~Counted() { InterlockedDecrement(&objects); }
-
- private:
-  LONG m_references = 0;
-};
-
-class Handler final : public IShellExtInit, public IContextMenu, public Counted<Handler> {
- public:
+  Handler() { InterlockedIncrement(&objects); }
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     *object = nullptr;
     if (iid == __uuidof(IUnknown) || iid == __uuidof(IContextMenu))
@@ -49,11 +31,16 @@ class Handler final : public IShellExtInit, public IContextMenu, public Counted<
       *object = static_cast<IShellExtInit*>(this);
     if (*object == nullptr)
       return E_NOINTERFACE;
-    add();
+    AddRef();
     return S_OK;
   }
-  STDMETHODIMP_(ULONG) AddRef() override { return add(); }
-  STDMETHODIMP_(ULONG) Release() override { return release(); }
+  STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
+  STDMETHODIMP_(ULONG) Release() override {
+    const LONG left = InterlockedDecrement(&m_references);
+    if (left == 0)
+      delete this;
+    return static_cast<ULONG>(left);
+  }
 
   STDMETHODIMP Initialize(PCIDLIST_ABSOLUTE, IDataObject* selection, HKEY) override {
     FORMATETC format{CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
@@ -88,26 +75,23 @@ class Handler final : public IShellExtInit, public IContextMenu, public Counted<
   STDMETHODIMP InvokeCommand(CMINVOKECOMMANDINFO*) override { return m_isFolder ? E_FAIL : S_OK; }
 
  private:
+  ~Handler() { InterlockedDecrement(&objects); }
+
   std::vector<std::wstring> m_paths;
   bool m_isFolder = false;
+  LONG m_references = 0;
 };
 
-class Factory final : public IClassFactory, public Counted<Factory> {
+class Factory final : public Unknown<IClassFactory> {
  public:
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    const bool known = iid == __uuidof(IUnknown) || iid == __uuidof(IClassFactory);
-    *object = known ? static_cast<IClassFactory*>(this) : nullptr;
-    if (!known)
-      return E_NOINTERFACE;
-    add();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return add(); }
-  STDMETHODIMP_(ULONG) Release() override { return release(); }
+  Factory() { InterlockedIncrement(&objects); }
   STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) override {
     return Microsoft::WRL::ComPtr<Handler>(new Handler)->QueryInterface(iid, object);
   }
   STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+
+ private:
+  ~Factory() override { InterlockedDecrement(&objects); }
 };
 
 }  // namespace

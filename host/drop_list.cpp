@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/handles.h"
+#include "support/unknown.h"
 
 namespace host {
 namespace {
@@ -32,28 +33,9 @@ std::vector<std::byte> compose_drop_list(std::span<const std::wstring> paths) {
   return block;
 }
 
-class DropListObject final : public IDataObject {
+class DropListObject final : public Unknown<IDataObject> {
  public:
   explicit DropListObject(std::vector<std::byte> block) : m_block(std::move(block)) {}
-  virtual ~DropListObject() = default;
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    const bool is_known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDataObject);
-    *object = is_known ? static_cast<IDataObject*>(this) : nullptr;
-    if (!is_known) {
-      return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --m_references;
-    if (left == 0) {
-      delete this;
-    }
-    return left;
-  }
 
   HRESULT STDMETHODCALLTYPE GetData(FORMATETC* format, STGMEDIUM* medium) override {
     *medium = {};
@@ -98,7 +80,6 @@ class DropListObject final : public IDataObject {
   HRESULT STDMETHODCALLTYPE EnumDAdvise(IEnumSTATDATA**) override { return OLE_E_ADVISENOTSUPPORTED; }
 
  private:
-  ULONG m_references = 0;  // the host has one apartment with one thread
   std::vector<std::byte> m_block;
 };
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <new>
 
-#include "suite/com_object.h"
+#include "support/unknown.h"
 
 namespace suite {
 namespace {
@@ -70,7 +70,7 @@ const Component& component() {
   throw _com_error(CLASS_E_CLASSNOTAVAILABLE);
 }
 
-class ComponentObject final : public ComObject<IDispatch> {
+class ComponentObject final : public Unknown<IDispatch> {
  public:
   ComponentObject() : m_component(component()), m_members(m_component.create_Members()) {}
 
@@ -152,7 +152,7 @@ class ComponentObject final : public ComObject<IDispatch> {
   std::vector<Member> m_members;
 };
 
-class ClassFactory final : public ComObject<IClassFactory> {
+class ClassFactory final : public Unknown<IClassFactory> {
  public:
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
     if (object == nullptr) {

@@ -74,6 +74,7 @@ HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member) {
 
 HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_variant_t> reversed_arguments,
                       _variant_t& result) {
+  assert_Unlocked();
   DISPID property_put = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{reversed_arguments.data(), nullptr, static_cast<UINT>(reversed_arguments.size()), 0};
   if ((kind & DISPATCH_PROPERTYPUT) != 0) {

@@ -8,6 +8,7 @@
 #include <array>
 
 #include "support/handles.h"
+#include "support/process_values.h"
 #include "support/text.h"
 
 namespace {
@@ -17,6 +18,12 @@ using namespace std::string_view_literals;
 constexpr std::array image_extensions{L"bmp"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L"jpg"sv,
                                       L"jp2"sv, L"jpc"sv, L"pcx"sv, L"gif"sv,  L"png"sv,
                                       L"wmf"sv, L"emf"sv, L"tga"sv, L"pgx"sv,  L"jb2"sv};
+
+// Invalid for what is not there.
+DWORD attributes_Of(const std::wstring& path) {
+  assert_Unlocked();
+  return path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+}
 
 }  // namespace
 
@@ -30,12 +37,12 @@ std::wstring full_Folder(std::wstring_view folder) {
 }
 
 bool file_Exists(const std::wstring& path) {
-  const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+  const DWORD attributes = attributes_Of(path);
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 bool folder_Exists(const std::wstring& path) {
-  const DWORD attributes = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+  const DWORD attributes = attributes_Of(path);
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
@@ -75,6 +82,7 @@ bool write_TextFile(const std::wstring& path, std::wstring_view text) {
 }
 
 std::wstring get_SystemFolder(int csidl) {
+  assert_Unlocked();
   std::wstring folder(MAX_PATH, L'\0');
   if (FAILED(SHGetFolderPathW(nullptr, csidl, nullptr, SHGFP_TYPE_CURRENT, folder.data())))
     return {};

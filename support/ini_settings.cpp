@@ -102,6 +102,7 @@ bool can_Hold(const RegistryPlace& place) {
 }
 
 std::wstring read_File(const RegistryPlace& place, const std::wstring& file) {
+  assert_Unlocked();
   constexpr std::size_t longest_value = 65536;
   std::vector<wchar_t> value(256);
   for (;;) {
@@ -125,6 +126,7 @@ std::wstring protect(std::wstring_view value) {
 unique_kernel_handle take_Lock(const std::wstring& ini_file) {
   constexpr ULONGLONG longest_wait = 2000;
   constexpr ULONGLONG longest_wait_when_denied = 100;
+  assert_Unlocked();
   const auto path = ini_file + L".lock";
   const auto start = GetTickCount64();
   for (;;) {

@@ -5,12 +5,14 @@
 #include <tlhelp32.h>
 
 #include "support/handles.h"
+#include "support/process_values.h"
 #include "support/text.h"
 
 namespace {
 
 bool create_Process(const std::wstring& command_line, STARTUPINFOA startup,
                     const std::wstring& program = {}) {
+  assert_Unlocked();
   auto text = to_Ansi(command_line);
   const auto file = to_Ansi(program);
   startup.cb = sizeof startup;

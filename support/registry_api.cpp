@@ -146,6 +146,7 @@ RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
   const auto& key = find_Key(place, opened);
   status = key.Status;
   DWORD type = REG_NONE;
+  assert_Unlocked();
   return key.Key
              ? query_Value(RegQueryValueExA, key.Key.get(), to_Ansi(place.Name), read_AnsiText, type, status)
              : RegistryValue();
@@ -215,6 +216,7 @@ ApiAnswer ask_Registry(std::wstring_view path) {
 }
 
 unique_hkey open_Key(const RegistryPlace& place, DWORD access) {
+  assert_Unlocked();
   HKEY key = nullptr;
   RegOpenKeyExW(place.Root, place.Key.c_str(), 0, access, &key);
   return unique_hkey(key);

@@ -5,9 +5,8 @@
 
 #include <unknwn.h>
 
-// A class of one interface, and of those that the interface itself is made from. Its objects are made with
-// `new`, without references, and end with the last one.
-template <typename Interface, typename... Bases>
+// A class of one interface. Its objects are made with `new`, without references, and end with the last one.
+template <typename Interface>
 class Unknown : public Interface {
  public:
   Unknown() = default;
@@ -17,8 +16,7 @@ class Unknown : public Interface {
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     if (object == nullptr)
       return E_POINTER;
-    const bool is_known =
-        iid == __uuidof(IUnknown) || iid == __uuidof(Interface) || ((iid == __uuidof(Bases)) || ...);
+    const bool is_known = iid == __uuidof(IUnknown) || iid == __uuidof(Interface);
     *object = is_known ? static_cast<Interface*>(this) : nullptr;
     if (!is_known)
       return E_NOINTERFACE;

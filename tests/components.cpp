@@ -2,11 +2,13 @@
 
 #include <wrl/client.h>
 
+#include <combaseapi.h>
+
 #include <atomic>
 #include <mutex>
 
-#include "suite/com_object.h"
 #include "support/text.h"
+#include "support/unknown.h"
 
 namespace {
 
@@ -37,7 +39,7 @@ bool is_Lasting = false;  // the failure, for memory
 
 using Definition = std::shared_ptr<Component::Definition>;
 
-class Object final : public suite::ComObject<IDispatch> {
+class Object final : public Unknown<IDispatch> {
  public:
   explicit Object(Definition definition) : m_definition(std::move(definition)) {
     ++living;
@@ -81,7 +83,8 @@ class Object final : public suite::ComObject<IDispatch> {
 
  private:
   void count_Stranger() const {
-    if (GetCurrentThreadId() != m_thread)
+    ULONG_PTR apartment = 0;
+    if (GetCurrentThreadId() != m_thread || CoGetContextToken(&apartment) != S_OK)
       ++strangers;
   }
 
@@ -89,7 +92,7 @@ class Object final : public suite::ComObject<IDispatch> {
   const DWORD m_thread = GetCurrentThreadId();
 };
 
-class Factory final : public suite::ComObject<IClassFactory> {
+class Factory final : public Unknown<IClassFactory> {
  public:
   explicit Factory(Definition definition) : m_definition(std::move(definition)) {}
 

@@ -50,7 +50,7 @@ class Component {
 Lines calls(std::wstring_view part = {});
 // Starts the record anew, or ends it.
 void forget_Calls(bool goes_on = true);
-// How many calls and ends of objects came on other threads than made them.
+// How many calls and ends of objects came on other threads than made them, or after their apartments.
 long calls_ByStrangers();
 // How many objects have been made and not released.
 long living_Objects();

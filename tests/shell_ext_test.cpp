@@ -107,18 +107,31 @@ TEST_F(ShellExtTest, AnswersLateBoundCallers) {
   EXPECT_FALSE(call_Member(object.Get(), L"info", {1L}).has_value());
 }
 
+BOOL WINAPI refuse_WritableCode(void* memory, SIZE_T size, DWORD wanted, DWORD* before) {
+  static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
+  return wanted != PAGE_EXECUTE_READWRITE && protect(memory, size, wanted, before);
+}
+
+// Also in a process that forbids writable code.
 TEST(PatchVTableEntry, ExchangesOneEntryOfAProtectedTable) {
   auto* const table = static_cast<ULONG_PTR*>(VirtualAlloc(nullptr, 4096, MEM_COMMIT, PAGE_READWRITE));
-  std::ranges::copy(std::array{1, 2, 3, 4, 5, 6}, table);
-  DWORD protection = 0;
-  VirtualProtect(table, 4096, PAGE_EXECUTE_READ, &protection);
-  const auto* object = table;
-  EXPECT_EQ(patch_VTableEntry(&object, 1, reinterpret_cast<void*>(10)), reinterpret_cast<void*>(1));
-  EXPECT_EQ(patch_VTableEntry(&object, 4, reinterpret_cast<void*>(40)), reinterpret_cast<void*>(4));
-  EXPECT_TRUE(std::ranges::equal(std::array{10u, 2u, 3u, 40u, 5u, 6u}, std::span(table, 6)));
-  MEMORY_BASIC_INFORMATION page{};
-  VirtualQuery(table, &page, sizeof page);
-  EXPECT_EQ(page.Protect, static_cast<DWORD>(PAGE_EXECUTE_READ));
+  for (const DWORD protection : {PAGE_EXECUTE_READ, PAGE_READONLY, PAGE_READWRITE}) {
+    DWORD before = 0;
+    VirtualProtect(table, 4096, PAGE_READWRITE, &before);
+    std::ranges::copy(std::array{1, 2, 3, 4, 5, 6}, table);
+    VirtualProtect(table, 4096, protection, &before);
+    const auto* object = table;
+    EXPECT_EQ(patch_VTableEntry(&object, 1, reinterpret_cast<void*>(10)), reinterpret_cast<void*>(1));
+    EXPECT_EQ(patch_VTableEntry(&object, 4, reinterpret_cast<void*>(40)), reinterpret_cast<void*>(4));
+    EXPECT_TRUE(std::ranges::equal(std::array{10u, 2u, 3u, 40u, 5u, 6u}, std::span(table, 6)));
+    MEMORY_BASIC_INFORMATION page{};
+    VirtualQuery(table, &page, sizeof page);
+    EXPECT_EQ(page.Protect, protection);
+    if (protection == PAGE_EXECUTE_READ) {
+      EXPECT_TRUE(patch_Import("VirtualProtect", reinterpret_cast<void*>(refuse_WritableCode)));
+    }
+  }
 }
 
 TEST_F(ShellExtTest, ClassIdentifierTextIsBracedOrTellsTheFailure) {
