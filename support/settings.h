@@ -87,6 +87,10 @@ inline constexpr Setting drive_root_trace{LR"(HKLM\Software\Norvak\pdf\clog)", L
 inline constexpr Setting skip_auto_unload{LR"(HKLM\Software\Norvak\SkipAutoUnload)", L"REG_SZ", L"0",
                                           Usage::Read};
 
+// Below these all of them stand, but for how file types look.
+inline constexpr std::array<std::wstring_view, 2> settings_branches{LR"(HKLM\SOFTWARE\Norvak)",
+                                                                    LR"(HKCU\SOFTWARE\Norvak)"};
+
 // The branch of which a user who may not write for the machine has an own copy.
 inline constexpr std::wstring_view machine_branch = LR"(HKLM\SOFTWARE\Norvak\pdf)";
 inline constexpr std::wstring_view users_branch = LR"(HKCU\SOFTWARE\Norvak\pdf)";
