@@ -1,8 +1,9 @@
 // Times right-clicks with the product and with the floor handler, one after the other in one run, so that
 // what slows the machine slows both.
 //   bench SUITE FILE        SUITE says in the results what is installed; FILE gets one JSON object a line
-//   bench --load HANDLER    gets the handler's class in this fresh process; the exit code is the microseconds
-//   bench --cold HANDLER    the same with a whole right-click on one file
+//   bench --windows SUITE   the same for several windows at once, as many as there are processors; prints
+//   medians bench --load HANDLER    gets the handler's class in this fresh process; the exit code is the
+//   microseconds bench --cold HANDLER    the same with a whole right-click on one file
 #include <windows.h>
 
 #include <ole2.h>
@@ -15,6 +16,8 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "bench/floor_handler.h"
@@ -173,6 +176,45 @@ int run_Cold(std::string_view name) {
   return times ? static_cast<int>((*times)[static_cast<std::size_t>(Phase::Total)]) : 0;
 }
 
+// Right-clicks in so many windows at once, each on a thread and in an apartment of its own; the median of
+// all.
+double measure_Windows(const Handler& handler, std::size_t windows) {
+  constexpr std::size_t rounds = 400, warm_up = 20;
+  const auto paths = make_Paths(kinds.front());
+  std::vector<std::vector<double>> samples(windows);
+  std::vector<std::thread> threads;
+  for (auto& sample : samples)
+    threads.emplace_back([&] {
+      OleInitialize(nullptr);
+      {
+        const auto selection = host::create_drop_list_object(paths);
+        for (std::size_t round = 0; round < rounds + warm_up; ++round)
+          if (const auto times = right_Click(handler.Class, selection.Get()); times && round >= warm_up)
+            sample.push_back((*times)[static_cast<std::size_t>(Phase::Total)]);
+      }
+      OleUninitialize();
+    });
+  for (auto& thread : threads)
+    thread.join();
+  std::vector<double> all;
+  for (const auto& sample : samples)
+    all.insert(all.end(), sample.begin(), sample.end());
+  return quartiles_Of(std::move(all))[1];
+}
+
+int run_Windows(const char* suite) {
+  const std::size_t many = std::max(2u, std::thread::hardware_concurrency());
+  for (const auto& handler : handlers) {
+    // One alone before and after, so that a machine that gets slower does not look like the windows' cost.
+    const double before = measure_Windows(handler, 1);
+    const double together = measure_Windows(handler, many);
+    const double alone = (before + measure_Windows(handler, 1)) / 2;
+    printf("%-6s %-10s %-7s one window %7.1f us, %u at once %7.1f us each   %5.2f\n", architecture, suite,
+           handler.Name, alone, static_cast<unsigned>(many), together, together / alone);
+  }
+  return 0;
+}
+
 // The floor handler's DLL stands beside this program.
 void register_Floor() {
   std::array<wchar_t, MAX_PATH> path;
@@ -199,6 +241,8 @@ int main(int count, char** arguments) {
   if (std::strcmp(arguments[1], "--cold") == 0)
     return run_Cold(arguments[2]);
   register_Floor();
+  if (std::strcmp(arguments[1], "--windows") == 0)
+    return run_Windows(arguments[2]);
   Results results(arguments[1], arguments[2]);
   for (const auto& kind : kinds)
     if (!measure_Warm(kind, results)) {

@@ -101,12 +101,14 @@ TEST_P(Windows, SeeNoMenuOfAnother) {
   EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
-// They ask for their menus after both have selected, and pick after both have asked.
+// They ask for their menus after both have selected, and pick after both have asked; the second item that
+// they pick has the script host write.
 TEST_F(Windows, PickTheirOwnItemOfTheirOwnFile) {
   install_Suite();
   const Lines files[] = {m_selections[0], {make_File(test_folder + L"a note.txt")}};
   struct Side {
     Window Thread;
+    std::optional<Components> Own;
     ComPtr<IContextMenu> Object;
     Lines Menu;
   } sides[2];
@@ -114,13 +116,27 @@ TEST_F(Windows, PickTheirOwnItemOfTheirOwnFile) {
     for (std::size_t side = 0; side < 2; ++side)
       sides[side].Thread.run([&] { step(sides[side], side); });
   };
-  in_turn([&](Side& side, std::size_t) { side.Object = m_library.create(); });
+  in_turn([&](Side& side, std::size_t) {
+    side.Own.emplace();
+    side.Object = m_library.create();
+  });
   in_turn([&](Side& side, std::size_t index) { select(side.Object, files[index]); });
   in_turn([](Side& side, std::size_t) { side.Menu = offered(side.Object); });
   EXPECT_NE(sides[0].Menu, sides[1].Menu);
   in_turn([](Side& side, std::size_t) { invoke(side.Object, ULONG_PTR{0}); });
   EXPECT_EQ(take_Starts(), Lines{opening(L"PageKeeper.exe", m_selections[0][0])});
-  in_turn([](Side& side, std::size_t) { side.Object.Reset(); });
+  in_turn([&](Side& side, std::size_t) {
+    select(side.Object, m_selections[3]);
+    offered(side.Object);
+    invoke(side.Object, ULONG_PTR{1});
+  });
+  EXPECT_EQ(take_Starts().size(), 2u);
+  EXPECT_EQ(calls(L"StickMounted").size(), 2u);
+  in_turn([](Side& side, std::size_t) {
+    side.Object.Reset();
+    side.Own.reset();
+  });
+  EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
 // The first window's translator waits until the second one's right-clicks are done.
