@@ -182,9 +182,15 @@ TEST_F(Windows, ExchangeTheMethodTableEntryTogether) {
   EXPECT_EQ(wrong, 0);
 }
 
-// The DLL goes and comes with its last window, while others come.
+// The DLL stays while a window keeps something of it; it goes and comes with its last window, while others come.
 TEST_F(Windows, LoadAndUnloadTheDll) {
   install_Suite();
+  {
+    Window idle;
+    idle.run([this] { right_Click(m_selections[0]); });
+    EXPECT_EQ(m_library.run("DllCanUnloadNow"), S_FALSE);
+  }
+  EXPECT_EQ(m_library.run("DllCanUnloadNow"), S_OK);
   ASSERT_EQ(m_library.run("DllRegisterServer"), S_OK);
   FreeLibrary(LoadLibraryW(built_File(L"NorvakContextMenu.dll").c_str()));
   std::atomic<long> refused = 0;
