@@ -107,7 +107,10 @@ TEST_F(ShellExtTest, AnswersLateBoundCallers) {
   EXPECT_FALSE(call_Member(object.Get(), L"info", {1L}).has_value());
 }
 
+std::vector<DWORD> protections;  // those asked for
+
 BOOL WINAPI refuse_WritableCode(void* memory, SIZE_T size, DWORD wanted, DWORD* before) {
+  protections.push_back(wanted);
   static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
   return wanted != PAGE_EXECUTE_READWRITE && protect(memory, size, wanted, before);
@@ -122,12 +125,17 @@ TEST(PatchVTableEntry, ExchangesOneEntryOfAProtectedTable) {
     std::ranges::copy(std::array{1, 2, 3, 4, 5, 6}, table);
     VirtualProtect(table, 4096, protection, &before);
     const auto* object = table;
+    protections.clear();
     EXPECT_EQ(patch_VTableEntry(&object, 1, reinterpret_cast<void*>(10)), reinterpret_cast<void*>(1));
     EXPECT_EQ(patch_VTableEntry(&object, 4, reinterpret_cast<void*>(40)), reinterpret_cast<void*>(4));
     EXPECT_TRUE(std::ranges::equal(std::array{10u, 2u, 3u, 40u, 5u, 6u}, std::span(table, 6)));
     MEMORY_BASIC_INFORMATION page{};
     VirtualQuery(table, &page, sizeof page);
     EXPECT_EQ(page.Protect, protection);
+    std::vector<DWORD> expected;
+    for (int entries = 0; entries < 2 && protection == PAGE_READONLY; ++entries)
+      expected.insert(expected.end(), {PAGE_EXECUTE_READWRITE, PAGE_READWRITE, PAGE_READONLY});
+    EXPECT_EQ(protections, expected);
     if (protection == PAGE_EXECUTE_READ) {
       EXPECT_TRUE(patch_Import("VirtualProtect", reinterpret_cast<void*>(refuse_WritableCode)));
     }

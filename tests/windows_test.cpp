@@ -1,11 +1,15 @@
 // Windows of Explorer side by side: each on a thread and in an apartment of its own, with components of its
 // own, all in one process with the DLL. With NORVAK_ENDURANCE set each right-clicks 25,000 times
 // (scripts/endure).
+#include <array>
 #include <atomic>
+#include <barrier>
 #include <cstdlib>
 #include <optional>
 #include <set>
 
+#include "menu/composition.h"
+#include "shellext/interface_redirection.h"
 #include "shellext/shell_ext.h"
 #include "support/handles.h"
 #include "tests/components.h"
@@ -165,24 +169,30 @@ TEST_F(Windows, WaitForNoOther) {
   EXPECT_EQ(waited, WAIT_OBJECT_0);
 }
 
-// The one entry of all objects.
-TEST_F(Windows, ExchangeTheMethodTableEntryTogether) {
+// Two objects of one method table, made and released at the same time, round for round.
+TEST(MethodTable, LeadsToTheMenuWhileAnObjectLives) {
+  std::array<void*, context_menu_methods> methods{};
+  void* table = methods.data();
+  auto* const object = reinterpret_cast<IContextMenu*>(&table);
+  auto& entry = reinterpret_cast<void* volatile&>(methods[context_menu_entry - 1]);
   std::atomic<long> wrong = 0;
-  {
-    std::vector<Window> all(4);
-    for (auto& window : all)
-      window.start([&] {
-        for (int round = 0; round < 300; ++round) {
-          const auto object = m_library.create();
-          select(object, m_selections[1]);
-          wrong += offered(object) != folder_menu;
-        }
-      });
-  }
+  std::barrier round_begins(2, [&entry]() noexcept { entry = nullptr; });
+  const auto make_AndRelease = [&] {
+    for (int round = 0; round < 20'000; ++round) {
+      round_begins.arrive_and_wait();
+      redirect_QueryContextMenu(object);
+      wrong += entry != reinterpret_cast<void*>(&QueryContextMenu);
+      restore_QueryContextMenu(object);
+    }
+  };
+  std::thread other(make_AndRelease);
+  make_AndRelease();
+  other.join();
   EXPECT_EQ(wrong, 0);
 }
 
-// The DLL stays while a window keeps something of it; it goes and comes with its last window, while others come.
+// The DLL stays while a window keeps something of it; it goes and comes with its last window, while others
+// come.
 TEST_F(Windows, LoadAndUnloadTheDll) {
   install_Suite();
   {
