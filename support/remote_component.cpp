@@ -239,7 +239,7 @@ struct Call {
   bool asks_ForLife() const { return Name == sign_of_life && Arguments.empty(); }
 };
 
-// Called by the workers.
+// Called by the workers, as is the next one.
 void make_Object(Target& target) {
   target.Known = run_Guarded(E_OUTOFMEMORY, [&] { return target.Process.make(target.Object); });
   target.Calls->begin();
@@ -248,9 +248,7 @@ void make_Object(Target& target) {
 HRESULT carry_Out(Target& target, Call& call, _variant_t& value) {
   if (const HRESULT known = target.Known; FAILED(known))
     return known;
-  HRESULT outcome = run_Guarded(E_OUTOFMEMORY, [&] {
-    return target.Process.call(target.Object.Get(), call.Name, call.Kind, call.Arguments, value);
-  });
+  HRESULT outcome = target.Process.call(target.Object.Get(), call.Name, call.Kind, call.Arguments, value);
   if (has_Ended(outcome))
     target.Known = outcome;
   if (SUCCEEDED(outcome) && !is_Plain(value)) {
@@ -380,7 +378,7 @@ HRESULT RemoteObject::ask(Call call, VARIANT& result) {
   m_target->Calls->add([target = m_target, call = std::move(call), answer]() mutable {
     if (answer->IsAbandoned)  // it must not be made late
       return;
-    answer->Outcome = carry_Out(*target, call, answer->Value);
+    answer->Outcome = run_Guarded(E_OUTOFMEMORY, [&] { return carry_Out(*target, call, answer->Value); });
     SetEvent(answer->Given.get());
   });
   if (!wait_ForAnswer(answer->Given.get(), m_limit)) {

@@ -3,6 +3,7 @@
 #include <objbase.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -46,7 +47,22 @@ SharedStrand next_Strand() {
   return next;
 }
 
+// The first exception of a thread has the runtime keep something for it, which ends the program where there
+// is no memory. So the thread has one before it begins, as soon as there is some.
+void prepare_ForExceptions() {
+  for (;;) {
+    void* const volatile memory = std::malloc(4096);
+    if (memory != nullptr) {
+      std::free(memory);
+      break;
+    }
+    Sleep(10);
+  }
+  run_Guarded([] { throw std::bad_alloc(); });
+}
+
 DWORD WINAPI run_Worker(void*) {
+  prepare_ForExceptions();
   const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   while (const auto strand = next_Strand())
     strand->run();
