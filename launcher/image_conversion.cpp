@@ -15,10 +15,10 @@ constexpr long whole_page = 128;
 // call that a shell extension asks: it then shows no window of its own.
 std::wstring make_TemporaryPdf(IDispatch* editor, const std::wstring& picture) {
   put_Property(editor, called_from_shell, true);
-  call_Member(editor, L"set_caller", {called_from_shell});
+  send_Member(editor, L"set_caller", {called_from_shell});
   const auto pdf = call_Member(editor, L"img2pdf", {text_Argument(picture), whole_page});
   put_Property(editor, called_from_shell, false);
-  call_Member(editor, L"set_caller", {L"calledfromshellextension_clear"});
+  send_Member(editor, L"set_caller", {L"calledfromshellextension_clear"});
   return pdf ? as_Text(*pdf) : std::wstring();
 }
 
@@ -40,7 +40,7 @@ std::wstring convert_ToPdf(const std::wstring& picture) {
   if (!editor)
     return picture;
   if (get_hwnd() != nullptr)
-    call_Member(editor.Get(), L"set_hwnd", {hwnd_Argument(get_hwnd())});
+    send_Member(editor.Get(), L"set_hwnd", {hwnd_Argument(get_hwnd())});
   const auto pdf = make_TemporaryPdf(editor.Get(), picture);
   auto file = file_Exists(pdf) ? keep_Beside(picture, pdf) : picture;
   put_Property(editor.Get(), called_from_shell, false);

@@ -6,6 +6,7 @@
 #include "support/apartment.h"
 #include "support/automation.h"
 #include "support/boundary.h"
+#include "support/remote_component.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -21,6 +22,7 @@ struct Translations {
   bool Releasing = false;
   std::wstring LastInput;
   std::wstring LastOutput;
+  bool IsLastSettled = false;
 };
 
 constinit PerApartment<Translations> translations;
@@ -67,17 +69,19 @@ Translation translate(const std::wstring& text) {
   if (!load_Translator())
     return {text, !own.Translator || own.Answers};
   if (!own.LastInput.empty() && own.LastInput == text && !own.LastOutput.empty())
-    return {own.LastOutput, true};
+    return {own.LastOutput, own.IsLastSettled};
   auto found = look_Up(text);
   const bool is_answered = found.has_value();
   auto answer = std::move(found).value_or(text);
   replace_All(answer, escaped_break, line_break);
-  if (!answer.empty()) {
+  // One that was out of reach may know the text the next time.
+  if (!answer.empty() && (is_answered || !is_Remote(own.Translator.Get()))) {
     // Both or neither: copied first, since memory may run out in between.
     std::wstring input = text;
     std::wstring output = answer;
     own.LastInput.swap(input);
     own.LastOutput.swap(output);
+    own.IsLastSettled = is_answered;
   }
   return {std::move(answer), is_answered};
 }

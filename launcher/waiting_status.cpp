@@ -5,17 +5,12 @@
 
 #include <shlguid.h>
 
+#include "support/patience.h"
+
 namespace {
 
 // How soon a click on the dialog's button counts.
 constexpr DWORD slice_milliseconds = 100;
-
-// Paints and answers other threads, but takes no input: a second right-click must not start meanwhile.
-void paint_Windows() {
-  MSG message;
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE | PM_QS_PAINT | PM_QS_SENDMESSAGE))
-    DispatchMessageW(&message);
-}
 
 }  // namespace
 
@@ -44,8 +39,7 @@ bool WaitingStatus::wait(DWORD milliseconds) noexcept {
   for (auto now = GetTickCount64(); now < end; now = GetTickCount64()) {
     if (m_dialog && m_dialog->HasUserCancelled())
       return false;
-    MsgWaitForMultipleObjects(0, nullptr, FALSE, slice_milliseconds, QS_PAINT | QS_SENDMESSAGE);
-    paint_Windows();
+    wait_AndPaint(nullptr, slice_milliseconds);
   }
   return true;
 }

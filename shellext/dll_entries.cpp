@@ -9,7 +9,7 @@
 #include "shellext/shell_ext.h"
 #include "support/apartment.h"
 #include "support/module.h"
-#include "support/remote_worker.h"
+#include "support/remote_component.h"
 #include "support/stack_guard.h"
 
 // Gives back what the process keeps for the threads when the DLL alone goes; at the end of the process

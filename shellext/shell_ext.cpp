@@ -18,6 +18,7 @@
 #include "support/boundary.h"
 #include "support/diagnostic_log.h"
 #include "support/module.h"
+#include "support/patience.h"
 #include "support/process_values.h"
 #include "support/registry.h"
 #include "support/settings.h"
@@ -133,7 +134,7 @@ void ShellExt::Class_Terminate() noexcept {
     set_QuietState(false);
     m_Cache->Reset();
     // The cache is gone, so this reaches nobody: its own last release decides when its session ends.
-    call_Member(m_Cache->Get(), L"DisableSessionUnloading");
+    send_Member(m_Cache->Get(), L"DisableSessionUnloading");
     run_Guarded(clear_ActionTable);
     run_Guarded(clean_up_Process);
   }
@@ -143,7 +144,7 @@ void ShellExt::Class_Terminate() noexcept {
 long ShellExt::ensure_Cache() noexcept {
   if (!is_Alive(m_Cache->Get())) {
     *m_Cache = create_Object(L"NorvakCertInstaller.icache");
-    call_Member(m_Cache->Get(), L"DisableSessionUnloading");
+    send_Member(m_Cache->Get(), L"DisableSessionUnloading");
   }
   return read_Number(m_Cache->Get(), L"info").value_or(0);
 }
@@ -163,6 +164,7 @@ HWND ShellExt::get_WindowHandle() {
 
 HRESULT ShellExt::IShellExtInit_Initialize(IDataObject* lpdobj) noexcept {
   const ComPtr<IContextMenu> own(this);
+  begin_MenuPatience();
   run_Guarded(clear_ActionTable);
   m_Files.reset();
   run_Guarded([&] {
@@ -200,6 +202,7 @@ HRESULT ShellExt::IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, cha
 HRESULT ShellExt::IContextMenu_InvokeCommand(const CMINVOKECOMMANDINFO* lpcmi) noexcept {
   const ComPtr<IContextMenu> own(this);
   ensure_Cache();
+  const ActionPatience patience;
   if (lpcmi != nullptr)
     run_Guarded([&] { run_Command(*lpcmi); });
   return S_OK;

@@ -51,18 +51,19 @@ AutomationObject create_ByKnownFactory(std::wstring_view progid) {
   return object;
 }
 
-std::optional<_variant_t> invoke(IDispatch* object, const wchar_t* name, WORD kind,
-                                 std::initializer_list<_variant_t> arguments) {
+// Without room for a result nobody waits for one.
+bool invoke(IDispatch* object, const wchar_t* name, WORD kind, std::initializer_list<_variant_t> arguments,
+            _variant_t* result) {
   const AutomationObject own(object);  // the component may have its owner let it go meanwhile
   DISPID member = DISPID_UNKNOWN;
   if (object == nullptr || FAILED(find_Member(object, name, member)))
-    return {};
+    return false;
   std::vector<_variant_t> reversed(std::rbegin(arguments), std::rend(arguments));
-  _variant_t result;
-  if (FAILED(invoke_Member(object, member, kind, reversed, result)))
-    return {};
-  return result;
+  return SUCCEEDED(invoke_Member(object, member, kind, reversed, result));
 }
+
+// A caller by name cannot know whether the component made the member a method or a property.
+constexpr WORD call_or_read = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
 }  // namespace
 
@@ -73,7 +74,7 @@ HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member) {
 }
 
 HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_variant_t> reversed_arguments,
-                      _variant_t& result) {
+                      _variant_t* result) {
   assert_Unlocked();
   DISPID property_put = DISPID_PROPERTYPUT;
   DISPPARAMS parameters{reversed_arguments.data(), nullptr, static_cast<UINT>(reversed_arguments.size()), 0};
@@ -83,8 +84,8 @@ HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_va
   }
   EXCEPINFO exception{};
   UINT argument_at_fault = 0;
-  const HRESULT outcome = object->Invoke(member, no_interface, LOCALE_USER_DEFAULT, kind, &parameters,
-                                         &result, &exception, &argument_at_fault);
+  const HRESULT outcome = object->Invoke(member, no_interface, LOCALE_USER_DEFAULT, kind, &parameters, result,
+                                         &exception, &argument_at_fault);
   SysFreeString(exception.bstrSource);
   SysFreeString(exception.bstrDescription);
   SysFreeString(exception.bstrHelpFile);
@@ -100,18 +101,17 @@ AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD ans
   CLSID clsid{};
   if (object || FAILED(CLSIDFromProgID(progid, &clsid)))
     return object;
-  ComPtr<IClassFactory> factory;
-  if (SUCCEEDED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)))) {
-    if (SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
-      run_Guarded([&] { known_factories->emplace_back(progid, factory); });
-    return object;
-  }
   // A 64-bit program finds the suite's components in other processes as a rule. For a 32-bit one this is an
   // exception, and a factory that is kept would keep that process alive.
-  if constexpr (is_SuitesBitness)
-    CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
-  else
-    object = create_RemoteObject(clsid, answer_limit);
+  ComPtr<IClassFactory> factory;
+  if (FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)))) {
+    if constexpr (is_SuitesBitness)
+      CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
+    else
+      run_Guarded([&] { factory = make_RemoteFactory(clsid, answer_limit); });
+  }
+  if (factory && SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
+    run_Guarded([&] { known_factories->emplace_back(progid, factory); });
   return object;
 }
 
@@ -136,13 +136,20 @@ AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<
 
 std::optional<_variant_t> call_Member(IDispatch* object, const wchar_t* name,
                                       std::initializer_list<_variant_t> arguments) noexcept {
-  // A caller by name cannot know whether the component made the member a method or a property.
-  return run_Guarded(std::optional<_variant_t>(),
-                     [&] { return invoke(object, name, DISPATCH_METHOD | DISPATCH_PROPERTYGET, arguments); });
+  return run_Guarded(std::optional<_variant_t>(), [&] {
+    _variant_t result;
+    const bool is_answered = invoke(object, name, call_or_read, arguments, &result);
+    return is_answered ? std::optional(std::move(result)) : std::nullopt;
+  });
+}
+
+void send_Member(IDispatch* object, const wchar_t* name,
+                 std::initializer_list<_variant_t> arguments) noexcept {
+  run_Guarded([&] { invoke(object, name, call_or_read, arguments, nullptr); });
 }
 
 bool put_Property(IDispatch* object, const wchar_t* name, const _variant_t& value) noexcept {
-  return run_Guarded(false, [&] { return invoke(object, name, DISPATCH_PROPERTYPUT, {value}).has_value(); });
+  return run_Guarded(false, [&] { return invoke(object, name, DISPATCH_PROPERTYPUT, {value}, nullptr); });
 }
 
 std::optional<long> read_Number(IDispatch* object, const wchar_t* name) noexcept {

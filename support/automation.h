@@ -18,12 +18,15 @@
 
 using AutomationObject = Microsoft::WRL::ComPtr<IDispatch>;
 
-// How long the answer of a component in another process is waited for, in milliseconds. That of one that
-// works on files or waits for others may take longer. In-process components answer when they do.
+// How long the answer of a component in another process is waited for in a picked action, in milliseconds.
+// That of one that works on files or waits for others may take longer. In-process components answer when they
+// do.
 constexpr DWORD quick_answer = 2500;
 constexpr DWORD answer_AfterWork = 600'000;
 
 // A new object of the class registered under the ProgID; null when there is none or it cannot be made.
+// One in another process may turn out not to be made later, and its calls fail then
+// (support/remote_component.h).
 AutomationObject create_Object(const wchar_t* progid, DWORD answer_limit = quick_answer) noexcept;
 
 // Runs the registration entry point of a COM server DLL. False when the path is no full one, or the file
@@ -37,13 +40,17 @@ AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<
 // The two steps of a call by name; the arguments stand in the reverse of their written order.
 HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member);
 HRESULT invoke_Member(IDispatch* object, DISPID member, WORD kind, std::span<_variant_t> reversed_arguments,
-                      _variant_t& result);
+                      _variant_t* result);
 
 // Calls a method, or reads a property, with the arguments in their written order. Nothing when it failed.
 std::optional<_variant_t> call_Member(IDispatch* object, const wchar_t* name,
                                       std::initializer_list<_variant_t> arguments = {}) noexcept;
 
-// Sets a property. False when it failed.
+// Calls a method whose answer nobody needs: one of a component in another process is sent and not waited for.
+void send_Member(IDispatch* object, const wchar_t* name,
+                 std::initializer_list<_variant_t> arguments = {}) noexcept;
+
+// Sets a property; one of a component in another process in the same way. False when it failed.
 bool put_Property(IDispatch* object, const wchar_t* name, const _variant_t& value) noexcept;
 
 // The member as a 32-bit number; nothing when it failed or is no number.

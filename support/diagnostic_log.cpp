@@ -14,6 +14,7 @@
 #include "support/module.h"
 #include "support/process_values.h"
 #include "support/registry.h"
+#include "support/remote_component.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
@@ -133,7 +134,7 @@ std::wstring compose_Header() {
 }
 
 bool ensure_Logger(Log& log) {
-  if (log.State == Component::Untried) {
+  if (log.State == Component::Untried || is_Gone(log.Logger.Get())) {
     log.Logger = create_OrRegister(
         L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"});
     log.State = log.Logger ? Component::Ready : Component::Off;
@@ -159,7 +160,7 @@ void write_Line(Log& log, std::wstring_view message) {
     return;
   if (const auto chosen = own_Identity().LogFile; !chosen.empty())
     put_Property(log.Logger.Get(), L"LogfileName", text_Argument(chosen));
-  call_Member(log.Logger.Get(), L"logge",
+  send_Member(log.Logger.Get(), L"logge",
               {text_Argument(compose_Header().append(message)), text_Argument(file)});
 }
 

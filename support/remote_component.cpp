@@ -1,7 +1,11 @@
 #include "support/remote_component.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,6 +14,10 @@
 
 #include "support/automation.h"
 #include "support/boundary.h"
+#include "support/handles.h"
+#include "support/module.h"
+#include "support/patience.h"
+#include "support/process_values.h"
 #include "support/remote_worker.h"
 #include "support/unknown.h"
 
@@ -17,8 +25,27 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-// An object for the workers. They alone make, call and release it, since it belongs to their apartment.
-using Proxy = ComPtr<IDispatch>;
+constexpr IID iid_RemoteObject{0x6c5f0d1e, 0x7e0b, 0x4f3a, {0x9a, 0x27, 0x4b, 0x81, 0xd0, 0x5e, 0x93, 0x16}};
+
+constexpr DWORD shortest_pause = 1000, longest_pause = 60'000;
+
+// The component's sign of life is asked for many times in a right-click, so it is believed for a moment.
+constexpr std::wstring_view sign_of_life = L"info";
+constexpr ULONGLONG life_milliseconds = 1000;
+
+constinit std::atomic<long> objects = 0;
+
+bool has_Ended(HRESULT outcome) {
+  static constexpr std::array outcomes{RPC_E_DISCONNECTED,
+                                       RPC_E_SERVER_DIED,
+                                       RPC_E_SERVER_DIED_DNE,
+                                       CO_E_OBJNOTCONNECTED,
+                                       CO_E_SERVER_EXEC_FAILURE,
+                                       HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE),
+                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED),
+                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE)};
+  return std::ranges::find(outcomes, outcome) != outcomes.end();
+}
 
 HRESULT get_Factory(REFCLSID clsid, ComPtr<IClassFactory>& factory) {
   constexpr DWORD other_bitness = CLSCTX_LOCAL_SERVER | CLSCTX_ACTIVATE_32_BIT_SERVER;
@@ -28,33 +55,8 @@ HRESULT get_Factory(REFCLSID clsid, ComPtr<IClassFactory>& factory) {
              : CoGetClassObject(clsid, CLSCTX_LOCAL_SERVER, nullptr, IID_PPV_ARGS(&factory));
 }
 
-HRESULT make_Object(KnownClass& known, Proxy& object) {
-  HRESULT outcome = CO_E_OBJNOTCONNECTED;
-  if (known.Factory)
-    outcome = known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
-  if (has_Ended(outcome)) {  // a process may end when it has no object
-    outcome = get_Factory(known.Id, known.Factory);
-    if (SUCCEEDED(outcome))
-      outcome = known.Factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
-  }
-  if (FAILED(outcome))
-    known.Factory.Reset();
-  return outcome;
-}
-
-HRESULT call_Object(KnownClass& known, IDispatch* object, const std::wstring& name, WORD kind,
-                    std::vector<_variant_t>& arguments, _variant_t& result) {
-  auto member = known.Members.find(name);
-  if (member == known.Members.end()) {
-    DISPID found = DISPID_UNKNOWN;
-    if (const HRESULT outcome = find_Member(object, name.c_str(), found); FAILED(outcome))
-      return outcome;
-    member = known.Members.emplace(name, found).first;
-  }
-  const HRESULT outcome = invoke_Member(object, member->second, kind, arguments, result);
-  if (outcome == DISP_E_MEMBERNOTFOUND)
-    known.Members.erase(member);
-  return outcome;
+bool is_Unregistered(HRESULT outcome) {
+  return outcome == REGDB_E_CLASSNOTREG || outcome == REGDB_E_KEYMISSING;
 }
 
 // Whether the value means the same in every apartment.
@@ -62,18 +64,218 @@ bool is_Plain(const VARIANT& value) {
   return value.vt <= VT_UINT && value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN && value.vt != VT_VARIANT;
 }
 
-// The component's sign of life is asked for many times in a right-click, so it is believed for a moment.
-constexpr std::wstring_view sign_of_life = L"info";
-constexpr ULONGLONG life_milliseconds = 1000;
+// The process that serves a class. The objects are made one after the other, so that two of them do not start
+// it twice, and one that hangs holds up one worker however many objects are wanted.
+class Surrogate {
+ public:
+  explicit Surrogate(REFCLSID clsid) : m_class(clsid) {}
+  Surrogate(const Surrogate&) = delete;
+  Surrogate& operator=(const Surrogate&) = delete;
+
+  REFCLSID clsid() const { return m_class; }
+  Strand& makings() { return *m_makings; }
+
+  // Called by the workers.
+  HRESULT make(ComPtr<IDispatch>& object);
+  HRESULT call(IDispatch* object, const std::wstring& name, WORD kind, std::vector<_variant_t>& arguments,
+               _variant_t& result);
+  void let_Go();
+
+  // Called by those who ask.
+  bool is_HeldUp();
+  HRESULT last_Failure();
+  bool has_Factory();
+  void note_Silence();
+
+ private:
+  struct Known {
+    Known() = default;
+    Known(const Known&) = delete;
+    Known& operator=(const Known&) = delete;
+    // A worker lets the factory go (`let_Go`); at the end of the program nobody may call it any more.
+    ~Known() { static_cast<void>(Factory.Detach()); }
+
+    void pause(bool holds_Actions) {
+      Pause = std::clamp(2 * Pause, shortest_pause, longest_pause);
+      PauseEnd = GetTickCount64() + Pause;
+      HoldsActions = holds_Actions;
+    }
+
+    ComPtr<IClassFactory> Factory;  // while it serves
+    std::map<std::wstring, DISPID> Members;
+    HRESULT Making = S_OK;  // the last one
+    DWORD Pause = 0;
+    ULONGLONG PauseEnd = 0;
+    bool HoldsActions = false;  // or only those who have the patience of a menu
+  };
+
+  const CLSID m_class;
+  const std::shared_ptr<Strand> m_makings = std::make_shared<Strand>(Strand::State::Idle);
+  Guarded<Known> m_known;
+};
+
+constinit Guarded<std::vector<std::unique_ptr<Surrogate>>> surrogates;
+
+// It stays until the module unloads.
+Surrogate& find_Surrogate(REFCLSID clsid) {
+  return *surrogates.with([&](auto& known) {
+    const auto found = std::ranges::find_if(known, [&](const auto& one) { return one->clsid() == clsid; });
+    return (found != known.end() ? *found : known.emplace_back(std::make_unique<Surrogate>(clsid))).get();
+  });
+}
+
+HRESULT Surrogate::make(ComPtr<IDispatch>& object) {
+  assert_Unlocked();
+  auto factory = m_known.with([](Known& known) { return known.Factory; });
+  HRESULT outcome =
+      factory ? factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) : HRESULT{CO_E_OBJNOTCONNECTED};
+  if (has_Ended(outcome)) {  // a process may end when it has no object
+    outcome = get_Factory(m_class, factory);
+    if (SUCCEEDED(outcome))
+      outcome = factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+  }
+  if (FAILED(outcome))
+    factory.Reset();
+  m_known.with([&](Known& known) {
+    known.Factory.Swap(factory);  // the one of before goes outside the lock
+    known.Making = outcome;
+    if (SUCCEEDED(outcome))
+      known.Pause = 0, known.PauseEnd = 0;
+    else
+      known.pause(true);
+  });
+  return outcome;
+}
+
+HRESULT Surrogate::call(IDispatch* object, const std::wstring& name, WORD kind,
+                        std::vector<_variant_t>& arguments, _variant_t& result) {
+  DISPID member = m_known.with([&](Known& known) {
+    const auto found = known.Members.find(name);
+    return found == known.Members.end() ? DISPID_UNKNOWN : found->second;
+  });
+  HRESULT outcome = S_OK;
+  if (member == DISPID_UNKNOWN) {  // a later call is one question to the other process
+    outcome = find_Member(object, name.c_str(), member);
+    if (SUCCEEDED(outcome))
+      m_known.with([&](Known& known) { known.Members.insert_or_assign(name, member); });
+  }
+  if (SUCCEEDED(outcome))
+    outcome = invoke_Member(object, member, kind, arguments, &result);
+  m_known.with([&](Known& known) {
+    if (outcome == DISP_E_MEMBERNOTFOUND)
+      known.Members.erase(name);
+    if (!has_Ended(outcome))
+      known.Pause = 0, known.PauseEnd = 0;
+  });
+  return outcome;
+}
+
+void Surrogate::let_Go() {
+  ComPtr<IClassFactory> factory;
+  m_known.with([&](Known& known) { known.Factory.Swap(factory); });
+}
+
+bool Surrogate::is_HeldUp() {
+  const bool is_action = is_InAction();
+  return m_known.with([is_action](const Known& known) {
+    return GetTickCount64() < known.PauseEnd && (known.HoldsActions || !is_action);
+  });
+}
+
+// Why no object could be made, for as long as that is to be believed; else S_OK.
+HRESULT Surrogate::last_Failure() {
+  return m_known.with([](const Known& known) {
+    return FAILED(known.Making) && GetTickCount64() < known.PauseEnd ? known.Making : S_OK;
+  });
+}
+
+bool Surrogate::has_Factory() {
+  return m_known.with([](const Known& known) { return known.Factory != nullptr; });
+}
+
+// A process that is only slow to start has an action wait all the same.
+void Surrogate::note_Silence() {
+  const bool is_action = is_InAction();
+  m_known.with([is_action](Known& known) { known.pause(is_action || known.Factory != nullptr); });
+}
+
+// What its caller may have stopped waiting for.
+struct Answer {
+  const unique_kernel_handle Given{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  std::atomic<bool> IsAbandoned = false;
+  HRESULT Outcome = E_OUTOFMEMORY;
+  _variant_t Value;
+};
+
+// An object and its calls, owned by whatever is done with it.
+struct Target {
+  explicit Target(Surrogate& process) : Process(process) { ++objects; }
+  Target(const Target&) = delete;
+  Target& operator=(const Target&) = delete;
+  // A worker has released the object; one without an apartment may not.
+  ~Target() {
+    static_cast<void>(Object.Detach());
+    --objects;
+  }
+
+  struct Life {
+    _variant_t Value{1L};
+    ULONGLONG Asked = GetTickCount64();
+    bool IsAnswered = false;
+  };
+
+  Surrogate& Process;
+  const std::shared_ptr<Strand> Calls = std::make_shared<Strand>(Strand::State::Held);
+  std::atomic<HRESULT> Known = S_OK;  // until the object turns out to be gone, whether it was made or not
+  ComPtr<IDispatch> Object;           // the workers' own
+  Guarded<Life> LastLife;
+};
+
+struct Call {
+  std::wstring Name;
+  WORD Kind;
+  std::vector<_variant_t> Arguments;
+
+  bool asks_ForLife() const { return Name == sign_of_life && Arguments.empty(); }
+};
+
+// Called by the workers, as is the next one.
+void make_Object(Target& target) {
+  target.Known = run_Guarded(E_OUTOFMEMORY, [&] { return target.Process.make(target.Object); });
+  target.Calls->begin();
+}
+
+HRESULT carry_Out(Target& target, Call& call, _variant_t& value) {
+  if (const HRESULT known = target.Known; FAILED(known))
+    return known;
+  HRESULT outcome = target.Process.call(target.Object.Get(), call.Name, call.Kind, call.Arguments, value);
+  if (has_Ended(outcome))
+    target.Known = outcome;
+  if (SUCCEEDED(outcome) && !is_Plain(value)) {
+    value.Clear();
+    outcome = DISP_E_TYPEMISMATCH;
+  }
+  if (call.asks_ForLife())
+    target.LastLife.with([&](Target::Life& life) {
+      life = {SUCCEEDED(outcome) ? value : _variant_t(), GetTickCount64(), true};
+    });
+  return outcome;
+}
 
 // What the callers hold in place of the object.
 class RemoteObject final : public Unknown<IDispatch> {
  public:
-  RemoteObject(REFCLSID clsid, DWORD answer_limit)
-      : m_class(clsid), m_limit(answer_limit), m_proxy(std::make_shared<Proxy>()) {}
+  RemoteObject(Surrogate& process, DWORD answer_limit)
+      : m_limit(answer_limit), m_target(std::make_shared<Target>(process)) {}
 
-  HRESULT make();
+  // Without waiting.
+  void make();
+  bool is_Made();
+  HRESULT known() const { return m_target->Known; }
 
+  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+    return Unknown::QueryInterface(iid == iid_RemoteObject ? __uuidof(IDispatch) : iid, object);
+  }
   STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
   STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
   STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* members) override;
@@ -83,36 +285,57 @@ class RemoteObject final : public Unknown<IDispatch> {
  private:
   ~RemoteObject() override;
 
-  const CLSID m_class;
+  HRESULT send(Call call);
+  HRESULT ask(Call call, VARIANT& result);
+  // The sign of life that is to be believed; nothing when it must be asked for.
+  std::optional<_variant_t> known_Life();
+
   const DWORD m_limit;
-  std::shared_ptr<Proxy> m_proxy;
-  std::vector<std::wstring> m_names;  // at the places that the callers know them by
-  _variant_t m_life;                  // the last sign, and its time
-  ULONGLONG m_life_time = 0;
+  const std::shared_ptr<Target> m_target;
 };
 
-HRESULT RemoteObject::make() {
-  return run_Remotely(m_class, quick_answer,
-                      [proxy = m_proxy](KnownClass& known) { return make_Object(known, *proxy); });
+void RemoteObject::make() {
+  m_target->Known = m_target->Process.last_Failure();
+  if (SUCCEEDED(known()) && !run_Guarded(false, [this] {
+        m_target->Process.makings().add([target = m_target] { make_Object(*target); });
+        return true;
+      }))
+    m_target->Known = E_OUTOFMEMORY;
 }
 
-// Nobody waits for the end of an object, but for that of one that may have kept others waiting.
+bool RemoteObject::is_Made() {
+  if (FAILED(known()) || m_target->Process.is_HeldUp())
+    return false;
+  const auto made = std::make_shared<Answer>();
+  if (!made->Given)
+    return false;
+  m_target->Calls->add([made] { SetEvent(made->Given.get()); });
+  if (wait_ForMaking(made->Given.get()))
+    return SUCCEEDED(known());
+  m_target->Process.note_Silence();
+  return false;
+}
+
+// Nobody waits for the end of an object.
 RemoteObject::~RemoteObject() {
-  run_Guarded([&] {
-    release_Remotely(
-        m_class, [proxy = std::move(m_proxy)](KnownClass&) { return S_OK; }, m_limit > quick_answer);
-  });
+  if (SUCCEEDED(known()))
+    run_Guarded([this] { m_target->Calls->add([target = m_target] { target->Object.Reset(); }); });
 }
 
-// The member is looked up with its first call, so that a later one is one question to the other process.
+// The members of all components by the numbers that callers know them by; those of a component are looked up
+// with their first call.
+constinit Guarded<std::vector<std::wstring>> member_names;
+
 STDMETHODIMP RemoteObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* members) {
   if (count != 1)
     return E_NOTIMPL;
   return run_Guarded(E_OUTOFMEMORY, [&] {
-    auto known = std::ranges::find(m_names, names[0]);
-    if (known == m_names.end())
-      known = m_names.insert(known, names[0]);
-    members[0] = static_cast<DISPID>(known - m_names.begin());
+    members[0] = member_names.with([&](auto& known) {
+      auto found = std::ranges::find(known, names[0]);
+      if (found == known.end())
+        found = known.insert(found, names[0]);
+      return static_cast<DISPID>(found - known.begin());
+    });
     return S_OK;
   });
 }
@@ -122,40 +345,129 @@ STDMETHODIMP RemoteObject::Invoke(DISPID member, REFIID, LCID, WORD kind, DISPPA
   return run_Guarded(E_OUTOFMEMORY, [&] {
     const std::span given(parameters->rgvarg, parameters->cArgs);
     if (!std::ranges::all_of(given, is_Plain))
-      return DISP_E_TYPEMISMATCH;
-    const auto& name = m_names.at(static_cast<std::size_t>(member));
-    const bool asks_ForLife = name == sign_of_life && given.empty();
-    if (asks_ForLife && m_life.vt != VT_EMPTY && GetTickCount64() - m_life_time < life_milliseconds &&
-        !is_SurrogateMissing(m_class))
-      return VariantCopy(result, &m_life);
-    const auto answer = std::make_shared<_variant_t>();
-    const HRESULT outcome = run_Remotely(
-        m_class, m_limit,
-        [proxy = m_proxy, name, kind, arguments = std::vector<_variant_t>(given.begin(), given.end()),
-         answer](KnownClass& known) mutable {
-          const HRESULT called = call_Object(known, proxy->Get(), name, kind, arguments, *answer);
-          if (is_Plain(*answer))
-            return called;
-          answer->Clear();
-          return DISP_E_TYPEMISMATCH;
-        });
-    if (asks_ForLife) {
-      m_life = SUCCEEDED(outcome) ? *answer : _variant_t();
-      m_life_time = GetTickCount64();
-    }
-    if (SUCCEEDED(outcome))
-      *result = answer->Detach();
-    return outcome;
+      return HRESULT{DISP_E_TYPEMISMATCH};
+    if (FAILED(known()))
+      return known();
+    Call call{member_names.with([&](auto& names) { return names.at(static_cast<std::size_t>(member)); }),
+              kind, std::vector<_variant_t>(given.begin(), given.end())};
+    if (result == nullptr)
+      return send(std::move(call));
+    if (call.asks_ForLife())
+      if (auto life = known_Life()) {
+        *result = life->Detach();
+        return S_OK;
+      }
+    return ask(std::move(call), *result);
   });
 }
 
-ComPtr<IDispatch> make_RemoteObject(REFCLSID clsid, DWORD answer_limit) {
-  const ComPtr<RemoteObject> object(new RemoteObject(clsid, answer_limit));
-  return SUCCEEDED(object->make()) ? ComPtr<IDispatch>(object) : ComPtr<IDispatch>();
+HRESULT RemoteObject::send(Call call) {
+  m_target->Calls->add([target = m_target, call = std::move(call)]() mutable {
+    _variant_t unneeded;
+    carry_Out(*target, call, unneeded);
+  });
+  return S_OK;
+}
+
+HRESULT RemoteObject::ask(Call call, VARIANT& result) {
+  if (!has_Patience() || m_target->Process.is_HeldUp())
+    return RPC_E_TIMEOUT;
+  const auto answer = std::make_shared<Answer>();
+  if (!answer->Given)
+    return E_OUTOFMEMORY;
+  m_target->Calls->add([target = m_target, call = std::move(call), answer]() mutable {
+    if (answer->IsAbandoned)  // it must not be made late
+      return;
+    answer->Outcome = run_Guarded(E_OUTOFMEMORY, [&] { return carry_Out(*target, call, answer->Value); });
+    SetEvent(answer->Given.get());
+  });
+  if (!wait_ForAnswer(answer->Given.get(), m_limit)) {
+    answer->IsAbandoned = true;
+    m_target->Process.note_Silence();
+    return RPC_E_TIMEOUT;
+  }
+  if (SUCCEEDED(answer->Outcome))
+    result = answer->Value.Detach();
+  return answer->Outcome;
+}
+
+std::optional<_variant_t> RemoteObject::known_Life() {
+  const auto now = GetTickCount64();
+  const bool is_action = is_InAction();
+  bool is_asked = false;
+  const auto known = m_target->LastLife.with([&](Target::Life& life) -> std::optional<_variant_t> {
+    const bool is_old = now - life.Asked >= life_milliseconds;
+    if (is_action && (is_old || !life.IsAnswered))
+      return {};
+    if (is_old) {
+      is_asked = true;
+      life.Asked = now;
+    }
+    return life.Value;
+  });
+  if (is_asked)
+    send({std::wstring(sign_of_life), DISPATCH_METHOD | DISPATCH_PROPERTYGET, {}});
+  return known;
+}
+
+class RemoteFactory final : public Unknown<IClassFactory> {
+ public:
+  RemoteFactory(REFCLSID clsid, DWORD answer_limit) : m_class(clsid), m_limit(answer_limit) {}
+
+  STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) override {
+    return run_Guarded(E_OUTOFMEMORY, [&] {
+      auto& process = find_Surrogate(m_class);
+      if (const HRESULT failure = process.last_Failure(); is_Unregistered(failure))
+        return failure;
+      const ComPtr<RemoteObject> made(new RemoteObject(process, m_limit));
+      made->make();
+      if (is_InAction() && !made->is_Made())
+        return HRESULT{CO_E_SERVER_EXEC_FAILURE};
+      return made.CopyTo(iid, object);
+    });
+  }
+  STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+
+ private:
+  const CLSID m_class;
+  const DWORD m_limit;
+};
+
+// Null for any other object.
+ComPtr<RemoteObject> as_Remote(IDispatch* object) noexcept {
+  ComPtr<IDispatch> remote;
+  if (is_SuitesBitness || object == nullptr ||
+      FAILED(object->QueryInterface(iid_RemoteObject, reinterpret_cast<void**>(remote.GetAddressOf()))))
+    return {};
+  return static_cast<RemoteObject*>(remote.Get());
 }
 
 }  // namespace
 
-ComPtr<IDispatch> create_RemoteObject(REFCLSID clsid, DWORD answer_limit) noexcept {
-  return run_Guarded(ComPtr<IDispatch>(), [&] { return make_RemoteObject(clsid, answer_limit); });
+ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD answer_limit) {
+  return ComPtr<IClassFactory>(new RemoteFactory(clsid, answer_limit));
+}
+
+bool is_Remote(IDispatch* object) noexcept {
+  return as_Remote(object) != nullptr;
+}
+
+bool is_Gone(IDispatch* object) noexcept {
+  const auto remote = as_Remote(object);
+  return remote && FAILED(remote->known());
+}
+
+// A new object may come meanwhile, from another thread: it has its worker all the same, and the process is
+// asked for a factory again.
+bool end_RemoteWork() noexcept {
+  if (objects != 0)
+    return false;
+  run_Guarded([] {
+    surrogates.with([](auto& known) {
+      for (const auto& surrogate : known)
+        if (surrogate->has_Factory())
+          surrogate->makings().add([process = surrogate.get()] { process->let_Go(); });
+    });
+  });
+  return end_Workers();
 }

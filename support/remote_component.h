@@ -1,6 +1,20 @@
 // Components in a process of their own, as are those that exist for the other bitness only: the system's
-// surrogate loads them. Whatever becomes of such a process, a caller waits no longer than its limit
-// (remote_worker.h). No state.
+// surrogate loads them. Such a process may be slow, hang or end, so nothing here is waited for that needs no
+// answer, and an answer no longer than the caller has patience for (patience.h). What is known of the process
+// of a class:
+//
+//                          answers                 an answer is late
+//   not asked ──▶ starting ────────▶ serving ◀─────────────────────▶ held up
+//                    │  ▲               │           it comes late       │
+//          cannot be │  │ next object   │ ends                          │ ends
+//            started ▼  │               ▼                               │
+//                   gone ◀──────────────┴───────────────────────────────┘
+//
+// A process that starts slowly or is held up fails its callers at once until a pause is over, which doubles
+// with each late answer from a second to a minute; then one caller waits again. What has been made or sent
+// stays in the queue of its object meanwhile and is done as soon as the process comes round. A class that is
+// registered nowhere, and a process that cannot be started, are looked for again after the same pause. The
+// state is what is known of each process, until the module unloads.
 #pragma once
 
 #include <windows.h>
@@ -9,7 +23,23 @@
 
 #include <wrl/client.h>
 
-// A new object of the class from another process, a 32-bit one first; null when there is none or making it
-// takes longer than `quick_answer`. Its calls take `answer_limit` milliseconds at most, and take and give
-// plain values: numbers, truth values and texts. Threads may call at the same time; none waits for another.
-Microsoft::WRL::ComPtr<IDispatch> create_RemoteObject(REFCLSID clsid, DWORD answer_limit) noexcept;
+// A factory of objects from another process, a 32-bit one first. It makes an object without waiting for it,
+// except in a picked action: that waits, and there is no object when it was not made. On the way to a menu
+// there is none only when the class is known to be registered nowhere.
+//
+// A call that passes no room for a result is sent and not waited for; it fails only where the object is known
+// to be gone. Others take `answer_limit` milliseconds at most. The sign of life (`info`) is what is known of
+// it on the way to a menu, and asked for in the background. Calls take and give plain values: numbers, truth
+// values and texts. Threads may use one object; its calls are made in their order, and objects never wait for
+// each other.
+Microsoft::WRL::ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD answer_limit);
+
+// Whether the object, which may be null, is one of these.
+bool is_Remote(IDispatch* object) noexcept;
+
+// Whether it is one that could not be made or whose process has ended.
+bool is_Gone(IDispatch* object) noexcept;
+
+// Lets the factories and the workers go; called when the module may be unloaded. False while an object or
+// some work for one is left.
+bool end_RemoteWork() noexcept;

@@ -1,311 +1,188 @@
 #include "support/remote_worker.h"
 
+#include <objbase.h>
+
 #include <algorithm>
-#include <array>
-#include <atomic>
-#include <deque>
+#include <cstdlib>
 #include <iterator>
-#include <list>
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
+#include <new>
 #include <utility>
 #include <vector>
 
-#include "support/automation.h"
 #include "support/boundary.h"
-#include "support/guid.h"
 #include "support/handles.h"
 #include "support/module.h"
-#include "support/process_values.h"
+#include "support/patience.h"
 
 namespace {
 
-struct Task {
-  CLSID Class;
-  Routine Run;
-  bool IsAwaited;
-};
+constexpr std::size_t most_waiting = 500;
 
-struct Worker {
+using SharedStrand = std::shared_ptr<Strand>;
+
+constinit struct {
   SRWLOCK Lock = SRWLOCK_INIT;
   CONDITION_VARIABLE Changed = CONDITION_VARIABLE_INIT;
-  std::list<Task> Tasks;  // this and the next three under the lock
-  CLSID Class{};          // of the task at work
-  bool Ends = false;
-  bool HasEnded = false;
-  HRESULT Outcome = S_OK;  // of the task that is awaited, once that is done
-  const unique_kernel_handle Done{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
-  unique_kernel_handle Thread;
-  std::deque<KnownClass> Classes;  // the thread's own
-  bool IsTaken = false;            // by a caller; under the lock of the state
-};
+  std::vector<SharedStrand> Ready;  // this and the next four under the lock
+  std::vector<unique_kernel_handle> Threads;
+  std::size_t Working = 0;  // threads that have not decided to end
+  std::size_t Idle = 0;     // of these
+  std::size_t Ending = 0;   // how many are to end once nothing is ready
+} workers;
 
-using SharedWorker = std::shared_ptr<Worker>;
-
-struct MissingSurrogate {
-  std::wstring Name;
-  SharedWorker HeldUp;  // by a call to it; null for a process that has ended
-};
-
-struct {
-  SRWLOCK Lock = SRWLOCK_INIT;
-  std::vector<SharedWorker> Workers;  // this and the next one under the lock
-  std::vector<MissingSurrogate> Missing;
-  std::atomic<long> Threads = 0;
-} worker_state;  // lives as long as the module
-
-// The next task; none when the worker is to end.
-Task take_Task(Worker& worker) {
-  const Locked lock(worker.Lock);
-  while (worker.Tasks.empty() && !worker.Ends)
-    SleepConditionVariableSRW(&worker.Changed, &worker.Lock, INFINITE, 0);
-  if (worker.Ends)
+// Null when the thread is to end.
+SharedStrand next_Strand() {
+  const Locked lock(workers.Lock);
+  ++workers.Idle;
+  while (workers.Ready.empty() && workers.Ending == 0)
+    SleepConditionVariableSRW(&workers.Changed, &workers.Lock, INFINITE, 0);
+  --workers.Idle;
+  if (workers.Ready.empty()) {
+    --workers.Ending;
+    --workers.Working;
     return {};
-  auto task = std::move(worker.Tasks.front());
-  worker.Tasks.pop_front();
-  worker.Class = task.Class;
-  return task;
-}
-
-KnownClass& know_Class(Worker& worker, REFCLSID clsid) {
-  const auto known = std::ranges::find(worker.Classes, clsid, &KnownClass::Id);
-  return known == worker.Classes.end() ? worker.Classes.emplace_back(KnownClass{clsid, {}, {}}) : *known;
-}
-
-void run_Tasks(Worker& worker) {
-  for (auto task = take_Task(worker); task.Run; task = take_Task(worker)) {
-    const HRESULT outcome =
-        run_Guarded(E_OUTOFMEMORY, [&] { return task.Run(know_Class(worker, task.Class)); });
-    task.Run = nullptr;
-    if (!task.IsAwaited)
-      continue;
-    worker.Outcome = outcome;
-    SetEvent(worker.Done.get());
   }
+  auto next = std::move(workers.Ready.front());
+  workers.Ready.erase(workers.Ready.begin());
+  return next;
 }
 
-void drop_Tasks(Worker& worker) {
-  std::list<Task> dropped;
-  const Locked lock(worker.Lock);
-  worker.HasEnded = true;
-  dropped.swap(worker.Tasks);
-}
-
-DWORD WINAPI run_Worker(void* argument) {
-  {
-    const std::unique_ptr<SharedWorker> own(static_cast<SharedWorker*>(argument));
-    Worker& worker = **own;
-    const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    run_Tasks(worker);
-    // A call that nobody waits for any more must not be made late; what the tasks own is released.
-    drop_Tasks(worker);
-    worker.Classes.clear();
-    if (SUCCEEDED(entered))
-      CoUninitialize();
+// The first exception of a thread has the runtime keep something for it, which ends the program where there
+// is no memory. So the thread has one before it begins, as soon as there is some.
+void prepare_ForExceptions() {
+  for (;;) {
+    void* const volatile memory = std::malloc(4096);
+    if (memory != nullptr) {
+      std::free(memory);
+      break;
+    }
+    Sleep(10);
   }
-  --worker_state.Threads;
+  run_Guarded([] { throw std::bad_alloc(); });
+}
+
+DWORD WINAPI run_Worker(void*) {
+  prepare_ForExceptions();
+  const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  while (const auto strand = next_Strand())
+    strand->run();
+  if (SUCCEEDED(entered))
+    CoUninitialize();
   FreeLibraryAndExitThread(get_Module(), 0);
 }
 
-SharedWorker start_Worker() {
-  auto worker = std::make_shared<Worker>();
-  auto argument = std::make_unique<SharedWorker>(worker);
+unique_kernel_handle start_Thread() {
   HMODULE module = nullptr;  // a thread without a reference of its own would give back somebody else's
   if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                          reinterpret_cast<const wchar_t*>(get_Module()), &module) == FALSE)
-    throw std::bad_alloc();
-  ++worker_state.Threads;
-  worker->Thread.reset(worker->Done ? CreateThread(nullptr, 0, run_Worker, argument.get(), 0, nullptr)
-                                    : nullptr);
-  if (!worker->Thread) {
-    --worker_state.Threads;
+    return {};
+  unique_kernel_handle thread(CreateThread(nullptr, 0, run_Worker, nullptr, 0, nullptr));
+  if (!thread)
     FreeLibrary(module);
+  return thread;
+}
+
+// Without a new thread the others do its part, once they have time. False when there is no other.
+bool add_Worker() {
+  auto thread = start_Thread();
+  const Locked lock(workers.Lock);
+  if (thread)
+    run_Guarded([&thread] { workers.Threads.push_back(std::move(thread)); });
+  else
+    --workers.Working;
+  return workers.Working > 0;
+}
+
+// Throws when no worker will ever come.
+void submit(const SharedStrand& strand) {
+  bool is_short = false;
+  {
+    const Locked lock(workers.Lock);
+    workers.Ready.push_back(strand);
+    workers.Ending = 0;
+    is_short = workers.Ready.size() > workers.Idle;
+    workers.Working += is_short ? 1 : 0;
+  }
+  if (!is_short)
+    WakeConditionVariable(&workers.Changed);
+  else if (!add_Worker()) {
+    const Locked lock(workers.Lock);
+    std::erase(workers.Ready, strand);
     throw std::bad_alloc();
   }
-  static_cast<void>(argument.release());
-  return worker;
-}
-
-void add_Worker() {
-  worker_state.Workers.reserve(worker_state.Workers.size() + 1);  // a thread that has started has its place
-  worker_state.Workers.push_back(start_Worker());
-}
-
-// A worker that nobody else waits for, the caller's until it is given back: each thread that calls has one.
-SharedWorker take_Worker() {
-  const Locked lock(worker_state.Lock);
-  auto free = std::ranges::find_if(worker_state.Workers, [](const auto& worker) { return !worker->IsTaken; });
-  if (free == worker_state.Workers.end()) {
-    add_Worker();
-    free = std::prev(worker_state.Workers.end());
-  }
-  (*free)->IsTaken = true;
-  return *free;
-}
-
-void give_Back(Worker& worker) {
-  const Locked lock(worker_state.Lock);
-  worker.IsTaken = false;
-}
-
-void end_Worker(Worker& worker) {
-  {
-    const Locked lock(worker.Lock);
-    worker.Ends = true;
-  }
-  WakeConditionVariable(&worker.Changed);
-}
-
-CLSID class_AtWork(Worker& worker) {
-  const Locked lock(worker.Lock);
-  return worker.Class;
-}
-
-// Takes the task over, since the caller must not be the last one to own an object. False when the worker has
-// ended; the task is as it was then.
-bool hand_Over(Worker& worker, Task& task) {
-  const Locked lock(worker.Lock);
-  if (worker.HasEnded)
-    return false;
-  worker.Tasks.push_back(std::move(task));
-  WakeConditionVariable(&worker.Changed);
-  return true;
-}
-
-// The process that serves the class, by the name under which the system starts it.
-std::wstring surrogate_Of(REFCLSID clsid) {
-  auto id = guid_Text(clsid);
-  HKEY opened = nullptr;
-  RegOpenKeyExW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + id).c_str(), 0, KEY_READ | KEY_WOW64_32KEY, &opened);
-  const unique_hkey key(opened);
-  std::wstring application = id + L'\0';
-  auto bytes = static_cast<DWORD>(application.size() * sizeof application[0]);
-  const LSTATUS read =
-      RegGetValueW(key.get(), nullptr, L"AppID", RRF_RT_REG_SZ, nullptr, application.data(), &bytes);
-  if (read != ERROR_SUCCESS)
-    return id;
-  application.resize(bytes / sizeof application[0] - 1);
-  return application;
-}
-
-// Nothing while the process of the class is not known to be missing.
-std::optional<MissingSurrogate> find_Missing(REFCLSID clsid) {
-  {
-    const Locked lock(worker_state.Lock);
-    if (worker_state.Missing.empty())
-      return {};
-  }
-  const auto name = surrogate_Of(clsid);
-  const Locked lock(worker_state.Lock);
-  const auto found = std::ranges::find(worker_state.Missing, name, &MissingSurrogate::Name);
-  return found == worker_state.Missing.end() ? std::nullopt : std::optional(*found);
-}
-
-void add_Missing(REFCLSID clsid, SharedWorker held_up) {
-  MissingSurrogate missing{surrogate_Of(clsid), std::move(held_up)};
-  const Locked lock(worker_state.Lock);
-  worker_state.Missing.push_back(std::move(missing));
-}
-
-// A long wait answers what other threads send to this thread's windows, which may own a component's dialog;
-// input and Explorer's own messages stay where they are.
-bool wait_For(HANDLE done, DWORD limit) {
-  if (limit <= quick_answer)
-    return WaitForSingleObject(done, limit) == WAIT_OBJECT_0;
-  const auto end = GetTickCount64() + limit;
-  for (auto now = end - limit; now < end; now = GetTickCount64()) {
-    if (MsgWaitForMultipleObjects(1, &done, FALSE, static_cast<DWORD>(end - now), QS_SENDMESSAGE) ==
-        WAIT_OBJECT_0)
-      return true;
-    MSG message;
-    PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
-  }
-  return false;
-}
-
-// Another worker takes the place of one that is held up, at once: the apartment, and with it all objects,
-// would end with its last thread.
-void abandon(const SharedWorker& held_up) {
-  end_Worker(*held_up);
-  {
-    const Locked lock(worker_state.Lock);
-    std::erase(worker_state.Workers, held_up);
-    if (worker_state.Workers.empty())
-      add_Worker();
-  }
-  add_Missing(class_AtWork(*held_up), held_up);
-}
-
-// Has a worker that the caller has taken run the task, which is awaited.
-HRESULT await(const SharedWorker& worker, Task& task, DWORD limit) {
-  const auto clsid = task.Class;
-  hand_Over(*worker, task);
-  if (!wait_For(worker->Done.get(), limit)) {
-    abandon(worker);
-    return RPC_E_TIMEOUT;
-  }
-  if (has_Ended(worker->Outcome))
-    add_Missing(clsid, {});
-  return worker->Outcome;
 }
 
 }  // namespace
 
-bool has_Ended(HRESULT outcome) {
-  static constexpr std::array outcomes{RPC_E_DISCONNECTED,
-                                       RPC_E_SERVER_DIED,
-                                       RPC_E_SERVER_DIED_DNE,
-                                       CO_E_OBJNOTCONNECTED,
-                                       CO_E_SERVER_EXEC_FAILURE,
-                                       HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE),
-                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED),
-                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE)};
-  return std::ranges::find(outcomes, outcome) != outcomes.end();
-}
-
-HRESULT run_Remotely(REFCLSID clsid, DWORD limit, Routine routine) {
-  return run_Guarded(E_OUTOFMEMORY, [&] {
-    if (find_Missing(clsid))
-      return CO_E_OBJNOTCONNECTED;
-    const auto worker = take_Worker();
-    const ScopeExit done([&worker] { give_Back(*worker); });
-    Task task{clsid, std::move(routine), true};
-    return await(worker, task, limit);
-  });
-}
-
-void release_Remotely(REFCLSID clsid, Routine routine, bool is_awaited) {
-  run_Guarded([&] {
-    const auto missing = find_Missing(clsid);
-    Task task{clsid, std::move(routine), false};
-    // Another worker would only be held up in its turn.
-    if (missing && missing->HeldUp && hand_Over(*missing->HeldUp, task))
-      return;
-    const auto worker = take_Worker();
-    const ScopeExit done([&worker] { give_Back(*worker); });
-    task.IsAwaited = is_awaited;
-    if (is_awaited)
-      await(worker, task, quick_answer);
-    else
-      hand_Over(*worker, task);
-  });
-}
-
-bool is_SurrogateMissing(REFCLSID clsid) {
-  return find_Missing(clsid).has_value();
-}
-
-bool end_RemoteWork() noexcept {
-  std::vector<SharedWorker> workers;
+void Strand::add(Work work) {
+  std::list<Work> refused;
+  refused.push_back(std::move(work));
   {
-    const Locked lock(worker_state.Lock);
-    workers.swap(worker_state.Workers);
+    const Locked lock(m_lock);
+    if (m_work.size() >= most_waiting)
+      throw std::bad_alloc();
+    m_work.splice(m_work.end(), refused);
+    if (m_state != State::Idle)
+      return;
+    m_state = State::Busy;
   }
-  for (const auto& worker : workers) {
-    end_Worker(*worker);
-    WaitForSingleObject(worker->Thread.get(), quick_answer);
+  try {
+    submit(shared_from_this());
+  } catch (...) {
+    {
+      const Locked lock(m_lock);
+      m_state = State::Idle;
+      m_work.swap(refused);
+    }
+    throw;
   }
-  return worker_state.Threads == 0;
+}
+
+void Strand::begin() noexcept {
+  {
+    const Locked lock(m_lock);
+    m_state = State::Busy;
+  }
+  if (!run_Guarded(false, [this] {
+        submit(shared_from_this());
+        return true;
+      }))
+    run();  // the worker that begins it has time for it too
+}
+
+void Strand::run() noexcept {
+  for (;;) {
+    Work work;
+    {
+      const Locked lock(m_lock);
+      if (m_work.empty()) {
+        m_state = State::Idle;
+        return;
+      }
+      work.swap(m_work.front());
+      m_work.pop_front();
+    }
+    run_Guarded(work);
+  }
+}
+
+bool end_Workers() noexcept {
+  std::vector<unique_kernel_handle> threads;
+  {
+    const Locked lock(workers.Lock);
+    workers.Ending = workers.Working;
+    workers.Threads.swap(threads);
+  }
+  WakeAllConditionVariable(&workers.Changed);
+  const auto has_Ended = [](const auto& thread) {
+    return WaitForSingleObject(thread.get(), menu_patience) == WAIT_OBJECT_0;
+  };
+  std::erase_if(threads, has_Ended);
+  if (threads.empty())
+    return true;
+  run_Guarded([&threads] {
+    const Locked lock(workers.Lock);
+    std::ranges::move(threads, std::back_inserter(workers.Threads));
+  });
+  return false;
 }

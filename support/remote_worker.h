@@ -1,45 +1,43 @@
-// Threads that call components in other processes, so that their callers wait no longer than a limit and
-// enter no message loop of COM. They share COM's multi-threaded apartment, to which all such objects belong:
-// the workers alone make, call and release them. A process that has not answered in time, or has ended while
-// it had objects, counts as missing for the rest of this one. The state is the workers and what is missing,
-// until the module unloads.
+// Threads that work on objects of other processes, so that nobody else waits for these. They share COM's
+// multi-threaded apartment, to which all such objects belong: the workers alone make, call and release them.
+// There are as many as strands have been at work at the same time; idle ones stay, since the apartment ends
+// with its last thread, and each keeps the module loaded. The threads of the system's pool would neither keep
+// an apartment nor end when the module is to go. The state is the workers, until the module unloads.
 #pragma once
 
-#include <windows.h>
-
-#include <oleauto.h>
-
-#include <wrl/client.h>
-
 #include <functional>
-#include <map>
-#include <string>
+#include <list>
+#include <memory>
 
-// What a worker keeps of a class: starting the process anew takes longer than a right-click may, and so would
-// asking it for the members of each object.
-struct KnownClass {
-  CLSID Id;
-  Microsoft::WRL::ComPtr<IClassFactory> Factory;
-  std::map<std::wstring, DISPID> Members;
+#include "support/process_values.h"
+
+// It owns all that it works on, and answers for its failures itself.
+using Work = std::function<void()>;
+
+// Work that is done in its order, by one worker at a time. Different strands never wait for each other.
+class Strand : public std::enable_shared_from_this<Strand> {
+ public:
+  enum class State { Held, Idle, Busy };
+  explicit Strand(State state) : m_state(state) {}
+  Strand(const Strand&) = delete;
+  Strand& operator=(const Strand&) = delete;
+
+  // Has the work done behind the earlier. Throws when there is no memory or no thread for it, or when too
+  // much of it waits: a process that hangs must not fill this one.
+  void add(Work work);
+
+  // Has a strand that was held begin with its work.
+  void begin() noexcept;
+
+  // Does the work until there is none; called by a worker.
+  void run() noexcept;
+
+ private:
+  SRWLOCK m_lock = SRWLOCK_INIT;
+  std::list<Work> m_work;  // this and the next under the lock
+  State m_state;
 };
 
-// Work for the process of a class. It owns all that it works on, since its caller may have stopped waiting.
-using Routine = std::function<HRESULT(KnownClass&)>;
-
-// Has the routine run by a worker and waits for it, `limit` milliseconds at most. Its outcome; a failure when
-// the process is missing or has become so. Threads may call at the same time; none waits for another.
-HRESULT run_Remotely(REFCLSID clsid, DWORD limit, Routine routine);
-
-// Has the routine, which owns an object that is to be released, run and dropped by a worker; waited for no
-// longer than `quick_answer`, and only if asked for.
-void release_Remotely(REFCLSID clsid, Routine routine, bool is_awaited);
-
-// Whether the process that serves the class counts as missing.
-bool is_SurrogateMissing(REFCLSID clsid);
-
-// Whether an outcome tells that the process has ended, could not be reached or not be started.
-bool has_Ended(HRESULT outcome);
-
-// Releases what the workers hold and ends them; called when the module may be unloaded. False while one is
-// still held up in another process; it keeps the module loaded.
-bool end_RemoteWork() noexcept;
+// Ends the workers, each after the work that waits for it; called when no strand will have more. False while
+// one has not ended.
+bool end_Workers() noexcept;

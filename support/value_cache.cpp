@@ -9,6 +9,7 @@
 #include "support/diagnostic_log.h"
 #include "support/process_values.h"
 #include "support/registry.h"
+#include "support/remote_component.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
 
@@ -16,6 +17,7 @@ namespace {
 
 struct Cache {
   AutomationObject Store;
+  bool IsHeldRemotely = false;  // the semaphore, by this thread
   bool Loading = false;
   bool Reading = false;
   bool Writing = false;
@@ -33,20 +35,37 @@ constinit Guarded<Memory> memory;
 // How long a component in another process may wait for the present holder.
 constexpr DWORD longest_wait = 15'000;
 
-// Other processes wait while this object lives.
-AutomationObject take_Semaphore(const wchar_t* caller) {
-  const auto folder = get_CommonProgramFolder();
-  auto semaphore =
-      create_OrRegister(L"NorvakInter.SemaPhore",
-                        {folder + L"NorvakInter.dll", folder + LR"(norvak\NorvakInter.dll)"}, longest_wait);
-  const long number = 666;
-  const short kind = 6;
-  call_Member(semaphore.Get(), L"WaitingForSemaphore", {caller, number, kind});
-  return semaphore;
-}
+// Other processes wait while this lives. A component in the same process lets its thread hold it once more;
+// one that serves several programs cannot know whose objects it has, so this thread does not ask it again.
+class SemaphoreHold {
+ public:
+  explicit SemaphoreHold(const wchar_t* caller) {
+    auto& own = *cache;
+    if (own.IsHeldRemotely)
+      return;
+    const auto folder = get_CommonProgramFolder();
+    m_semaphore =
+        create_OrRegister(L"NorvakInter.SemaPhore",
+                          {folder + L"NorvakInter.dll", folder + LR"(norvak\NorvakInter.dll)"}, longest_wait);
+    const long number = 666;
+    const short kind = 6;
+    call_Member(m_semaphore.Get(), L"WaitingForSemaphore", {caller, number, kind});
+    own.IsHeldRemotely = m_is_remote = is_Remote(m_semaphore.Get());
+  }
+  ~SemaphoreHold() {
+    if (m_is_remote)
+      cache->IsHeldRemotely = false;
+  }
+  SemaphoreHold(const SemaphoreHold&) = delete;
+  SemaphoreHold& operator=(const SemaphoreHold&) = delete;
+
+ private:
+  AutomationObject m_semaphore;
+  bool m_is_remote = false;
+};
 
 void create_Store() {
-  const auto semaphore = take_Semaphore(L"load_permcache");
+  const SemaphoreHold semaphore(L"load_permcache");
   constexpr std::wstring_view server = L"NorvakCertInstaller.dll";
   cache->Store = create_OrRegister(L"NorvakCertInstaller.iCache", {get_CommonProgramFolder().append(server),
                                                                    get_InstallFolder().append(server)});
@@ -66,7 +85,7 @@ bool counts_FromZero(const std::wstring& key) {
 }
 
 std::wstring read_Store(const std::wstring& key) {
-  const auto semaphore = take_Semaphore(L"PermanentCache");
+  const SemaphoreHold semaphore(L"PermanentCache");
   load_permcache();
   const auto answer = call_Member(cache->Store.Get(), L"get_PIN", {text_Argument(key)});
   const auto value = answer ? as_Text(*answer) : std::wstring();
@@ -78,7 +97,7 @@ void write_Store(const std::wstring& key, const std::wstring& value) {
   load_permcache();
   if (contains(to_Lower(key), L"readerlock"))
     debug_Log(L"Permanent Cache: ", key);
-  const auto semaphore = take_Semaphore(L"set_PermanentCache");
+  const SemaphoreHold semaphore(L"set_PermanentCache");
   call_Member(cache->Store.Get(), L"set_PIN", {text_Argument(key), text_Argument(value)});
   remember(key, value);
 }
