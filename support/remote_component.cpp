@@ -15,7 +15,6 @@
 #include "support/automation.h"
 #include "support/boundary.h"
 #include "support/handles.h"
-#include "support/module.h"
 #include "support/patience.h"
 #include "support/process_values.h"
 #include "support/remote_worker.h"
@@ -434,7 +433,7 @@ class RemoteFactory final : public Unknown<IClassFactory> {
 // Null for any other object.
 ComPtr<RemoteObject> as_Remote(IDispatch* object) noexcept {
   ComPtr<IDispatch> remote;
-  if (is_SuitesBitness || object == nullptr ||
+  if (object == nullptr ||
       FAILED(object->QueryInterface(iid_RemoteObject, reinterpret_cast<void**>(remote.GetAddressOf()))))
     return {};
   return static_cast<RemoteObject*>(remote.Get());
@@ -446,11 +445,11 @@ ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD answer_limit) {
   return ComPtr<IClassFactory>(new RemoteFactory(clsid, answer_limit));
 }
 
-bool is_Remote(IDispatch* object) noexcept {
+bool is_RemoteObject(IDispatch* object) noexcept {
   return as_Remote(object) != nullptr;
 }
 
-bool is_Gone(IDispatch* object) noexcept {
+bool is_GoneObject(IDispatch* object) noexcept {
   const auto remote = as_Remote(object);
   return remote && FAILED(remote->known());
 }
