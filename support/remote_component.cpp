@@ -15,7 +15,6 @@
 #include "support/automation.h"
 #include "support/boundary.h"
 #include "support/handles.h"
-#include "support/module.h"
 #include "support/patience.h"
 #include "support/process_values.h"
 #include "support/remote_worker.h"
@@ -71,6 +70,8 @@ class Surrogate {
   explicit Surrogate(REFCLSID clsid) : m_class(clsid) {}
   Surrogate(const Surrogate&) = delete;
   Surrogate& operator=(const Surrogate&) = delete;
+  // A worker lets the factory go (`let_Go`); at the end of the program nobody may call it any more.
+  ~Surrogate() { static_cast<void>(m_factory.Detach()); }
 
   REFCLSID clsid() const { return m_class; }
   Strand& makings() { return *m_makings; }
@@ -84,24 +85,20 @@ class Surrogate {
   // Called by those who ask.
   bool is_HeldUp();
   HRESULT last_Failure();
-  bool has_Factory();
+  bool is_Serving();
   void note_Silence();
 
  private:
   struct Known {
-    Known() = default;
-    Known(const Known&) = delete;
-    Known& operator=(const Known&) = delete;
-    // A worker lets the factory go (`let_Go`); at the end of the program nobody may call it any more.
-    ~Known() { static_cast<void>(Factory.Detach()); }
-
     void pause(bool holds_Actions) {
       Pause = std::clamp(2 * Pause, shortest_pause, longest_pause);
       PauseEnd = GetTickCount64() + Pause;
       HoldsActions = holds_Actions;
     }
 
-    ComPtr<IClassFactory> Factory;  // while it serves
+    void end_Pause() { Pause = 0, PauseEnd = 0; }
+
+    bool IsServing = false;
     std::map<std::wstring, DISPID> Members;
     HRESULT Making = S_OK;  // the last one
     DWORD Pause = 0;
@@ -111,6 +108,7 @@ class Surrogate {
 
   const CLSID m_class;
   const std::shared_ptr<Strand> m_makings = std::make_shared<Strand>(Strand::State::Idle);
+  ComPtr<IClassFactory> m_factory;  // used where objects are made
   Guarded<Known> m_known;
 };
 
@@ -126,21 +124,20 @@ Surrogate& find_Surrogate(REFCLSID clsid) {
 
 HRESULT Surrogate::make(ComPtr<IDispatch>& object) {
   assert_Unlocked();
-  auto factory = m_known.with([](Known& known) { return known.Factory; });
   HRESULT outcome =
-      factory ? factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) : HRESULT{CO_E_OBJNOTCONNECTED};
+      m_factory ? m_factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) : HRESULT{CO_E_OBJNOTCONNECTED};
   if (has_Ended(outcome)) {  // a process may end when it has no object
-    outcome = get_Factory(m_class, factory);
+    outcome = get_Factory(m_class, m_factory);
     if (SUCCEEDED(outcome))
-      outcome = factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+      outcome = m_factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
   }
   if (FAILED(outcome))
-    factory.Reset();
+    m_factory.Reset();
   m_known.with([&](Known& known) {
-    known.Factory.Swap(factory);  // the one of before goes outside the lock
+    known.IsServing = SUCCEEDED(outcome);
     known.Making = outcome;
-    if (SUCCEEDED(outcome))
-      known.Pause = 0, known.PauseEnd = 0;
+    if (known.IsServing)
+      known.end_Pause();
     else
       known.pause(true);
   });
@@ -165,14 +162,14 @@ HRESULT Surrogate::call(IDispatch* object, const std::wstring& name, WORD kind,
     if (outcome == DISP_E_MEMBERNOTFOUND)
       known.Members.erase(name);
     if (!has_Ended(outcome))
-      known.Pause = 0, known.PauseEnd = 0;
+      known.end_Pause();
   });
   return outcome;
 }
 
 void Surrogate::let_Go() {
-  ComPtr<IClassFactory> factory;
-  m_known.with([&](Known& known) { known.Factory.Swap(factory); });
+  m_factory.Reset();
+  m_known.with([](Known& known) { known.IsServing = false; });
 }
 
 bool Surrogate::is_HeldUp() {
@@ -189,14 +186,14 @@ HRESULT Surrogate::last_Failure() {
   });
 }
 
-bool Surrogate::has_Factory() {
-  return m_known.with([](const Known& known) { return known.Factory != nullptr; });
+bool Surrogate::is_Serving() {
+  return m_known.with([](const Known& known) { return known.IsServing; });
 }
 
 // A process that is only slow to start has an action wait all the same.
 void Surrogate::note_Silence() {
   const bool is_action = is_InAction();
-  m_known.with([is_action](Known& known) { known.pause(is_action || known.Factory != nullptr); });
+  m_known.with([is_action](Known& known) { known.pause(is_action || known.IsServing); });
 }
 
 // What its caller may have stopped waiting for.
@@ -436,7 +433,7 @@ class RemoteFactory final : public Unknown<IClassFactory> {
 // Null for any other object.
 ComPtr<RemoteObject> as_Remote(IDispatch* object) noexcept {
   ComPtr<IDispatch> remote;
-  if (is_SuitesBitness || object == nullptr ||
+  if (object == nullptr ||
       FAILED(object->QueryInterface(iid_RemoteObject, reinterpret_cast<void**>(remote.GetAddressOf()))))
     return {};
   return static_cast<RemoteObject*>(remote.Get());
@@ -448,11 +445,11 @@ ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD answer_limit) {
   return ComPtr<IClassFactory>(new RemoteFactory(clsid, answer_limit));
 }
 
-bool is_Remote(IDispatch* object) noexcept {
+bool is_RemoteObject(IDispatch* object) noexcept {
   return as_Remote(object) != nullptr;
 }
 
-bool is_Gone(IDispatch* object) noexcept {
+bool is_GoneObject(IDispatch* object) noexcept {
   const auto remote = as_Remote(object);
   return remote && FAILED(remote->known());
 }
@@ -465,7 +462,7 @@ bool end_RemoteWork() noexcept {
   run_Guarded([] {
     surrogates.with([](auto& known) {
       for (const auto& surrogate : known)
-        if (surrogate->has_Factory())
+        if (surrogate->is_Serving())
           surrogate->makings().add([process = surrogate.get()] { process->let_Go(); });
     });
   });

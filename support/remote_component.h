@@ -23,6 +23,8 @@
 
 #include <wrl/client.h>
 
+#include "support/module.h"
+
 // A factory of objects from another process, a 32-bit one first. It makes an object without waiting for it,
 // except in a picked action: that waits, and there is no object when it was not made. On the way to a menu
 // there is none only when the class is known to be registered nowhere.
@@ -34,11 +36,24 @@
 // each other.
 Microsoft::WRL::ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD answer_limit);
 
-// Whether the object, which may be null, is one of these.
-bool is_Remote(IDispatch* object) noexcept;
+bool is_RemoteObject(IDispatch* object) noexcept;
+bool is_GoneObject(IDispatch* object) noexcept;
+
+// Whether the object, which may be null, is one of these. A 32-bit program has none.
+inline bool is_Remote([[maybe_unused]] IDispatch* object) noexcept {
+  if constexpr (is_SuitesBitness)
+    return false;
+  else
+    return is_RemoteObject(object);
+}
 
 // Whether it is one that could not be made or whose process has ended.
-bool is_Gone(IDispatch* object) noexcept;
+inline bool is_Gone([[maybe_unused]] IDispatch* object) noexcept {
+  if constexpr (is_SuitesBitness)
+    return false;
+  else
+    return is_GoneObject(object);
+}
 
 // Lets the factories and the workers go; called when the module may be unloaded. False while an object or
 // some work for one is left.

@@ -178,11 +178,9 @@ bool end_Workers() noexcept {
     return WaitForSingleObject(thread.get(), menu_patience) == WAIT_OBJECT_0;
   };
   std::erase_if(threads, has_Ended);
-  if (threads.empty())
-    return true;
-  run_Guarded([&threads] {
+  return run_Guarded(false, [&threads] {  // one that has started last may have come in meanwhile
     const Locked lock(workers.Lock);
     std::ranges::move(threads, std::back_inserter(workers.Threads));
+    return workers.Threads.empty();
   });
-  return false;
 }

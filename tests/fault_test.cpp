@@ -25,10 +25,13 @@ std::atomic<long> calls_Of;
 template <auto function>
 std::atomic<long> refusals_Of;
 
+// A worker begins once there is memory for what the runtime keeps of its first exception.
+thread_local bool has_Begun = false;
+
 template <auto function, auto stand_in, LONG_PTR failure, bool is_memory, typename... Arguments>
 auto answer(Arguments... arguments) {
   ++calls_Of<function>;
-  if (!is_ToFail(is_memory))
+  if ((is_memory && !has_Begun) || !is_ToFail(is_memory))
     return stand_in(arguments...);
   ++refusals_Of<function>;
   SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -54,6 +57,11 @@ struct Failing<function, stand_in, failure, is_memory> {
 HRESULT WINAPI get_Class(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** factory) {
   return context == CLSCTX_INPROC_SERVER ? CoGetClassObject(clsid, context, server, iid, factory)
                                          : CO_E_SERVER_EXEC_FAILURE;
+}
+
+[[maybe_unused]] HRESULT WINAPI begin_Worker(void* reserved, DWORD kind) {
+  has_Begun = true;
+  return CoInitializeEx(reserved, kind);
 }
 
 HRESULT WINAPI make_Object(REFCLSID, IUnknown*, DWORD, REFIID, void**) {
@@ -83,14 +91,6 @@ Fault memory_Fault() {
   return fault_Of<function>(reinterpret_cast<void*>(&answer<function, function, 0, true, Arguments...>));
 }
 
-// What the runtime keeps of a thread's first exception is there for a worker, or it would not have begun.
-void* answer_Malloc(std::size_t size) {
-  static const auto test_thread = GetCurrentThreadId();
-  return size == 2 * sizeof(void*) && GetCurrentThreadId() != test_thread
-             ? std::malloc(size)
-             : answer<std::malloc, std::malloc, 0, true, std::size_t>(size);
-}
-
 template <LONG_PTR failure, bool is_memory, auto... functions>
 std::vector<Fault> failing() {
   return {fault<functions, failure, is_memory>()...};
@@ -100,8 +100,8 @@ constexpr LONG_PTR no_file = -1;
 
 // The other imports are in imports_without_fault.txt.
 const std::vector<Fault> groups[] = {
-    {fault_Of<std::malloc>(reinterpret_cast<void*>(answer_Malloc)),
-     memory_Fault<std::calloc, std::size_t, std::size_t>(), memory_Fault<std::realloc, void*, std::size_t>()},
+    {memory_Fault<std::malloc, std::size_t>(), memory_Fault<std::calloc, std::size_t, std::size_t>(),
+     memory_Fault<std::realloc, void*, std::size_t>()},
     failing<0, true, HeapAlloc, SysAllocString, SysAllocStringLen, SysAllocStringByteLen>(),
     failing<E_OUTOFMEMORY, true, VariantChangeType, VariantCopy>(),
     failing<0, false, GlobalLock, GlobalSize, MultiByteToWideChar>(),
@@ -118,7 +118,7 @@ const std::vector<Fault> groups[] = {
             SetBrushOrgEx, StretchBlt>(),
 #ifdef _WIN64  // the workers for components in other processes
     failing<0, false, CreateThread, GetModuleHandleExW>(),
-    failing<E_OUTOFMEMORY, false, CoInitializeEx>(),
+    {fault<CoInitializeEx, E_OUTOFMEMORY, false, begin_Worker>()},
 #endif
     {fault<CoGetClassObject, E_OUTOFMEMORY, false, get_Class>(),
      fault<CoCreateInstance, E_OUTOFMEMORY, false, make_Object>(),
@@ -218,6 +218,7 @@ constexpr long without_click = -1;
 // False when the number was beyond the last call.
 bool Faults::fail_AndRecover(long number, bool lasts) const {
   SCOPED_TRACE(number);
+  has_Begun = true;
   const Library library;
   for (const auto& group : groups)
     for (const auto& row : group)
