@@ -205,12 +205,12 @@ struct Answer {
 };
 
 // An object and its calls, owned by whatever is done with it.
-struct Target {
-  explicit Target(Surrogate& process) : Process(process) { ++objects; }
-  Target(const Target&) = delete;
-  Target& operator=(const Target&) = delete;
+struct RemoteTarget {
+  explicit RemoteTarget(Surrogate& process) : Process(process) { ++objects; }
+  RemoteTarget(const RemoteTarget&) = delete;
+  RemoteTarget& operator=(const RemoteTarget&) = delete;
   // A worker has released the object; one without an apartment may not.
-  ~Target() {
+  ~RemoteTarget() {
     static_cast<void>(Object.Detach());
     --objects;
   }
@@ -237,12 +237,12 @@ struct Call {
 };
 
 // Called by the workers, as is the next one.
-void make_Object(Target& target) {
+void make_Object(RemoteTarget& target) {
   target.Known = run_Guarded(E_OUTOFMEMORY, [&] { return target.Process.make(target.Object); });
   target.Calls->begin();
 }
 
-HRESULT carry_Out(Target& target, Call& call, _variant_t& value) {
+HRESULT carry_Out(RemoteTarget& target, Call& call, _variant_t& value) {
   if (const HRESULT known = target.Known; FAILED(known))
     return known;
   HRESULT outcome = target.Process.call(target.Object.Get(), call.Name, call.Kind, call.Arguments, value);
@@ -253,7 +253,7 @@ HRESULT carry_Out(Target& target, Call& call, _variant_t& value) {
     outcome = DISP_E_TYPEMISMATCH;
   }
   if (call.asks_ForLife())
-    target.LastLife.with([&](Target::Life& life) {
+    target.LastLife.with([&](RemoteTarget::Life& life) {
       life = {SUCCEEDED(outcome) ? value : _variant_t(), GetTickCount64(), true};
     });
   return outcome;
@@ -263,7 +263,7 @@ HRESULT carry_Out(Target& target, Call& call, _variant_t& value) {
 class RemoteObject final : public Unknown<IDispatch> {
  public:
   RemoteObject(Surrogate& process, DWORD answer_limit)
-      : m_limit(answer_limit), m_target(std::make_shared<Target>(process)) {}
+      : m_limit(answer_limit), m_target(std::make_shared<RemoteTarget>(process)) {}
 
   // Without waiting.
   void make();
@@ -288,7 +288,7 @@ class RemoteObject final : public Unknown<IDispatch> {
   std::optional<_variant_t> known_Life();
 
   const DWORD m_limit;
-  const std::shared_ptr<Target> m_target;
+  const std::shared_ptr<RemoteTarget> m_target;
 };
 
 void RemoteObject::make() {
@@ -392,7 +392,7 @@ std::optional<_variant_t> RemoteObject::known_Life() {
   const auto now = GetTickCount64();
   const bool is_action = is_InAction();
   bool is_asked = false;
-  const auto known = m_target->LastLife.with([&](Target::Life& life) -> std::optional<_variant_t> {
+  const auto known = m_target->LastLife.with([&](RemoteTarget::Life& life) -> std::optional<_variant_t> {
     const bool is_old = now - life.Asked >= life_milliseconds;
     if (is_action && (is_old || !life.IsAnswered))
       return {};
