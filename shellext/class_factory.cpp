@@ -23,6 +23,8 @@ void run_MainOnce() {
 class ClassFactory final : public Unknown<IClassFactory> {
  public:
   ClassFactory() { lock_Module(); }
+  ClassFactory(const ClassFactory&) = delete;
+  ClassFactory& operator=(const ClassFactory&) = delete;
 
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
     if (object == nullptr)

@@ -31,10 +31,11 @@ bool is_Writable(const void* memory) {
 // forbid writable code, and the table of a class need not be code.
 class WritableMemory {
  public:
-  WritableMemory(void* memory, std::size_t size) : m_memory(memory), m_size(size) {
-    m_is_changed = VirtualProtect(m_memory, m_size, PAGE_EXECUTE_READWRITE, &m_protection) ||
-                   VirtualProtect(m_memory, m_size, PAGE_READWRITE, &m_protection);
-  }
+  WritableMemory(void* memory, std::size_t size)
+      : m_memory(memory),
+        m_size(size),
+        m_is_changed(VirtualProtect(memory, size, PAGE_EXECUTE_READWRITE, &m_protection) ||
+                     VirtualProtect(memory, size, PAGE_READWRITE, &m_protection)) {}
   ~WritableMemory() {
     if (m_is_changed)
       VirtualProtect(m_memory, m_size, m_protection, &m_protection);
@@ -48,7 +49,7 @@ class WritableMemory {
   void* m_memory;
   std::size_t m_size;
   DWORD m_protection = 0;
-  bool m_is_changed = false;
+  bool m_is_changed;
 };
 
 }  // namespace

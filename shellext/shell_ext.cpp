@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "launcher/action_table.h"
@@ -109,8 +110,9 @@ void write_Text(std::basic_string_view<Letter> text, void* buffer, UINT room) {
 
 ShellExt* ShellExt::create() noexcept {
   return run_Guarded(static_cast<ShellExt*>(nullptr), [] {
-    auto* object = new ShellExt;
-    object->Class_Initialize();
+    auto* object = new (std::nothrow) ShellExt;
+    if (object != nullptr)
+      object->Class_Initialize();
     return object;
   });
 }

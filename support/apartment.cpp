@@ -54,10 +54,12 @@ class Apartment final : public Unknown<IInitializeSpy> {
     }
   }
 
-  ULARGE_INTEGER Cookie{};  // by which COM knows it
+  // By which COM knows it.
+  ULARGE_INTEGER& cookie() { return m_cookie; }
 
  private:
   using Entry = std::pair<const void*, std::unique_ptr<ApartmentPart>>;
+  ULARGE_INTEGER m_cookie{};
   std::vector<Entry> m_parts;
   bool m_is_ending = false;
 };
@@ -89,10 +91,10 @@ Apartment* known_Apartment() {
 Apartment& enter_Apartment() {
   const auto index = find_Slot();
   ComPtr<Apartment> apartment(new Apartment);
-  if (FAILED(CoRegisterInitializeSpy(apartment.Get(), &apartment->Cookie)))
+  if (FAILED(CoRegisterInitializeSpy(apartment.Get(), &apartment->cookie())))
     throw std::bad_alloc();
   if (!TlsSetValue(index, apartment.Get())) {
-    CoRevokeInitializeSpy(apartment->Cookie);
+    CoRevokeInitializeSpy(apartment->cookie());
     throw std::bad_alloc();
   }
   ++apartments;
@@ -121,7 +123,7 @@ void leave_Apartment() noexcept {
     return;
   apartment->end_Parts();
   TlsSetValue(slot, nullptr);
-  CoRevokeInitializeSpy(apartment->Cookie);
+  CoRevokeInitializeSpy(apartment->cookie());
   apartment->Release();
   --apartments;
 }

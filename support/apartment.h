@@ -27,6 +27,7 @@ template <typename State>
 class PerApartment {
  public:
   constexpr PerApartment() = default;
+  ~PerApartment() = default;
   PerApartment(const PerApartment&) = delete;
   PerApartment& operator=(const PerApartment&) = delete;
 

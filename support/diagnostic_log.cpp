@@ -76,7 +76,7 @@ std::wstring read_DebugFolder() {
   auto folder = regread_Text(debug_path.Path);
   if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
     return {};
-  const auto debug_folder_name = with_Backslash(folder);
+  auto debug_folder_name = with_Backslash(folder);
   std::wstring path = debug_path.Path;
   if (debug_folder_name != folder)
     regwrite_sz(path, debug_folder_name);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,8 @@ struct Reads {
 };
 
 constinit PerApartment<Reads> reads_state;
-constinit Guarded<std::wstring> found_folder;  // the install folder that was found last by its files
+constinit Guarded<std::optional<std::wstring>>
+    found_folder;  // the install folder that was found last by its files
 constinit std::atomic<bool> is_ReadOnly = false;
 
 // Marks the thread's reads as at work, for what they bring about themselves: a read that logs, a log that
@@ -86,7 +88,7 @@ bool is_InstallFolder(std::wstring_view folder) {
 }
 
 std::wstring known_InstallFolder() {
-  return found_folder.with([](const auto& folder) { return folder; });
+  return found_folder.with([](const auto& folder) { return folder.value_or(std::wstring()); });
 }
 
 std::wstring find_InstallFolder() {
@@ -119,8 +121,8 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
     return;
   replace_All(value, LR"(\pdf\pdf\)", LR"(\pdf\)");
   found_folder.with([](auto& folder) {
-    if (folder.size() > shortest_folder && folder.ends_with(LR"(\\)"))
-      folder.pop_back();
+    if (folder && folder->size() > shortest_folder && folder->ends_with(LR"(\\)"))
+      folder->pop_back();
   });
 }
 

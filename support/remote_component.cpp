@@ -264,6 +264,8 @@ class RemoteObject final : public Unknown<IDispatch> {
  public:
   RemoteObject(Surrogate& process, DWORD answer_limit)
       : m_limit(answer_limit), m_target(std::make_shared<RemoteTarget>(process)) {}
+  RemoteObject(const RemoteObject&) = delete;
+  RemoteObject& operator=(const RemoteObject&) = delete;
 
   // Without waiting.
   void make();
@@ -392,7 +394,7 @@ std::optional<_variant_t> RemoteObject::known_Life() {
   const auto now = GetTickCount64();
   const bool is_action = is_InAction();
   bool is_asked = false;
-  const auto known = m_target->LastLife.with([&](RemoteTarget::Life& life) -> std::optional<_variant_t> {
+  auto known = m_target->LastLife.with([&](RemoteTarget::Life& life) -> std::optional<_variant_t> {
     const bool is_old = now - life.Asked >= life_milliseconds;
     if (is_action && (is_old || !life.IsAnswered))
       return {};

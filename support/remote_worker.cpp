@@ -1,9 +1,11 @@
 #include "support/remote_worker.h"
 
+#include <oaidl.h>
 #include <objbase.h>
+#include <wrl/client.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <atomic>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -50,15 +52,27 @@ SharedStrand next_Strand() {
 // The first exception of a thread has the runtime keep something for it, which ends the program where there
 // is no memory. So the thread has one before it begins, as soon as there is some.
 void prepare_ForExceptions() {
-  for (;;) {
-    void* const volatile memory = std::malloc(4096);
-    if (memory != nullptr) {
-      std::free(memory);
-      break;
-    }
+  constexpr std::size_t enough = 4096;
+  void* memory = nullptr;
+  while ((memory = HeapAlloc(GetProcessHeap(), 0, enough)) == nullptr)
     Sleep(10);
-  }
+  HeapFree(GetProcessHeap(), 0, memory);
   run_Guarded([] { throw std::bad_alloc(); });
+}
+
+constinit std::atomic<bool> are_MarshallersReady = false;
+
+// The marshallers of factories and of late-bound calls fill their tables with their first use, and not every
+// system has that done by one thread alone. So they are asked for before there are several workers.
+void prepare_Marshallers() {
+  if (are_MarshallersReady.exchange(true))
+    return;
+  for (const auto& marshalled : {__uuidof(IClassFactory), __uuidof(IDispatch)}) {
+    CLSID clsid{};
+    Microsoft::WRL::ComPtr<IUnknown> marshaller;
+    if (SUCCEEDED(CoGetPSClsid(marshalled, &clsid)))
+      CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&marshaller));
+  }
 }
 
 DWORD WINAPI run_Worker(void*) {
@@ -72,6 +86,7 @@ DWORD WINAPI run_Worker(void*) {
 }
 
 unique_kernel_handle start_Thread() {
+  prepare_Marshallers();
   HMODULE module = nullptr;  // a thread without a reference of its own would give back somebody else's
   if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                          reinterpret_cast<const wchar_t*>(get_Module()), &module) == FALSE)
@@ -93,8 +108,8 @@ bool add_Worker() {
   return workers.Working > 0;
 }
 
-// Throws when no worker will ever come.
-void submit(const SharedStrand& strand) {
+// False when no worker will ever come.
+bool submit(const SharedStrand& strand) {
   bool is_short = false;
   {
     const Locked lock(workers.Lock);
@@ -108,8 +123,9 @@ void submit(const SharedStrand& strand) {
   else if (!add_Worker()) {
     const Locked lock(workers.Lock);
     std::erase(workers.Ready, strand);
-    throw std::bad_alloc();
+    return false;
   }
+  return true;
 }
 
 }  // namespace
@@ -127,7 +143,8 @@ void Strand::add(Work work) {
     m_state = State::Busy;
   }
   try {
-    submit(shared_from_this());
+    if (!submit(shared_from_this()))
+      throw std::bad_alloc();
   } catch (...) {
     {
       const Locked lock(m_lock);
@@ -143,10 +160,8 @@ void Strand::begin() noexcept {
     const Locked lock(m_lock);
     m_state = State::Busy;
   }
-  if (!run_Guarded(false, [this] {
-        submit(shared_from_this());
-        return true;
-      }))
+  // cppcheck-suppress throwInNoexceptFunction ; it is caught
+  if (!run_Guarded(false, [this] { return submit(shared_from_this()); }))
     run();  // the worker that begins it has time for it too
 }
 

@@ -19,6 +19,7 @@ class Strand : public std::enable_shared_from_this<Strand> {
  public:
   enum class State { Held, Idle, Busy };
   explicit Strand(State state) : m_state(state) {}
+  ~Strand() = default;
   Strand(const Strand&) = delete;
   Strand& operator=(const Strand&) = delete;
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <utility>
 
 #include "support/apartment.h"
 #include "support/automation.h"
@@ -30,7 +32,7 @@ struct Memory {
 };
 
 constinit PerApartment<Cache> cache;
-constinit Guarded<Memory> memory;
+constinit Guarded<std::optional<Memory>> memory;
 
 // How long a component in another process may wait for the present holder.
 constexpr DWORD longest_wait = 15'000;
@@ -73,9 +75,13 @@ void create_Store() {
 
 // Both or neither: they come as copies, since memory may run out in between.
 void remember(std::wstring key, std::wstring value) {
-  memory.with([&](Memory& last) {
-    last.Key.swap(key);
-    last.Value.swap(value);
+  memory.with([&](std::optional<Memory>& last) {
+    if (last) {
+      last->Key.swap(key);
+      last->Value.swap(value);
+    } else {
+      last = Memory{std::move(key), std::move(value)};
+    }
   });
 }
 
@@ -103,8 +109,8 @@ void write_Store(const std::wstring& key, const std::wstring& value) {
 }
 
 bool is_Unchanged(const std::wstring& key, const std::wstring& value) {
-  return memory.with([&](const Memory& last) {
-    return !last.Key.empty() && !last.Value.empty() && value == last.Value && key == last.Key;
+  return memory.with([&](const auto& last) {
+    return last && !last->Key.empty() && !last->Value.empty() && value == last->Value && key == last->Key;
   });
 }
 
@@ -126,8 +132,8 @@ std::wstring get_PermanentCache(const std::wstring& key) {
     return {};
   // The remembered value comes as it was stored, without the counters' "0".
   if (!key.empty())
-    if (auto last = memory.with([](const Memory& known) { return known; }); last.Key == key)
-      return last.Value;
+    if (auto last = memory.with([](const auto& known) { return known; }); last && last->Key == key)
+      return last->Value;
   auto& own = *cache;
   if (own.Reading)
     return {};

@@ -119,6 +119,7 @@ const std::vector<Fault> groups[] = {
 #ifdef _WIN64  // the workers for components in other processes
     failing<0, false, CreateThread, GetModuleHandleExW>(),
     {fault<CoInitializeEx, E_OUTOFMEMORY, false, begin_Worker>()},
+    failing<E_OUTOFMEMORY, false, CoGetPSClsid>(),
 #endif
     {fault<CoGetClassObject, E_OUTOFMEMORY, false, get_Class>(),
      fault<CoCreateInstance, E_OUTOFMEMORY, false, make_Object>(),
