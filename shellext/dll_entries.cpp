@@ -14,6 +14,7 @@
 
 // Gives back what the process keeps for the threads when the DLL alone goes; at the end of the process
 // nothing.
+// cppcheck-suppress constParameter ; the form is the system's
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* process_ends) {
   if (reason == DLL_PROCESS_DETACH && process_ends == nullptr)
     end_Apartments();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -394,7 +395,7 @@ std::optional<_variant_t> RemoteObject::known_Life() {
   const auto now = GetTickCount64();
   const bool is_action = is_InAction();
   bool is_asked = false;
-  auto known = m_target->LastLife.with([&](RemoteTarget::Life& life) -> std::optional<_variant_t> {
+  auto believed = m_target->LastLife.with([&](RemoteTarget::Life& life) -> std::optional<_variant_t> {
     const bool is_old = now - life.Asked >= life_milliseconds;
     if (is_action && (is_old || !life.IsAnswered))
       return {};
@@ -406,7 +407,7 @@ std::optional<_variant_t> RemoteObject::known_Life() {
   });
   if (is_asked)
     send({std::wstring(sign_of_life), DISPATCH_METHOD | DISPATCH_PROPERTYGET, {}});
-  return known;
+  return believed;
 }
 
 class RemoteFactory final : public Unknown<IClassFactory> {
@@ -462,11 +463,14 @@ bool end_RemoteWork() noexcept {
   if (objects != 0)
     return false;
   run_Guarded([] {
-    surrogates.with([](auto& known) {
-      for (const auto& surrogate : known)
-        if (surrogate->is_Serving())
-          surrogate->makings().add([process = surrogate.get()] { process->let_Go(); });
+    const auto all = surrogates.with([](const auto& known) {
+      std::vector<Surrogate*> found;
+      std::ranges::transform(known, std::back_inserter(found), [](const auto& one) { return one.get(); });
+      return found;
     });
+    for (auto* surrogate : all)
+      if (surrogate->is_Serving())
+        surrogate->makings().add([surrogate] { surrogate->let_Go(); });
   });
   return end_Workers();
 }
