@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/apartment.h"
+#include "support/boundary.h"
 #include "support/files.h"
 #include "support/ini_settings.h"
 #include "support/process_values.h"
@@ -87,13 +88,10 @@ bool is_InstallFolder(std::wstring_view folder) {
   return !folder.empty() && file_Exists(std::wstring(folder) + L"norvak.ico");
 }
 
-std::wstring known_InstallFolder() {
-  return found_folder.with([](const auto& folder) { return folder.value_or(std::wstring()); });
-}
-
 std::wstring find_InstallFolder() {
-  if (auto folder = known_InstallFolder(); is_InstallFolder(folder))
-    return folder;
+  if (const auto folder = found_folder.with([](const auto& found) { return found; });
+      folder && is_InstallFolder(*folder))
+    return *folder;
   for (const auto folder : usual_install_folders) {
     if (is_InstallFolder(folder)) {
       found_folder.with([folder](auto& found) { found = folder; });
@@ -249,8 +247,8 @@ bool regwrite_dw(std::wstring& path, long value) {
   return in_ini ? write_Ini(target, decimal(value)) : write_ByScriptHost(target, value, L"REG_DWORD");
 }
 
-void set_QuietState(bool quiet) {
-  reads_state->IsQuiet = quiet;
+void set_QuietState(bool quiet) noexcept {
+  run_Guarded([quiet] { reads_state->IsQuiet = quiet; });
 }
 
 bool is_Quiet() {

@@ -51,5 +51,5 @@ bool regwrite_sz(std::wstring& path, std::wstring value);
 bool regwrite_dw(std::wstring& path, long value);
 
 // While the quiet state is set, reads give the empty text and writes do nothing.
-void set_QuietState(bool quiet);
+void set_QuietState(bool quiet) noexcept;
 bool is_Quiet();
