@@ -20,27 +20,9 @@ constexpr std::array captions{L"Open with Floor", L"Sign with Floor", L"Create F
                               L"Create Floor Envelope", L"Validate Floor Signature"};
 LONG objects = 0;
 
-class Handler final : public IShellExtInit, public IContextMenu {
+class Handler final : public Unknown<IContextMenu, IShellExtInit> {
  public:
   Handler() { InterlockedIncrement(&objects); }
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    *object = nullptr;
-    if (iid == __uuidof(IUnknown) || iid == __uuidof(IContextMenu))
-      *object = static_cast<IContextMenu*>(this);
-    else if (iid == __uuidof(IShellExtInit))
-      *object = static_cast<IShellExtInit*>(this);
-    if (*object == nullptr)
-      return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&m_references)); }
-  STDMETHODIMP_(ULONG) Release() override {
-    const LONG left = InterlockedDecrement(&m_references);
-    if (left == 0)
-      delete this;
-    return static_cast<ULONG>(left);
-  }
 
   STDMETHODIMP Initialize(PCIDLIST_ABSOLUTE, IDataObject* selection, HKEY) override {
     FORMATETC format{CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
@@ -75,11 +57,10 @@ class Handler final : public IShellExtInit, public IContextMenu {
   STDMETHODIMP InvokeCommand(CMINVOKECOMMANDINFO*) override { return m_isFolder ? E_FAIL : S_OK; }
 
  private:
-  ~Handler() { InterlockedDecrement(&objects); }
+  ~Handler() override { InterlockedDecrement(&objects); }
 
   std::vector<std::wstring> m_paths;
   bool m_isFolder = false;
-  LONG m_references = 0;
 };
 
 class Factory final : public Unknown<IClassFactory> {

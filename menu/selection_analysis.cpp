@@ -201,6 +201,6 @@ SelectionFlags analyze_Folders(std::span<const FileEntry> files, const std::wstr
 SelectionFlags analyze_Selection(std::span<const FileEntry> files) {
   const RememberedReads reads(RememberedReads::For::Selection);
   const auto install_folder = get_InstallFolder();
-  is_CardSigningAvailable();
+  is_CardSigningAvailable();  // settled with the first selection, of folders too, as the menu will find it
   return all_Folders(files) ? analyze_Folders(files, install_folder) : analyze_Files(files);
 }

@@ -12,15 +12,15 @@
 #include <utility>
 #include <vector>
 
-#include "support/process_values.h"
+#include "support/thread_slot.h"
 #include "support/unknown.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
 
-std::atomic<DWORD> slot = TLS_OUT_OF_INDEXES;  // of the pointer to each thread's apartment
-std::atomic<long> apartments = 0;
+constinit ThreadSlot slot;  // each thread's apartment
+constinit std::atomic<long> apartments = 0;
 
 // The parts of one thread. COM tells it about the apartment that the thread enters and leaves.
 class Apartment final : public Unknown<IInitializeSpy> {
@@ -64,36 +64,16 @@ class Apartment final : public Unknown<IInitializeSpy> {
   bool m_is_ending = false;
 };
 
-DWORD find_Slot() {
-  auto known = slot.load();
-  if (known != TLS_OUT_OF_INDEXES)
-    return known;
-  const auto made = TlsAlloc();
-  if (made == TLS_OUT_OF_INDEXES)
-    throw std::bad_alloc();
-  if (slot.compare_exchange_strong(known, made))
-    return made;
-  TlsFree(made);
-  return known;
-}
-
 // Null while this thread has none.
 Apartment* known_Apartment() {
-  const auto known = slot.load();
-  if (known == TLS_OUT_OF_INDEXES)
-    return nullptr;
-  const auto error = GetLastError();  // which the platform resets here
-  auto* apartment = static_cast<Apartment*>(TlsGetValue(known));
-  SetLastError(error);
-  return apartment;
+  return static_cast<Apartment*>(slot.get());
 }
 
 Apartment& enter_Apartment() {
-  const auto index = find_Slot();
   ComPtr<Apartment> apartment(new Apartment);
   if (FAILED(CoRegisterInitializeSpy(apartment.Get(), &apartment->cookie())))
     throw std::bad_alloc();
-  if (!TlsSetValue(index, apartment.Get())) {
+  if (!slot.set(apartment.Get())) {
     CoRevokeInitializeSpy(apartment->cookie());
     throw std::bad_alloc();
   }
@@ -122,7 +102,7 @@ void leave_Apartment() noexcept {
   if (apartment == nullptr)
     return;
   apartment->end_Parts();
-  TlsSetValue(slot, nullptr);
+  slot.set(nullptr);
   CoRevokeInitializeSpy(apartment->cookie());
   apartment->Release();
   --apartments;
@@ -133,7 +113,5 @@ bool are_ApartmentsLeft() noexcept {
 }
 
 void end_Apartments() noexcept {
-  const auto known = slot.exchange(TLS_OUT_OF_INDEXES);
-  if (known != TLS_OUT_OF_INDEXES)
-    TlsFree(known);
+  slot.give_Back();
 }

@@ -161,8 +161,10 @@ bool is_IniMode() {
 }
 
 void find_IniFiles() {
+  if (!is_IniMode() || files_found.get())
+    return;
   auto& under_way = search->IsUnderWay;
-  if (!is_IniMode() || files_found.get() || under_way)
+  if (under_way)
     return;
   under_way = true;
   const ScopeExit done([&under_way] { under_way = false; });
@@ -173,8 +175,10 @@ void find_IniFiles() {
 }
 
 bool is_KeptInIni(std::wstring_view path) {
+  if (!is_IniMode())
+    return false;
   find_IniFiles();
-  return is_IniMode() && !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
+  return !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
 }
 
 IniValue read_Ini(std::wstring_view path) {

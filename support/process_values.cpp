@@ -2,30 +2,25 @@
 
 #include <cstdint>
 
+#include "support/thread_slot.h"
+
 #ifndef NDEBUG
 namespace {
 
-// The count stands in the thread's slot itself, so that nothing is allocated for it.
-DWORD count_Slot() {
-  static const DWORD slot = TlsAlloc();
-  return slot;
-}
+constinit ThreadSlot held_locks;  // the count itself, so that nothing is allocated for it
 
-std::intptr_t held_Locks() {
-  const auto error = GetLastError();
-  const auto count = reinterpret_cast<std::intptr_t>(TlsGetValue(count_Slot()));
-  SetLastError(error);
-  return count;
+std::intptr_t count_Held() {
+  return reinterpret_cast<std::intptr_t>(held_locks.get());
 }
 
 }  // namespace
 
 void count_Locks(int difference) noexcept {
-  TlsSetValue(count_Slot(), reinterpret_cast<void*>(held_Locks() + difference));
+  held_locks.set(reinterpret_cast<void*>(count_Held() + difference));
 }
 
 void assert_Unlocked() noexcept {
-  if (held_Locks() != 0)
+  if (count_Held() != 0)
     __builtin_trap();
 }
 #endif

@@ -1,10 +1,7 @@
 #include "support/remote_component.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
-#include <iterator>
-#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -19,6 +16,7 @@
 #include "support/patience.h"
 #include "support/process_values.h"
 #include "support/remote_worker.h"
+#include "support/surrogate.h"
 #include "support/unknown.h"
 
 using Microsoft::WRL::ComPtr;
@@ -27,33 +25,11 @@ namespace {
 
 constexpr IID iid_RemoteObject{0x6c5f0d1e, 0x7e0b, 0x4f3a, {0x9a, 0x27, 0x4b, 0x81, 0xd0, 0x5e, 0x93, 0x16}};
 
-constexpr DWORD shortest_pause = 1000, longest_pause = 60'000;
-
 // The component's sign of life is asked for many times in a right-click, so it is believed for a moment.
 constexpr std::wstring_view sign_of_life = L"info";
 constexpr ULONGLONG life_milliseconds = 1000;
 
 constinit std::atomic<long> objects = 0;
-
-bool has_Ended(HRESULT outcome) {
-  static constexpr std::array outcomes{RPC_E_DISCONNECTED,
-                                       RPC_E_SERVER_DIED,
-                                       RPC_E_SERVER_DIED_DNE,
-                                       CO_E_OBJNOTCONNECTED,
-                                       CO_E_SERVER_EXEC_FAILURE,
-                                       HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE),
-                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED),
-                                       HRESULT_FROM_WIN32(RPC_S_CALL_FAILED_DNE)};
-  return std::ranges::find(outcomes, outcome) != outcomes.end();
-}
-
-HRESULT get_Factory(REFCLSID clsid, ComPtr<IClassFactory>& factory) {
-  constexpr DWORD other_bitness = CLSCTX_LOCAL_SERVER | CLSCTX_ACTIVATE_32_BIT_SERVER;
-  const HRESULT outcome = CoGetClassObject(clsid, other_bitness, nullptr, IID_PPV_ARGS(&factory));
-  return outcome != REGDB_E_CLASSNOTREG
-             ? outcome
-             : CoGetClassObject(clsid, CLSCTX_LOCAL_SERVER, nullptr, IID_PPV_ARGS(&factory));
-}
 
 bool is_Unregistered(HRESULT outcome) {
   return outcome == REGDB_E_CLASSNOTREG || outcome == REGDB_E_KEYMISSING;
@@ -62,139 +38,6 @@ bool is_Unregistered(HRESULT outcome) {
 // Whether the value means the same in every apartment.
 bool is_Plain(const VARIANT& value) {
   return value.vt <= VT_UINT && value.vt != VT_DISPATCH && value.vt != VT_UNKNOWN && value.vt != VT_VARIANT;
-}
-
-// The process that serves a class. The objects are made one after the other, so that two of them do not start
-// it twice, and one that hangs holds up one worker however many objects are wanted.
-class Surrogate {
- public:
-  explicit Surrogate(REFCLSID clsid) : m_class(clsid) {}
-  Surrogate(const Surrogate&) = delete;
-  Surrogate& operator=(const Surrogate&) = delete;
-  // A worker lets the factory go (`let_Go`); at the end of the program nobody may call it any more.
-  ~Surrogate() { static_cast<void>(m_factory.Detach()); }
-
-  REFCLSID clsid() const { return m_class; }
-  Strand& makings() { return *m_makings; }
-
-  // Called by the workers.
-  HRESULT make(ComPtr<IDispatch>& object);
-  HRESULT call(IDispatch* object, const std::wstring& name, WORD kind, std::vector<_variant_t>& arguments,
-               _variant_t& result);
-  void let_Go();
-
-  // Called by those who ask.
-  bool is_HeldUp();
-  HRESULT last_Failure();
-  bool is_Serving();
-  void note_Silence();
-
- private:
-  struct Known {
-    void pause(bool holds_Actions) {
-      Pause = std::clamp(2 * Pause, shortest_pause, longest_pause);
-      PauseEnd = GetTickCount64() + Pause;
-      HoldsActions = holds_Actions;
-    }
-
-    void end_Pause() { Pause = 0, PauseEnd = 0; }
-
-    bool IsServing = false;
-    std::map<std::wstring, DISPID> Members;
-    HRESULT Making = S_OK;  // the last one
-    DWORD Pause = 0;
-    ULONGLONG PauseEnd = 0;
-    bool HoldsActions = false;  // or only those who have the patience of a menu
-  };
-
-  const CLSID m_class;
-  const std::shared_ptr<Strand> m_makings = std::make_shared<Strand>(Strand::State::Idle);
-  ComPtr<IClassFactory> m_factory;  // used where objects are made
-  Guarded<Known> m_known;
-};
-
-constinit Guarded<std::vector<std::unique_ptr<Surrogate>>> surrogates;
-
-// It stays until the module unloads.
-Surrogate& find_Surrogate(REFCLSID clsid) {
-  return *surrogates.with([&](auto& known) {
-    const auto found = std::ranges::find_if(known, [&](const auto& one) { return one->clsid() == clsid; });
-    return (found != known.end() ? *found : known.emplace_back(std::make_unique<Surrogate>(clsid))).get();
-  });
-}
-
-HRESULT Surrogate::make(ComPtr<IDispatch>& object) {
-  assert_Unlocked();
-  HRESULT outcome =
-      m_factory ? m_factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) : HRESULT{CO_E_OBJNOTCONNECTED};
-  if (has_Ended(outcome)) {  // a process may end when it has no object
-    outcome = get_Factory(m_class, m_factory);
-    if (SUCCEEDED(outcome))
-      outcome = m_factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
-  }
-  if (FAILED(outcome))
-    m_factory.Reset();
-  m_known.with([&](Known& known) {
-    known.IsServing = SUCCEEDED(outcome);
-    known.Making = outcome;
-    if (known.IsServing)
-      known.end_Pause();
-    else
-      known.pause(true);
-  });
-  return outcome;
-}
-
-HRESULT Surrogate::call(IDispatch* object, const std::wstring& name, WORD kind,
-                        std::vector<_variant_t>& arguments, _variant_t& result) {
-  DISPID member = m_known.with([&](Known& known) {
-    const auto found = known.Members.find(name);
-    return found == known.Members.end() ? DISPID_UNKNOWN : found->second;
-  });
-  HRESULT outcome = S_OK;
-  if (member == DISPID_UNKNOWN) {  // a later call is one question to the other process
-    outcome = find_Member(object, name.c_str(), member);
-    if (SUCCEEDED(outcome))
-      m_known.with([&](Known& known) { known.Members.insert_or_assign(name, member); });
-  }
-  if (SUCCEEDED(outcome))
-    outcome = invoke_Member(object, member, kind, arguments, &result);
-  m_known.with([&](Known& known) {
-    if (outcome == DISP_E_MEMBERNOTFOUND)
-      known.Members.erase(name);
-    if (!has_Ended(outcome))
-      known.end_Pause();
-  });
-  return outcome;
-}
-
-void Surrogate::let_Go() {
-  m_factory.Reset();
-  m_known.with([](Known& known) { known.IsServing = false; });
-}
-
-bool Surrogate::is_HeldUp() {
-  const bool is_action = is_InAction();
-  return m_known.with([is_action](const Known& known) {
-    return GetTickCount64() < known.PauseEnd && (known.HoldsActions || !is_action);
-  });
-}
-
-// Why no object could be made, for as long as that is to be believed; else S_OK.
-HRESULT Surrogate::last_Failure() {
-  return m_known.with([](const Known& known) {
-    return FAILED(known.Making) && GetTickCount64() < known.PauseEnd ? known.Making : S_OK;
-  });
-}
-
-bool Surrogate::is_Serving() {
-  return m_known.with([](const Known& known) { return known.IsServing; });
-}
-
-// A process that is only slow to start has an action wait all the same.
-void Surrogate::note_Silence() {
-  const bool is_action = is_InAction();
-  m_known.with([is_action](Known& known) { known.pause(is_action || known.IsServing); });
 }
 
 // What its caller may have stopped waiting for.
@@ -462,15 +305,6 @@ bool is_GoneObject(IDispatch* object) noexcept {
 bool end_RemoteWork() noexcept {
   if (objects != 0)
     return false;
-  run_Guarded([] {
-    const auto all = surrogates.with([](const auto& known) {
-      std::vector<Surrogate*> found;
-      std::ranges::transform(known, std::back_inserter(found), [](const auto& one) { return one.get(); });
-      return found;
-    });
-    for (auto* surrogate : all)
-      if (surrogate->is_Serving())
-        surrogate->makings().add([surrogate] { surrogate->let_Go(); });
-  });
+  run_Guarded(let_SurrogatesGo);
   return end_Workers();
 }

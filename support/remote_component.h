@@ -1,20 +1,7 @@
 // Components in a process of their own, as are those that exist for the other bitness only: the system's
 // surrogate loads them. Such a process may be slow, hang or end, so nothing here is waited for that needs no
-// answer, and an answer no longer than the caller has patience for (patience.h). What is known of the process
-// of a class:
-//
-//                          answers                 an answer is late
-//   not asked ──▶ starting ────────▶ serving ◀─────────────────────▶ held up
-//                    │  ▲               │           it comes late       │
-//          cannot be │  │ next object   │ ends                          │ ends
-//            started ▼  │               ▼                               │
-//                   gone ◀──────────────┴───────────────────────────────┘
-//
-// A process that starts slowly or is held up fails its callers at once until a pause is over, which doubles
-// with each late answer from a second to a minute; then one caller waits again. What has been made or sent
-// stays in the queue of its object meanwhile and is done as soon as the process comes round. A class that is
-// registered nowhere, and a process that cannot be started, are looked for again after the same pause. The
-// state is what is known of each process, until the module unloads.
+// answer, and an answer no longer than the caller has patience for (patience.h, surrogate.h). What has been
+// made or sent stays in the queue of its object meanwhile and is done as soon as the process comes round.
 #pragma once
 
 #include <windows.h>

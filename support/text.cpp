@@ -26,15 +26,10 @@ bool contains(std::wstring_view text, std::wstring_view part) {
 }
 
 std::vector<std::wstring> split(std::wstring_view text, wchar_t separator) {
-  const auto views = split_Views(text, separator);
-  return {views.begin(), views.end()};
-}
-
-std::vector<std::wstring_view> split_Views(std::wstring_view text, wchar_t separator) {
-  std::vector<std::wstring_view> pieces;
+  std::vector<std::wstring> pieces;
   for (std::size_t start = 0;;) {
     const auto end = text.find(separator, start);
-    pieces.push_back(text.substr(start, end - start));
+    pieces.emplace_back(text.substr(start, end - start));
     if (end == std::wstring_view::npos)
       return pieces;
     start = end + 1;

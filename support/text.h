@@ -27,9 +27,6 @@ bool equals_IgnoringCase(std::wstring_view left, std::wstring_view right);
 // The pieces between the separators; a text without one is a single piece, also when it is empty.
 std::vector<std::wstring> split(std::wstring_view text, wchar_t separator);
 
-// The same without copying them.
-std::vector<std::wstring_view> split_Views(std::wstring_view text, wchar_t separator);
-
 // The text after the last `mark`, or the whole text when it has none.
 std::wstring_view after_Last(std::wstring_view text, wchar_t mark);
 

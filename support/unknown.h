@@ -1,13 +1,14 @@
-// The base of the COM classes that are written here: it counts references and answers for its interface.
+// The base of the COM classes that are written here: it counts references and answers for its interfaces.
 #pragma once
 
 #include <windows.h>
 
 #include <unknwn.h>
 
-// A class of one interface. Its objects are made with `new`, without references, and end with the last one.
-template <typename Interface>
-class Unknown : public Interface {
+// A class of these interfaces; the first stands for the object's identity. Its objects are made with `new`,
+// without references, and end with the last one.
+template <typename Identity, typename... Others>
+class Unknown : public Identity, public Others... {
  public:
   Unknown() = default;
   Unknown(const Unknown&) = delete;
@@ -16,9 +17,10 @@ class Unknown : public Interface {
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     if (object == nullptr)
       return E_POINTER;
-    const bool is_known = iid == __uuidof(IUnknown) || iid == __uuidof(Interface);
-    *object = is_known ? static_cast<Interface*>(this) : nullptr;
-    if (!is_known)
+    const bool is_identity = iid == __uuidof(IUnknown) || iid == __uuidof(Identity);
+    *object = is_identity ? static_cast<Identity*>(this) : nullptr;
+    ((iid == __uuidof(Others) ? * object = static_cast<Others*>(this) : nullptr), ...);
+    if (*object == nullptr)
       return E_NOINTERFACE;
     AddRef();
     return S_OK;
