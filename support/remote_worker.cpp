@@ -113,6 +113,8 @@ bool submit(const SharedStrand& strand) {
   bool is_short = false;
   {
     const Locked lock(workers.Lock);
+    // Nobody would wait for the end of a thread that found no place among the others.
+    workers.Threads.reserve(workers.Threads.size() + workers.Working + 1);
     workers.Ready.push_back(strand);
     workers.Ending = 0;
     is_short = workers.Ready.size() > workers.Idle;
