@@ -27,6 +27,12 @@ constexpr OptionRow option_table[] = {
      [](Arguments& arguments, std::wstring_view value) {
        arguments.FirstId = parse_number(value, L"The value of --first-id", last_command_id);
      }},
+    {L"--after", L"N",
+     L"right-click twice, the second time N seconds later, as in an Explorer that is in use",
+     [](Arguments& arguments, std::wstring_view value) {
+       constexpr UINT hour = 3600;
+       arguments.SecondsBefore = parse_number(value, L"The value of --after", hour);
+     }},
     {L"--json", L"", L"print one JSON object instead of text",
      [](Arguments& arguments, std::wstring_view) { arguments.IsJson = true; }},
     {L"--verbose", L"", L"also say on stderr how the selection was handed over",

@@ -18,7 +18,8 @@ struct Arguments {
   std::wstring Command;
   std::vector<std::wstring> Operands;
   UINT QueryFlags = 0;
-  UINT FirstId = 100;  // Explorer keeps the low identifiers for its own entries
+  UINT FirstId = 100;      // Explorer keeps the low identifiers for its own entries
+  UINT SecondsBefore = 0;  // that a first right-click comes before; 0 for none
   bool IsJson = false;
   bool IsVerbose = false;
   bool WantsHelp = false;

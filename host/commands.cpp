@@ -29,23 +29,33 @@ struct Session {
   Offer Offered;
 };
 
+Session right_click(const Arguments& arguments, std::span<const std::wstring> paths, unique_menu menu) {
+  Session session;
+  session.Menu = std::move(menu);
+  session.Selected = make_selection(paths);
+  session.Extension = create_extension(session.Selected.DataObject.Get());
+  session.Offered =
+      query_menu(session.Extension.Get(), session.Menu.get(), arguments.FirstId, arguments.QueryFlags);
+  return session;
+}
+
 Session open_session(const Arguments& arguments, std::span<const std::wstring> paths, unique_menu menu) {
   if (paths.empty()) {
     throw Failure{
         L"The command " + quote_text(arguments.Command) + L" needs the path of a file, folder or drive.",
         exit_wrong_usage};
   }
-  Session session;
-  session.Menu = std::move(menu);
-  session.Selected = make_selection(paths);
+  if (arguments.SecondsBefore != 0) {
+    constexpr DWORD second = 1000;
+    right_click(arguments, paths, unique_menu(CreatePopupMenu()));
+    Sleep(arguments.SecondsBefore * second);
+  }
+  Session session = right_click(arguments, paths, std::move(menu));
   if (arguments.IsVerbose) {
     print_note(session.Selected.IsFromShell ? L"The selection was handed over in the shell's data object."
                                             : L"The selection was handed over in menuhost's own data object, "
                                               L"because the shell's does not offer every path.");
   }
-  session.Extension = create_extension(session.Selected.DataObject.Get());
-  session.Offered =
-      query_menu(session.Extension.Get(), session.Menu.get(), arguments.FirstId, arguments.QueryFlags);
   return session;
 }
 

@@ -2,15 +2,13 @@
 
 #include <shlwapi.h>
 
-#include <algorithm>
-#include <cstring>
 #include <new>
-#include <vector>
 
 #include "launcher/action_table.h"
 #include "launcher/actions.h"
 #include "launcher/translation.h"
 #include "menu/insertion.h"
+#include "shellext/command_strings.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/module_locks.h"
 #include "shellext/selection_capture.h"
@@ -32,78 +30,12 @@ namespace {
 // A verb with any of these bits is the address of a text. In a 32-bit process the top four bits do not count.
 constexpr ULONG_PTR text_verb_bits = sizeof(void*) == 4 ? 0x0FFFF000 : ~ULONG_PTR{0xFFF};
 
-// The certificate caches of the thread's objects. An object that outlives its apartment must not keep one.
-class Caches {
- public:
-  Caches() = default;
-  Caches(const Caches&) = delete;
-  Caches& operator=(const Caches&) = delete;
-  ~Caches() {
-    for (const auto& cache : m_caches)
-      if (const auto living = cache.lock())
-        living->Reset();
-  }
-
-  std::shared_ptr<AutomationObject> make() {
-    std::erase_if(m_caches, [](const auto& cache) { return cache.expired(); });
-    auto made = std::make_shared<AutomationObject>();
-    m_caches.push_back(made);
-    return made;
-  }
-
- private:
-  std::vector<std::weak_ptr<AutomationObject>> m_caches;
-};
-
-constinit PerApartment<Caches> caches;
-
 constinit Settled<bool> skips_AutoUnload;
 
 // The end-of-use clean-up.
 void clean_up_Process() {
   if (!skips_AutoUnload.get_Or([] { return trim(regread_Text(skip_auto_unload.Path)) == L"1"; }))
     release_Translator();
-}
-
-// What a menu host asks for: the verb of an item, its help text, or whether it is there.
-enum class Answer { None, Verb, HelpText, Validation };
-
-Answer answer_For(UINT uFlags) {
-  switch (uFlags) {
-    case GCS_VERBA:
-    case GCS_VERBW:
-      return Answer::Verb;
-    case GCS_HELPTEXTA:
-    case GCS_HELPTEXTW:
-      return Answer::HelpText;
-    case GCS_VALIDATEA:
-    case GCS_VALIDATEW:
-      return Answer::Validation;
-    default:
-      return Answer::None;
-  }
-}
-
-std::wstring compose_Answer(Answer answer, UINT_PTR idCmd, const std::wstring& caption) {
-  switch (answer) {
-    case Answer::Verb:
-      return L"(GCS_VERB)MENUITEM" + decimal(static_cast<long>(idCmd + 1));
-    case Answer::HelpText:
-      return caption;
-    case Answer::Validation:
-      return L"(GCS_VALIDATE)" + caption;
-    default:
-      return {};
-  }
-}
-
-// Hosts pass the room without the terminator, so a full buffer gets the terminator behind its last character.
-template <typename Letter>
-void write_Text(std::basic_string_view<Letter> text, void* buffer, UINT room) {
-  const auto length = std::min<std::size_t>(text.size(), room);
-  auto* bytes = static_cast<char*>(buffer);  // a host's buffer of bytes need not be aligned for wide letters
-  std::memcpy(bytes, text.data(), length * sizeof(Letter));
-  std::memset(bytes + length * sizeof(Letter), 0, sizeof(Letter));
 }
 
 }  // namespace
@@ -117,7 +49,7 @@ ShellExt* ShellExt::create() noexcept {
   });
 }
 
-ShellExt::ShellExt() : m_Cache(caches->make()) {
+ShellExt::ShellExt() {
   use_WritableMethodTable(this);
 }
 
@@ -125,7 +57,7 @@ void ShellExt::Class_Initialize() noexcept {
   lock_Module();
   redirect_QueryContextMenu(this);
   set_QuietState(false);
-  ensure_Cache();
+  m_Cache.ensure_Cache();
 }
 
 // What belongs to a thread that has left its apartment is gone already.
@@ -134,21 +66,11 @@ void ShellExt::Class_Terminate() noexcept {
   if (has_Apartment()) {
     run_Guarded(free_MenuBitmaps);
     set_QuietState(false);
-    m_Cache->Reset();
-    // The cache is gone, so this reaches nobody: its own last release decides when its session ends.
-    send_Member(m_Cache->Get(), L"DisableSessionUnloading");
+    m_Cache.let_Go();
     run_Guarded(clear_ActionTable);
     run_Guarded(clean_up_Process);
   }
   unlock_Module();
-}
-
-long ShellExt::ensure_Cache() noexcept {
-  if (!is_Alive(m_Cache->Get())) {
-    *m_Cache = create_Object(L"NorvakCertInstaller.icache");
-    send_Member(m_Cache->Get(), L"DisableSessionUnloading");
-  }
-  return read_Number(m_Cache->Get(), L"info").value_or(0);
 }
 
 void ShellExt::set_WindowHandle(HWND hwnd) {
@@ -173,37 +95,28 @@ HRESULT ShellExt::IShellExtInit_Initialize(IDataObject* lpdobj) noexcept {
     m_Files = std::make_shared<const Selection>(capture_Selection(lpdobj, m_szShortFile));
     keep_Selection(m_Files);
   });
-  ensure_Cache();
+  m_Cache.ensure_Cache();
   return S_OK;
 }
 
 // Reached only while no object lives that redirects the shell to the menu composition.
 HRESULT ShellExt::IContextMenu_QueryContextMenu() noexcept {
   const ComPtr<IContextMenu> own(this);
-  ensure_Cache();
+  m_Cache.ensure_Cache();
   return S_OK;
 }
 
 HRESULT ShellExt::IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, char* pszName,
                                                 UINT cchMax) noexcept {
   const ComPtr<IContextMenu> own(this);
-  return run_Guarded(S_OK, [&] {
-    ensure_Cache();
-    const auto caption = get_MenuName(static_cast<long>(idCmd));
-    const auto text = caption.empty() ? caption : compose_Answer(answer_For(uFlags), idCmd, caption);
-    if (text.empty() || pszName == nullptr || cchMax == 0)
-      return S_OK;
-    if ((uFlags & GCS_UNICODE) != 0)
-      write_Text<wchar_t>(text, pszName, cchMax);
-    else
-      write_Text<char>(to_Ansi(text), pszName, cchMax);
-    return S_OK;
-  });
+  m_Cache.ensure_Cache();
+  run_Guarded([&] { answer_CommandString(idCmd, uFlags, pszName, cchMax); });
+  return S_OK;
 }
 
 HRESULT ShellExt::IContextMenu_InvokeCommand(const CMINVOKECOMMANDINFO* lpcmi) noexcept {
   const ComPtr<IContextMenu> own(this);
-  ensure_Cache();
+  m_Cache.ensure_Cache();
   const ActionPatience patience;
   if (lpcmi != nullptr)
     run_Guarded([&] { run_Command(*lpcmi); });

@@ -11,7 +11,7 @@
 #include <memory>
 #include <string>
 
-#include "support/automation.h"
+#include "shellext/certificate_cache.h"
 #include "support/selection.h"
 
 // The identifiers stand in resources/NorvakContextMenu.idl too.
@@ -73,12 +73,11 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
   HRESULT IContextMenu_InvokeCommand(const CMINVOKECOMMANDINFO* lpcmi) noexcept;
   HRESULT IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, char* pszName, UINT cchMax) noexcept;
 
-  long ensure_Cache() noexcept;
   void run_Command(const CMINVOKECOMMANDINFO& command);
 
   SharedSelection m_Files;     // null before there is one
   std::wstring m_szShortFile;  // the short paths joined by blanks; grows over the life of the object
-  std::shared_ptr<AutomationObject> m_Cache;  // the suite's certificate cache
+  CertificateCache m_Cache;
   HWND m_hWnd = nullptr;
   LONG m_references = 0;
 };

@@ -108,6 +108,31 @@ TEST_F(IniMode, ReadsTheUsersFileThenTheCommonOnesThenTheRegistry) {
   EXPECT_EQ(log.messages(), (Lines{begin, end, begin, end, begin, end}));
 }
 
+struct FirstCall {
+  const char* Name;
+  void (*Call)();
+};
+
+class FirstCallInIniMode : public IniMode, public testing::WithParamInterface<FirstCall> {};
+
+// The install folder is the one that is found by its icon, and not the one that a plain look at its value
+// gives.
+TEST_P(FirstCallInIniMode, FindsTheFilesInTheSameFolder) {
+  set_Value(norvak + LR"(pdf\path)", L"");
+  set_Value(norvak + LR"(pdf\INSTALLDIR)", folder);
+  make_File(LR"(c:\programme\bergstede\norvak.ico)");
+  make_File(LR"(c:\programme\bergstede\global.ini)", L"[Software\\Norvak]\r\nb=beside the icon\r\n");
+  GetParam().Call();
+  EXPECT_EQ(regread_Text(norvak + L"b"), L"beside the icon");
+}
+
+INSTANTIATE_TEST_SUITE_P(, FirstCallInIniMode,
+                         testing::Values(FirstCall{"Read", [] { regread_Text(norvak + L"c"); }},
+                                         FirstCall{"Question", [] { find_Value(norvak + L"c"); }},
+                                         FirstCall{"Write", [] { write_Text(norvak + L"x", L"1"); }},
+                                         FirstCall{"Deletion", [] { deletevalue(norvak + L"x"); }}),
+                         [](const auto& row) { return std::string(row.param.Name); });
+
 TEST_F(IniMode, IsOffForANought) {
   set_Value(norvak + L"useini", L"0");
   EXPECT_EQ(regread_Text(norvak + L"a"), L"");
