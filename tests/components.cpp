@@ -7,6 +7,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "support/boundary.h"
 #include "support/text.h"
 #include "support/unknown.h"
 
@@ -47,8 +48,11 @@ class Object final : public Unknown<IDispatch> {
   }
   ~Object() override {
     count_Stranger();
+    strangers += m_calls;
     --living;
     record(L"-" + m_definition->ProgId);
+    if (m_definition->AtEnd)
+      m_definition->AtEnd();
   }
 
   STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
@@ -72,6 +76,8 @@ class Object final : public Unknown<IDispatch> {
     if (is_ToFail())
       return E_FAIL;
     try {
+      ++m_calls;
+      const ScopeExit answered([this] { --m_calls; });
       auto answer = member(arguments);
       if (result != nullptr)
         *result = answer.Detach();
@@ -89,6 +95,7 @@ class Object final : public Unknown<IDispatch> {
   }
 
   Definition m_definition;
+  long m_calls = 0;  // under way
   const DWORD m_thread = GetCurrentThreadId();
 };
 

@@ -36,6 +36,7 @@ class Component {
     std::wstring ProgId;
     Members Table;
     bool IsCreatable;
+    std::function<void()> AtEnd = {};  // what an object does with its last release
   };
   Definition* operator->() const { return m_definition.get(); }
 
@@ -50,7 +51,8 @@ class Component {
 Lines calls(std::wstring_view part = {});
 // Starts the record anew, or ends it.
 void forget_Calls(bool goes_on = true);
-// How many calls and ends of objects came on other threads than made them, or after their apartments.
+// How many calls and ends of objects came on other threads than made them, after their apartments, or in the
+// middle of a call.
 long calls_ByStrangers();
 // How many objects have been made and not released.
 long living_Objects();

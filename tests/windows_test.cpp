@@ -169,31 +169,35 @@ TEST_F(Windows, WaitForNoOther) {
   EXPECT_EQ(waited, WAIT_OBJECT_0);
 }
 
-// Two objects of one method table, made and released at the same time, round for round.
+// Two objects of one method table: one is made while the other is released, at another moment in each round.
 TEST(MethodTable, LeadsToTheMenuWhileAnObjectLives) {
+  constexpr int rounds = 20'000, moments = 256, looks = 200;
   std::array<void*, context_menu_methods> methods{};
   void* table = methods.data();
   auto* const object = reinterpret_cast<IContextMenu*>(&table);
   auto& entry = reinterpret_cast<void* volatile&>(methods[context_menu_entry - 1]);
-  std::atomic<long> wrong = 0;
   std::atomic<int> arrived = 0;
   const auto wait_ForBoth = [&arrived](int times) {
     for (++arrived; arrived < 2 * times;)
-      SwitchToThread();
+      YieldProcessor();
   };
-  const auto make_AndRelease = [&] {
-    for (int round = 0; round < 5'000; ++round) {
+  long wrong = 0;
+  const auto make_AndRelease = [&](bool is_late) {
+    for (int round = 0; round < rounds; ++round) {
       wait_ForBoth(2 * round + 1);
       entry = nullptr;
       wait_ForBoth(2 * round + 2);
+      for (int moment = 0; is_late && moment < round % moments; ++moment)
+        YieldProcessor();
       redirect_QueryContextMenu(object);
-      wrong += entry != reinterpret_cast<void*>(&QueryContextMenu);
+      for (int look = 0; is_late && look < looks; ++look)
+        wrong += entry != reinterpret_cast<void*>(&QueryContextMenu);
       restore_QueryContextMenu(object);
     }
   };
-  std::thread other(make_AndRelease);
-  make_AndRelease();
-  other.join();
+  std::thread late(make_AndRelease, true);
+  make_AndRelease(false);
+  late.join();
   EXPECT_EQ(wrong, 0);
 }
 
@@ -264,6 +268,24 @@ TEST_F(Windows, OutliveWhatAComponentDoesToThem) {
     EXPECT_FALSE(menu.lines().empty());
     object.Reset();
   }
+  EXPECT_EQ(calls_ByStrangers(), 0);
+}
+
+TEST_F(Windows, LetComponentsGoBeforeTheirApartmentEnds) {
+  Lines last;
+  std::thread([&] {
+    CoInitialize(nullptr);
+    const Components components;
+    const auto object = m_library.create();
+    select(object, m_selections[0]);
+    EXPECT_FALSE(offered(object).empty());
+    EXPECT_NE(living_Objects(), 0);
+    components.Logger->AtEnd = [&] { last = right_Click(m_selections[1]); };
+    CoUninitialize();
+    EXPECT_EQ(living_Objects(), 0);
+  }).join();
+  EXPECT_FALSE(last.empty()) << "a component that right-clicks with its last release";
+  EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
 }  // namespace
