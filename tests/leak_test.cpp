@@ -24,6 +24,7 @@ class Leaks : public Machine {
   void right_Click(const Lines& paths, In windows = In::OneWindow) const;
   Holdings growth(
       In windows, int clicks, const Lines& paths, const std::function<void()>& leak = [] {}) const;
+  Holdings lasting_Growth(In windows, int clicks, const Lines& paths) const;
 
   const Library m_library;
   const ValueStore m_store;
@@ -65,6 +66,13 @@ Holdings Leaks::growth(In windows, int clicks, const Lines& paths, const std::fu
   return count_Holdings() - before;
 }
 
+// What the runtime of this program makes once, like the event of a lock that two threads want at the same
+// time, is there the second time.
+Holdings Leaks::lasting_Growth(In windows, int clicks, const Lines& paths) const {
+  const auto grown = growth(windows, clicks, paths);
+  return grown == Holdings() ? grown : growth(windows, clicks, paths);
+}
+
 TEST_F(Leaks, NothingGrowsFromRightClickToRightClick) {
   const bool endures = std::getenv("NORVAK_ENDURANCE") != nullptr;
   for (const int files : {1, 100}) {
@@ -73,7 +81,7 @@ TEST_F(Leaks, NothingGrowsFromRightClickToRightClick) {
       paths.push_back(make_File(test_folder + std::to_wstring(number) + L".pdf"));
     right_Click(paths);
     DeleteFileW((test_folder + LR"(the suite\quill!.exe)").c_str());
-    EXPECT_EQ(growth(In::OneWindow, endures ? 2000 : 100 / files + 20, paths), Holdings()) << files;
+    EXPECT_EQ(lasting_Growth(In::OneWindow, endures ? 2000 : 100 / files + 20, paths), Holdings()) << files;
   }
 }
 
@@ -83,7 +91,7 @@ TEST_F(Leaks, NothingGrowsFromWindowToWindow) {
   right_Click(paths, In::NewWindows);
   DeleteFileW((test_folder + LR"(the suite\quill!.exe)").c_str());
   const int windows = std::getenv("NORVAK_ENDURANCE") != nullptr ? 1000 : 20;
-  EXPECT_EQ(growth(In::NewWindows, windows, paths), Holdings());
+  EXPECT_EQ(lasting_Growth(In::NewWindows, windows, paths), Holdings());
   EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
