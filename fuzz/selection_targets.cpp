@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstring>
+#include <functional>
 
 #include "fuzz/machine_target.h"
 #include "shellext/drop_list.h"
@@ -27,6 +28,8 @@ struct GuardedMemory {
   std::span<char> last(std::size_t length) const { return {End - length, length}; }
 };
 
+constexpr std::size_t ansi_room = 500;  // of a name that the code page has, with its terminator
+
 void drop_list(Input input) {
   static const GuardedMemory memory;
   const auto block = memory.last(input.rest().size());
@@ -41,8 +44,11 @@ void drop_list(Input input) {
       std::ranges::transform(names.Names, std::back_inserter(expected), to_text);
       is_whole = names.IsWhole;
     };
-    header.fWide ? take(DecodedNames<wchar_t>(list), through_Ansi)
-                 : take(DecodedNames<char>(list), from_Ansi);
+    const auto whole_Name = [](const std::string& name) {
+      return name.size() < ansi_room ? from_Ansi(name) : std::wstring();
+    };
+    header.fWide ? take(DecodedNames<wchar_t>(list), std::identity())
+                 : take(DecodedNames<char>(list), whole_Name);
   }
   require(std::ranges::equal(read_DropNames(block).Names, expected),
           "the names are those that end within the block");
@@ -52,11 +58,12 @@ void drop_list(Input input) {
   const auto global = make_Block({block.data(), block.size()});
   require(std::ranges::equal(read_DropList(global).Names, expected), "a block of memory gives the same");
   const auto drop = static_cast<HDROP>(global);
-  require(DragQueryFileA(drop, ~0U, nullptr, 0) == expected.size(), "the shell counts as many");
+  require(DragQueryFileW(drop, ~0U, nullptr, 0) == expected.size(), "the shell counts as many");
   for (UINT index = 0; index < expected.size(); ++index) {
-    std::array<char, 500> buffer{};
-    DragQueryFileA(drop, index, buffer.data(), buffer.size());
-    require(from_Ansi(buffer.data()) == expected[index], "the shell gives the same name");
+    std::wstring name(DragQueryFileW(drop, index, nullptr, 0), L'\0');
+    DragQueryFileW(drop, index, name.data(), static_cast<UINT>(name.size() + 1));
+    require(name == expected[index] || (header.fWide == 0 && expected[index].empty()),
+            "the shell gives the same name");
   }
   GlobalFree(global);
 }

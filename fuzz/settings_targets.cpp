@@ -132,8 +132,8 @@ void ini(Input input) {
   static const bool arranged =
       (set_Value(use_ini.Path, L"1"), set_Value(install_folder.Path, test_folder), true);
   static const std::wstring file = test_folder + L"global.ini", section = L"Software\\Norvak";
-  const auto path = norvak + through_Ansi(input.take_Text());
-  const auto value = through_Ansi(input.take_Text());
+  const auto path = norvak + from_Ansi(to_Ansi(input.take_Text()));
+  const auto value = from_Ansi(to_Ansi(input.take_Text()));
   require(is_KeptInIni(path) == is_Kept(path), "a path is kept where it can and may be");
   if (!arranged || !is_Kept(path))
     return;

@@ -69,8 +69,8 @@ inline std::vector<std::string> words(std::string_view text) {
   return words;
 }
 
-// The names of a drop list that end within its bytes, each cut to 499 letters. It ends with an empty name,
-// which counts only as the first.
+// The names of a drop list that end within its bytes. It ends with an empty name, which counts only as the
+// first.
 template <typename Letter>
 struct DecodedNames {
   std::basic_string<Letter> Letters;  // up to the end of the list or of the bytes
@@ -85,7 +85,7 @@ struct DecodedNames {
         IsWhole = true;
         Letters.resize(end);
       } else {
-        Names.push_back(Letters.substr(start, std::min<std::size_t>(end - start, 499)));
+        Names.push_back(Letters.substr(start, end - start));
       }
   }
 };

@@ -8,6 +8,7 @@
 #include "host/failure.h"
 #include "host/output.h"
 #include "support/diagnostic_log.h"
+#include "support/file_names.h"
 #include "support/files.h"
 #include "support/registry.h"
 #include "support/registry_view.h"

@@ -10,6 +10,7 @@
 #include "host/failure.h"
 #include "host/handles.h"
 #include "host/output.h"
+#include "support/file_names.h"
 
 namespace host {
 namespace {
@@ -39,9 +40,12 @@ bool is_drive_root(std::wstring_view path) {
 std::wstring complete_path(const std::wstring& path) {
   // "E:" alone means the drive here; to the platform it is the current folder of that drive.
   const std::wstring meant = path.size() == 2 && path.ends_with(L':') ? path + L'\\' : path;
-  std::wstring full = fetch_path(
-      [&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(meant.c_str(), size, buffer, nullptr); });
-  if (full.empty() || GetFileAttributesW(full.c_str()) == INVALID_FILE_ATTRIBUTES) {
+  std::wstring full = meant;
+  if (!meant.starts_with(LR"(\\?\)")) {  // that form is for names that would be changed otherwise
+    full = fetch_path(
+        [&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(meant.c_str(), size, buffer, nullptr); });
+  }
+  if (full.empty() || GetFileAttributesW(exact_Path(full).c_str()) == INVALID_FILE_ATTRIBUTES) {
     throw Failure{L"The path " + quote_text(path) + L" does not exist."};
   }
   const std::wstring with_long_names =

@@ -1,6 +1,7 @@
 #include "launcher/image_conversion.h"
 
 #include "support/automation.h"
+#include "support/file_names.h"
 #include "support/files.h"
 #include "support/module.h"
 #include "support/suite_folders.h"
@@ -16,7 +17,7 @@ constexpr long whole_page = 128;
 std::wstring make_TemporaryPdf(IDispatch* editor, const std::wstring& picture) {
   put_Property(editor, called_from_shell, true);
   send_Member(editor, L"set_caller", {called_from_shell});
-  const auto pdf = call_Member(editor, L"img2pdf", {text_Argument(picture), whole_page});
+  const auto pdf = call_Member(editor, L"img2pdf", {text_Argument(exact_Path(picture)), whole_page});
   put_Property(editor, called_from_shell, false);
   send_Member(editor, L"set_caller", {L"calledfromshellextension_clear"});
   return pdf ? as_Text(*pdf) : std::wstring();

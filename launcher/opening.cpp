@@ -7,6 +7,7 @@
 #include "launcher/image_conversion.h"
 #include "launcher/program_locators.h"
 #include "support/diagnostic_log.h"
+#include "support/file_names.h"
 #include "support/files.h"
 #include "support/process_values.h"
 #include "support/processes.h"
@@ -21,7 +22,7 @@ constexpr std::array quill_extensions{L"pdf"sv, L"xml"sv, L"d2d"sv, L"pkcs7"sv, 
 
 constinit Settled<std::wstring> found_viewer;
 
-// Walks the selection up to the first entry without a path or without a file.
+// Walks the selection up to the first entry without a path; folders, and what is gone, are passed over.
 template <typename Open>
 void open_Each(std::span<const FileEntry> files, Open&& open) {
   for (const auto& entry : files) {
@@ -31,7 +32,7 @@ void open_Each(std::span<const FileEntry> files, Open&& open) {
       return;
     debug_Log(L"do action: ", file);
     if (!file_Exists(file))
-      return;
+      continue;
     const auto extension = get_Extension(file);
     if (!extension.empty())
       open(file, extension);
@@ -51,7 +52,7 @@ std::wstring find_Viewer(std::wstring_view extension) {
 }
 
 std::wstring open_Command(const std::wstring& program, const std::wstring& file) {
-  return quoted(program) + L" " + quoted(file);
+  return quoted(program) + L" " + quoted(argument_Path(file));
 }
 
 }  // namespace

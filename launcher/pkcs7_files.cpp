@@ -6,6 +6,7 @@
 #include "support/automation.h"
 #include "support/boundary.h"
 #include "support/diagnostic_log.h"
+#include "support/file_names.h"
 #include "support/files.h"
 #include "support/module.h"
 #include "support/registry.h"
@@ -45,9 +46,9 @@ void create_Each(std::span<const FileEntry> files, std::wstring_view ending, boo
     const auto output = file + std::wstring(ending);
     if (file_Exists(output))
       delete_File(output);
-    const auto answer =
-        call_Member(component, L"create_P7x",
-                    {text_Argument(file), text_Argument(output), text_Argument(container), is_detached});
+    const auto answer = call_Member(component, L"create_P7x",
+                                    {text_Argument(exact_Path(file)), text_Argument(exact_Path(output)),
+                                     text_Argument(container), is_detached});
     // What a failed call leaves behind is no whole output.
     if (!answer)
       delete_File(output);
@@ -63,8 +64,8 @@ bool is_Refused(const std::optional<_variant_t>& answer) {
 void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
   const auto output = new_TemporaryPath();
   const ScopeExit done([&] { delete_File(output); });
-  const auto answer =
-      call_Member(component, L"validate_P7x", {text_Argument(file), text_Argument(output), is_always_valid});
+  const auto answer = call_Member(component, L"validate_P7x",
+                                  {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
   if (!is_Refused(answer) && get_Extension(file) == L"p7m" && file_Exists(output))
     copy_ToNewFile(output, file.substr(0, file.rfind(L'.')));
 }

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "support/feature_probes.h"
+#include "support/file_names.h"
 #include "support/files.h"
 #include "support/processes.h"
 #include "support/registry.h"

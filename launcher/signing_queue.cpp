@@ -9,6 +9,7 @@
 #include "launcher/translation.h"
 #include "launcher/waiting_status.h"
 #include "support/diagnostic_log.h"
+#include "support/file_names.h"
 #include "support/processes.h"
 #include "support/text.h"
 #include "support/value_cache.h"
@@ -16,22 +17,25 @@
 namespace {
 
 constexpr const wchar_t* queue_key = L"SignFiles";
+constexpr std::wstring_view separator = L"|";
 constexpr int longest_wait_passes = 60;
 constexpr int passes_per_dot = 3;
 constexpr DWORD pass_milliseconds = 1000;
 
+// The full paths as the worker reads them.
 std::wstring collect(std::span<const FileEntry> files) {
   std::wstring list;
   for (const auto& entry : files) {
-    const auto file = entry.path();
-    if (file.empty())
+    if (entry.path().empty())
       break;
+    const auto file = exact_Path(entry.path());
+    // No file system has such a name, and the worker would take it for several.
+    if (file.empty() || contains(file, separator))
+      continue;
     debug_Log(L"Passing ", file);
-    list.append(list.empty() ? L"" : L"|").append(file);
+    list.append(list.empty() ? L"" : separator).append(file);
   }
-  list = trim(list);
-  replace_All(list, L"||", L"|");
-  return std::wstring(trim(list));
+  return list;
 }
 
 // A queue that no worker works off was left behind by one that died.
@@ -93,6 +97,6 @@ void queue_ForSigning(std::span<const FileEntry> files) {
     return;
   const auto list = collect(files);
   debug_Log(L"Signlist: ", list);
-  if (list.find_first_of(LR"(\:)") != std::wstring::npos)
+  if (!list.empty())
     pass_ToWorker(list);
 }

@@ -193,7 +193,7 @@ void compose(const SelectionFlags& flags, Block& block) {
   else
     offer_Items(file_items, file_captions, flags, block);
   if (block.Record != 0)
-    InsertMenuA(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
+    InsertMenuW(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
 }
 
 void decide_Group(std::span<const MenuItem> items, Condition group, const SelectionFlags& flags,

@@ -95,12 +95,12 @@ void insert_MenuItem(UINT position, UINT command, UINT check_bitmap_id, UINT ite
   // The ids alone decide, so that the configured mode is never asked for on the way of a right-click.
   own.MenuMode = mode_Of(check_bitmap_id, item_bitmap_id);
   if (shows_Text())
-    InsertMenuA(hmenu, position, text_item, command, to_Ansi(caption).c_str());
+    InsertMenuW(hmenu, position, text_item, command, caption.c_str());
   if (shows_Picture()) {
     auto& bitmap = own.Positions[position].Item;
     bitmap.reset();  // it goes before the next is made
     bitmap = copy_Bitmap(item_bitmap_id != 0 ? load_Picture(item_bitmap_id) : nullptr);
-    InsertMenuA(hmenu, position, picture_item, command, reinterpret_cast<LPCSTR>(bitmap.get()));
+    InsertMenuW(hmenu, position, picture_item, command, reinterpret_cast<LPCWSTR>(bitmap.get()));
   }
   if (shows_CheckBitmap()) {
     const auto bitmap = own.Positions[position].Check.renew(check_bitmap_id);

@@ -3,7 +3,6 @@
 #include <shlobj.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 
 #include "shellext/dropped_names.h"
@@ -12,39 +11,30 @@
 
 namespace {
 
-// Gives each name the form that `convert` makes of it.
-template <typename Letter, typename Conversion>
-DroppedNames convert_Each(const std::vector<std::basic_string_view<Letter>>& names, Conversion convert) {
-  DroppedNames converted;
+// A list of this kind is made for buffers of 500 bytes, whose last one is the terminator.
+constexpr std::size_t longest_ansi_name = 499;
+
+DroppedNames read_AnsiNames(std::span<const char> bytes) {
+  DroppedNames dropped;
   std::vector<std::size_t> ends;
-  for (const auto& name : names) {
-    const auto text = convert(name);
-    converted.Letters.insert(converted.Letters.end(), text.begin(), text.end());
-    ends.push_back(converted.Letters.size());
+  for (const auto name : find_Names(std::string_view(bytes.data(), bytes.size()))) {
+    const auto text = name.size() > longest_ansi_name ? std::wstring() : from_Ansi(name);
+    dropped.Letters.insert(dropped.Letters.end(), text.begin(), text.end());
+    ends.push_back(dropped.Letters.size());
   }
   for (std::size_t start = 0; const auto end : ends) {
-    converted.Names.emplace_back(converted.Letters.data() + start, end - start);
+    dropped.Names.emplace_back(dropped.Letters.data() + start, end - start);
     start = end;
   }
-  return converted;
+  return dropped;
 }
 
 DroppedNames read_WideNames(std::span<const char> bytes) {
   DroppedNames dropped;
-  const auto count = bytes.size() / sizeof(wchar_t);
-  if (reinterpret_cast<std::uintptr_t>(bytes.data()) % alignof(wchar_t) == 0) {
-    const auto* first = reinterpret_cast<const wchar_t*>(bytes.data());
-    dropped.Letters.assign(first, first + count);
-  } else {
-    dropped.Letters.resize(count);
-    std::ranges::copy(bytes.first(count * sizeof(wchar_t)), reinterpret_cast<char*>(dropped.Letters.data()));
-  }
-  const std::wstring_view letters(dropped.Letters.data(), dropped.Letters.size());
-  auto found = find_Names(letters);
-  dropped.Names = std::move(found.Names);
-  if (found.IsAscii)
-    return dropped;
-  return convert_Each(dropped.Names, [](std::wstring_view name) { return through_Ansi(std::wstring(name)); });
+  dropped.Letters.resize(bytes.size() / sizeof(wchar_t));  // the block need not be aligned for them
+  std::memcpy(dropped.Letters.data(), bytes.data(), dropped.Letters.size() * sizeof(wchar_t));
+  dropped.Names = find_Names(std::wstring_view(dropped.Letters.data(), dropped.Letters.size()));
+  return dropped;
 }
 
 }  // namespace
@@ -55,9 +45,7 @@ DroppedNames read_DropNames(std::span<const char> block) {
     return {};
   std::memcpy(&header, block.data(), sizeof header);
   const auto names = block.subspan(std::min<std::size_t>(header.pFiles, block.size()));
-  return header.fWide
-             ? read_WideNames(names)
-             : convert_Each(find_Names(std::string_view(names.data(), names.size())).Names, from_Ansi);
+  return header.fWide ? read_WideNames(names) : read_AnsiNames(names);
 }
 
 DroppedNames read_DropList(HGLOBAL block) {

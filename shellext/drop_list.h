@@ -20,10 +20,11 @@ struct DroppedNames {
   std::vector<std::wstring_view> Names;
 };
 
-// The names of a drop list (CF_HDROP) in its order, each as a 500-byte `DragQueryFileA` would give it: in the
-// code page and cut to 499 characters. An empty first name counts as an item, as the shell counts it. The
-// list is read in one pass and never beyond its block: a name that the block cuts off is left out, and a
-// block that is too small, cannot be locked or starts its names behind its end gives no names.
+// The names of a drop list (CF_HDROP) in its order, as the file system has them. An empty first name counts
+// as an item, as the shell counts it. A code-page list may cut names that are longer than 499 bytes, so these
+// are empty: what is left of one is the name of another file. The list is read in one pass and never beyond
+// its block: a name that the block cuts off is left out, and a block that is too small, cannot be locked or
+// starts its names behind its end gives no names.
 DroppedNames read_DropList(HGLOBAL block);
 
 // The same for the bytes of a block.

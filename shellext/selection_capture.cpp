@@ -2,27 +2,18 @@
 
 #include <wrl/client.h>
 
-#include <array>
 #include <utility>
 
 #include "menu/selection_analysis.h"
 #include "shellext/drop_list.h"
 #include "support/diagnostic_log.h"
+#include "support/file_names.h"
 #include "support/file_types.h"
 #include "support/handles.h"
 #include "support/process_values.h"
 #include "support/text.h"
 
 namespace {
-
-constexpr DWORD path_buffer_size = 500;
-
-// The short form of the path in its 8.3 names; empty when there is none or it is longer than a path may be.
-std::wstring short_Path(std::wstring_view path) {
-  std::array<char, path_buffer_size> buffer{};
-  const DWORD length = GetShortPathNameA(to_Ansi(path).c_str(), buffer.data(), path_buffer_size);
-  return length < path_buffer_size ? from_Ansi({buffer.data(), length}) : std::wstring();
-}
 
 DroppedNames dropped_Names(IDataObject* lpdobj) {
   assert_Unlocked();
@@ -44,9 +35,7 @@ void read_ShortPath(std::wstring_view path, FileEntry& entry, Selection& selecti
   if (found.empty())
     return;
   const std::wstring_view short_path = selection.ShortLetters.emplace_front(std::move(found));
-  entry.ShortName = trim(short_path);
-  if (entry.ShortName.empty())
-    debug_Log(L"sztemp empty");
+  entry.ShortName = short_path;
   m_szShortFile.append(L" ").append(short_path);
 }
 
@@ -76,8 +65,9 @@ Selection capture_Selection(IDataObject* lpdobj, std::wstring& m_szShortFile) {
   for (std::size_t index = 0; index < names.size(); ++index) {
     const auto name = names[index];
     auto& entry = selection.Files[index];
-    entry.LongName = trim(name);
-    if (entry.LongName.empty() && !name.empty())
+    if (!trim(name).empty())
+      entry.LongName = name;
+    else if (!name.empty())
       debug_Log(L"sztemp empty");
     if (!name.empty() && (is_logged || entry.LongName.empty()))
       read_ShortPath(name, entry, selection, m_szShortFile);

@@ -7,7 +7,7 @@
 
 #include "support/apartment.h"
 #include "support/boundary.h"
-#include "support/files.h"
+#include "support/file_names.h"
 #include "support/handles.h"
 #include "support/module.h"
 #include "support/process_values.h"

@@ -9,7 +9,7 @@
 #include "support/apartment.h"
 #include "support/automation.h"
 #include "support/boundary.h"
-#include "support/files.h"
+#include "support/file_names.h"
 #include "support/handles.h"
 #include "support/module.h"
 #include "support/process_values.h"
@@ -164,6 +164,21 @@ void write_Line(Log& log, std::wstring_view message) {
               {text_Argument(compose_Header().append(message)), text_Argument(file)});
 }
 
+// Letters that the code page has not are written as numbers, since a name must not read as another one.
+std::wstring spelled_Out(std::wstring_view text) {
+  std::wstring line;
+  for (const auto& letter : text) {
+    if (is_InCodePage({&letter, 1})) {
+      line += letter;
+      continue;
+    }
+    std::array<wchar_t, 9> number{};
+    wsprintfW(number.data(), L"{U+%04X}", letter);
+    line += number.data();
+  }
+  return line;
+}
+
 bool append_ToFile(const wchar_t* path, const std::string& bytes) {
   const auto file = own_File(CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -252,7 +267,7 @@ void trace_Message(std::wstring_view message) noexcept {
       return;
     std::wstring text(message);
     replace_All(text, L"\r\n", L"");
-    const auto line = to_Ansi(trim(text)) + "\r\n";
+    const auto line = to_Ansi(spelled_Out(trim(text))) + "\r\n";
     for (const auto* path : {LR"(c:\norvak.log)", LR"(d:\norvak.log)", LR"(e:\norvak.log)"})
       if (append_ToFile(path, line))
         return;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 
+#include "support/file_names.h"
 #include "support/handles.h"
 #include "support/process_values.h"
 #include "support/text.h"
@@ -22,14 +23,11 @@ constexpr std::array image_extensions{L"bmp"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L
 // Invalid for what is not there.
 DWORD attributes_Of(const std::wstring& path) {
   assert_Unlocked();
-  return path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+  const auto exact = exact_Path(path);
+  return exact.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(exact.c_str());
 }
 
 }  // namespace
-
-bool is_FullPath(std::wstring_view path) {
-  return path.find(LR"(:\)") == 1 || path.find(L":/") == 1 || path.starts_with(LR"(\\)");
-}
 
 std::wstring full_Folder(std::wstring_view folder) {
   auto full = with_Backslash(folder);
@@ -65,11 +63,11 @@ bool is_ImageFile(const std::wstring& path) {
 
 bool copy_ToNewFile(const std::wstring& from, const std::wstring& to) {
   constexpr BOOL fail_if_exists = TRUE;
-  return CopyFileW(from.c_str(), to.c_str(), fail_if_exists) != FALSE;
+  return CopyFileW(exact_Path(from).c_str(), exact_Path(to).c_str(), fail_if_exists) != FALSE;
 }
 
 bool delete_File(const std::wstring& path) {
-  return DeleteFileW(path.c_str()) != FALSE;
+  return DeleteFileW(exact_Path(path).c_str()) != FALSE;
 }
 
 bool write_TextFile(const std::wstring& path, std::wstring_view text) {

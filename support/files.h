@@ -1,12 +1,10 @@
-// Questions to the file system, where every failure, a path that is too long or not readable included, counts
-// as "not there", and small changes to it, which tell whether they were made. No state.
+// Questions to the file system, where every failure, a path that is not full or not readable included, counts
+// as "not there", and small changes to it, which tell whether they were made. Paths are taken exactly
+// (`exact_Path`). No state.
 #pragma once
 
 #include <string>
 #include <string_view>
-
-// The path starts at a drive's root or names a network share, and so means the same in every current folder.
-bool is_FullPath(std::wstring_view path);
 
 // The folder with a backslash at its end; empty unless that is a full path. A setting that names no full path
 // would have programs and components taken from the current folder, into which anyone may have put files.

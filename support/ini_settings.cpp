@@ -10,7 +10,7 @@
 #include "support/apartment.h"
 #include "support/boundary.h"
 #include "support/diagnostic_log.h"
-#include "support/files.h"
+#include "support/file_names.h"
 #include "support/handles.h"
 #include "support/process_values.h"
 #include "support/registry_api.h"

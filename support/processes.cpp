@@ -10,15 +10,12 @@
 
 namespace {
 
-bool create_Process(const std::wstring& command_line, STARTUPINFOA startup,
-                    const std::wstring& program = {}) {
+bool create_Process(std::wstring command_line, STARTUPINFOW startup, const std::wstring& program = {}) {
   assert_Unlocked();
-  auto text = to_Ansi(command_line);
-  const auto file = to_Ansi(program);
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
-  if (!CreateProcessA(file.empty() ? nullptr : file.c_str(), text.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                      nullptr, &startup, &started))
+  if (!CreateProcessW(program.empty() ? nullptr : program.c_str(), command_line.data(), nullptr, nullptr,
+                      FALSE, 0, nullptr, nullptr, &startup, &started))
     return false;
   const unique_kernel_handle process(started.hProcess);
   const unique_kernel_handle thread(started.hThread);
@@ -32,7 +29,7 @@ bool launch_Program(const std::wstring& command_line, const std::wstring& progra
 }
 
 bool start_Program(const std::wstring& command_line) {
-  STARTUPINFOA startup{};
+  STARTUPINFOW startup{};
   startup.dwFlags = STARTF_USESHOWWINDOW;
   startup.wShowWindow = SW_SHOWNORMAL;
   return create_Process(command_line, startup);

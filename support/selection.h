@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-// One selected item; both paths are trimmed of blanks.
+// One selected item. Its paths are those that the shell gave: no letter of a name is taken off or replaced.
 struct FileEntry {
-  std::wstring_view LongName;   // full path; empty when it could not be read
+  std::wstring_view LongName;   // full path; empty when it could not be read or is blank
   std::wstring_view ShortName;  // 8.3 form; fetched only where something reads it
 
   // The long path, or the short one where the long one is empty.

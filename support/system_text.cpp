@@ -2,7 +2,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "support/text.h"
 
@@ -37,12 +36,14 @@ bool equals_IgnoringCase(std::wstring_view left, std::wstring_view right) {
 std::string to_Ansi(std::wstring_view text) {
   if (is_Ascii(text))
     return std::string(text.begin(), text.end());
+  const DWORD exactly = GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS;  // UTF-8 takes no such flag
   const int size = static_cast<int>(text.size());
-  std::string bytes(static_cast<std::size_t>(
-                        WideCharToMultiByte(CP_ACP, 0, text.data(), size, nullptr, 0, nullptr, nullptr)),
-                    '\0');
-  WideCharToMultiByte(CP_ACP, 0, text.data(), size, bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                      nullptr);
+  const auto convert = [&](char* bytes, std::size_t room) {
+    return static_cast<std::size_t>(WideCharToMultiByte(CP_ACP, exactly, text.data(), size, bytes,
+                                                        static_cast<int>(room), nullptr, nullptr));
+  };
+  std::string bytes(convert(nullptr, 0), '\0');
+  convert(bytes.data(), bytes.size());
   return bytes;
 }
 
@@ -57,6 +58,6 @@ std::wstring from_Ansi(std::string_view text) {
                                                                                          : std::wstring();
 }
 
-std::wstring through_Ansi(std::wstring text) {
-  return is_Ascii(text) ? std::move(text) : from_Ansi(to_Ansi(text));
+bool is_InCodePage(std::wstring_view text) {
+  return is_Ascii(text) || from_Ansi(to_Ansi(text)) == text;
 }

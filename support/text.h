@@ -39,14 +39,15 @@ std::wstring quoted(std::wstring_view text);
 // Whether the text has ASCII letters alone, which are the same in every code page.
 bool is_Ascii(std::wstring_view text);
 
-// The text in the system's ANSI code page; what it cannot say becomes that page's default character.
+// The text in the system's ANSI code page; what it cannot say becomes that page's default character, and
+// never a character that only looks alike.
 std::string to_Ansi(std::wstring_view text);
 
 // Text of the system's ANSI code page as UTF-16.
 std::wstring from_Ansi(std::string_view text);
 
-// What an `A` call would make of the text: there and back through the code page.
-std::wstring through_Ansi(std::wstring text);
+// Whether the code page has every character of the text.
+bool is_InCodePage(std::wstring_view text);
 
 // The number in decimal.
 std::wstring decimal(long long number);

@@ -118,7 +118,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
   }
 }
 
-TEST_F(Actions, OpenEachFileUpToAMissingOne) {
+TEST_F(Actions, OpenEachFileAndPassOverWhatIsNone) {
   const Log log;
   Lines paths;
   const std::wstring longest(MAX_PATH - 1 - test_folder.size() - 4, L'x');
@@ -129,14 +129,14 @@ TEST_F(Actions, OpenEachFileUpToAMissingOne) {
   const auto short_path = make_File(test_folder + L"short.pdf"), missing = test_folder + L"missing.pdf";
   auto files = entries(paths);
   files.insert(files.begin() + 1, {L"", short_path});
-  files.insert(files.end(), {{missing, L""}, {paths[0], L""}});
+  files.insert(files.begin() + 1, {{missing, L""}, {test_folder, L""}});
   EXPECT_EQ(run(L"view", files), box);
   const auto program = m_suite + L"PageKeeper.exe";
   const auto messages = log.messages();
-  EXPECT_EQ(Lines(messages.begin(), messages.begin() + 4),
-            (Lines{paths[0], L"do action: " + paths[0], L"Found: " + program,
-                   ::quoted(program) + L" " + ::quoted(paths[0])}));
-  EXPECT_EQ(messages.back(), L"do action: " + missing);
+  EXPECT_EQ(
+      Lines(messages.begin(), messages.begin() + 7),
+      (Lines{paths[0], L"do action: " + paths[0], L"Found: " + program,
+             ::quoted(program) + L" " + ::quoted(paths[0]), missing, L"do action: " + missing, test_folder}));
   run(L"view", {{L"", L""}, {paths[0], L""}});
   EXPECT_EQ(take_Starts(),
             starts(L"PageKeeper.exe", {L"a.pdf", L"short.pdf", L"b & c.PDF", L"100% ^'; (1).xml",

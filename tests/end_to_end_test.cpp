@@ -12,6 +12,7 @@
 
 #include "host/program.h"
 #include "shellext/shell_ext.h"
+#include "support/file_names.h"
 #include "support/guid.h"
 #include "support/handles.h"
 #include "support/module.h"
@@ -20,8 +21,9 @@
 
 namespace {
 
-const std::wstring id = L"{5E0A9A5B-5C0D-4C0F-9A43-5B4E2A3C1D7F}";        // of a component
-const std::wstring pdf = L"C" + test_folder.substr(1) + L"a letter.pdf";  // as the shell spells the drive
+const std::wstring id = L"{5E0A9A5B-5C0D-4C0F-9A43-5B4E2A3C1D7F}";  // of a component
+const std::wstring pdf =
+    L"C" + test_folder.substr(1) + L"a \u5951\u7D04.pdf";  // as the shell spells the drive
 
 std::string read_Bytes(const std::wstring& path) {
   std::ifstream file(std::filesystem::path(path), std::ios::binary);
@@ -117,7 +119,7 @@ TEST_F(EndToEnd, PickedItemsStartTheirProgramsAndAreLogged) {
   set_Value(LR"(HKLM\Software\Norvak\AlwaysDebug)", L"1");
   Lines expected;
   for (const std::wstring program : {L"PageKeeper.exe", L"quill!.exe"}) {
-    expected.push_back(program + L"\t" + ::quoted(m_suite + program) + L" " + ::quoted(pdf));
+    expected.push_back(program + L"\t" + ::quoted(m_suite + program) + L" " + ::quoted(argument_Path(pdf)));
     const auto shown = run_MenuHost(L"invoke " + std::to_wstring(expected.size()) + L" " + ::quoted(pdf));
     EXPECT_EQ(shown.back(), L"[0] box");
     EXPECT_EQ(recorded_Starts(expected.size()), expected);

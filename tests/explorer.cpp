@@ -165,9 +165,9 @@ Lines recorded_Starts(std::size_t count) {
   return read_Lines(record_file);
 }
 
-BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
-                         DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started) {
-  starts.push_back(from_Ansi(program == nullptr ? "" : program + std::string("\t")) + from_Ansi(command));
+BOOL WINAPI record_Start(const wchar_t* program, wchar_t* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*,
+                         BOOL, DWORD, void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION* started) {
+  starts.push_back((program == nullptr ? L"" : program + std::wstring(L"\t")) + command);
   if (is_ToFail())
     return FALSE;
   *started = {CreateEventW(nullptr, FALSE, FALSE, nullptr), CreateEventW(nullptr, FALSE, FALSE, nullptr), 1,
@@ -176,7 +176,7 @@ BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES
 }
 
 void record_Starts(HMODULE module) {
-  patch_Import("CreateProcessA", reinterpret_cast<void*>(record_Start), module);
+  patch_Import("CreateProcessW", reinterpret_cast<void*>(record_Start), module);
 }
 
 Lines take_Starts() {

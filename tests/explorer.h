@@ -102,8 +102,8 @@ Lines recorded_Starts(std::size_t count);
 
 // Has a module's starts of programs recorded in place of being made; each hands out handles and may be the
 // call that is to fail.
-BOOL WINAPI record_Start(const char* program, char* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL,
-                         DWORD, void*, const char*, STARTUPINFOA*, PROCESS_INFORMATION* started);
+BOOL WINAPI record_Start(const wchar_t* program, wchar_t* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*,
+                         BOOL, DWORD, void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION* started);
 void record_Starts(HMODULE module = GetModuleHandleW(nullptr));
 // The command lines of those since the last question; one that names its program apart has that and a TAB
 // before.

@@ -108,12 +108,12 @@ const std::vector<Fault> groups[] = {
     failing<ERROR_OUTOFMEMORY, false, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
             RegQueryValueExA>(),
     failing<no_file, false, GetFileAttributesW, CreateFileW>(),
-    failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetTempFileNameW, GetShortPathNameA,
-            GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, CreateEventW>(),
+    failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetTempFileNameW, GetFullPathNameW,
+            GetShortPathNameW, GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, CreateEventW>(),
     failing<E_FAIL, false, SHGetFolderPathW>(),
     failing<CO_E_CLASSSTRING, false, CLSIDFromProgID>(),
     failing<E_OUTOFMEMORY, false, CoRegisterInitializeSpy>(),
-    failing<0, false, InsertMenuA, SetMenuItemBitmaps, LoadImageW, GetObjectA, CreateICA, GetDeviceCaps,
+    failing<0, false, InsertMenuW, SetMenuItemBitmaps, LoadImageW, GetObjectA, CreateICA, GetDeviceCaps,
             GetTextMetricsA, CreateCompatibleDC, CreateBitmapIndirect, SelectObject, SetStretchBltMode,
             SetBrushOrgEx, StretchBlt>(),
 #ifdef _WIN64  // the workers for components in other processes
@@ -123,7 +123,7 @@ const std::vector<Fault> groups[] = {
 #endif
     {fault<CoGetClassObject, E_OUTOFMEMORY, false, get_Class>(),
      fault<CoCreateInstance, E_OUTOFMEMORY, false, make_Object>(),
-     fault<CreateProcessA, 0, false, record_Start>(), fault<MessageBoxW, 0, false, confirm_Box>()}};
+     fault<CreateProcessW, 0, false, record_Start>(), fault<MessageBoxW, 0, false, confirm_Box>()}};
 
 // The share of the calls and, of it, that of a lasting fault; and how many calls have both turns in a
 // process, where the runtime of each load uses up a thread-local index.
@@ -304,7 +304,7 @@ class RightClick : public Explorer {};
 TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
   const auto counted =
       failing<0, false, RegOpenKeyExA, RegOpenKeyExW, RegQueryValueExA, RegQueryValueExW, CLSIDFromProgID,
-              GetFileAttributesW, GetShortPathNameA, CreateFileW, GetPrivateProfileStringW>();
+              GetFileAttributesW, GetShortPathNameW, CreateFileW, GetPrivateProfileStringW>();
   for (const auto& row : counted)
     EXPECT_TRUE(patch_Import(row.Name, row.Replacement, m_library.handle())) << row.Name;
   install_Suite();

@@ -29,11 +29,11 @@ long count_GdiObjects() {
 }
 
 TEST_F(Insertion, ShowsTextOrPictureWithOrWithoutACheckBitmap) {
-  const std::tuple<UINT, UINT, int, const wchar_t*> rows[] = {{0, 0, 0, L"70 Tr\u00E4ger ?"},
-                                                              {101, 0, 1, L"70 Tr\u00E4ger ? *"},
+  const std::tuple<UINT, UINT, int, const wchar_t*> rows[] = {{0, 0, 0, L"70 Tr\u00E4ger \u6F22"},
+                                                              {101, 0, 1, L"70 Tr\u00E4ger \u6F22 *"},
                                                               {0, 101, 2, L"70 "},
                                                               {101, 101, 3, L"70  *"},
-                                                              {199, 0, 1, L"70 Tr\u00E4ger ?"}};
+                                                              {199, 0, 1, L"70 Tr\u00E4ger \u6F22"}};
   const Menu menu;
   for (const auto& [check, picture, mode, line] : rows) {
     insert_MenuItem(0, 70, check, picture, menu.Handle, L"Tr\u00E4ger \u6F22");

@@ -108,11 +108,11 @@ TEST_P(Decoys, AreNeitherLoadedNorStarted) {
   }
   EXPECT_EQ(take_Starts(), Lines());
   EXPECT_EQ(processes_Of(job.get()), 1u) << "this process has started others";
-  STARTUPINFOW startup{};
+  STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
-  EXPECT_TRUE(CreateProcessW((current + L"quill!.exe").c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr,
-                             nullptr, &startup, &started));
+  EXPECT_TRUE(CreateProcessA(to_Ansi(current + L"quill!.exe").c_str(), nullptr, nullptr, nullptr, FALSE, 0,
+                             nullptr, nullptr, &startup, &started));
   const unique_kernel_handle process(started.hProcess), thread(started.hThread);
   EXPECT_EQ(processes_Of(job.get()), 2u);
   FreeLibrary(LoadLibraryW((selected + L"norvakpdf.dll").c_str()));

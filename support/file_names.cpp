@@ -1,0 +1,93 @@
+#include "support/file_names.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "support/process_values.h"
+#include "support/text.h"
+
+namespace {
+
+constexpr std::wstring_view exact_prefix = LR"(\\?\)";
+constexpr std::wstring_view exact_share_prefix = LR"(\\?\UNC\)";
+constexpr std::wstring_view share_prefix = LR"(\\)";
+constexpr std::wstring_view device_prefix = LR"(\\.\)";
+
+bool is_Drive(std::wstring_view path) {
+  return path.size() == 2 && path[1] == L':';
+}
+
+// What a routine of the platform writes that answers a length, or the size that it needs; empty when it
+// fails.
+template <typename Routine>
+std::wstring text_Of(Routine routine) {
+  std::wstring text(MAX_PATH, L'\0');
+  for (;;) {
+    const auto room = static_cast<DWORD>(text.size());
+    const DWORD length = routine(text.data(), room);
+    if (length < room)
+      return text.substr(0, length);
+    text.resize(length + std::size_t{1});
+  }
+}
+
+// The platform takes the path as it stands.
+bool is_TakenAsItIs(const std::wstring& path) {
+  return path.size() < MAX_PATH && path == text_Of([&path](wchar_t* text, DWORD room) {
+                                     return GetFullPathNameW(path.c_str(), room, text, nullptr);
+                                   });
+}
+
+bool has_OnlyNames(std::wstring_view path) {
+  const auto parts = split(path, L'\\');
+  return path.find(L'/') == std::wstring_view::npos &&
+         std::ranges::none_of(parts, [](const auto& part) { return part == L"." || part == L".."; });
+}
+
+// Behind "\\?\" nothing is resolved any more.
+std::wstring prefixed(std::wstring_view path) {
+  const bool is_share = path.starts_with(share_prefix);
+  if (is_share)
+    path.remove_prefix(share_prefix.size());
+  return std::wstring(is_share ? exact_share_prefix : exact_prefix).append(path);
+}
+
+std::wstring without_Prefix(std::wstring path) {
+  if (path.starts_with(exact_share_prefix))
+    return path.replace(0, exact_share_prefix.size(), share_prefix);
+  return path.starts_with(exact_prefix) ? path.substr(exact_prefix.size()) : path;
+}
+
+}  // namespace
+
+bool is_FullPath(std::wstring_view path) {
+  return path.find(LR"(:\)") == 1 || path.find(L":/") == 1 || path.starts_with(share_prefix);
+}
+
+std::wstring exact_Path(std::wstring_view path) {
+  std::wstring exact(path);
+  if (is_Drive(path))
+    return exact + L'\\';
+  if (!is_FullPath(path) || path.starts_with(device_prefix))
+    return {};
+  return path.starts_with(exact_prefix) || is_TakenAsItIs(exact) || !has_OnlyNames(path) ? exact
+                                                                                         : prefixed(path);
+}
+
+std::wstring argument_Path(std::wstring_view path) {
+  auto exact = exact_Path(path);
+  if (exact == path && is_InCodePage(path))
+    return exact;
+  auto shorter = without_Prefix(short_Path(path));
+  return !shorter.empty() && is_InCodePage(shorter) && is_TakenAsItIs(shorter) ? shorter : exact;
+}
+
+std::wstring short_Path(std::wstring_view path) {
+  assert_Unlocked();
+  const auto exact = exact_Path(path);
+  return exact.empty() ? exact : text_Of([&exact](wchar_t* text, DWORD room) {
+    return GetShortPathNameW(exact.c_str(), text, room);
+  });
+}
