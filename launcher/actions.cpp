@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "launcher/messages.h"
 #include "launcher/opening.h"
 #include "launcher/pkcs7_files.h"
 #include "launcher/secure_drive.h"
@@ -10,7 +11,6 @@
 #include "launcher/translation.h"
 #include "support/boundary.h"
 #include "support/file_types.h"
-#include "support/module.h"
 #include "support/process_values.h"
 
 namespace {
@@ -79,8 +79,7 @@ std::wstring translate_Once(Settled<std::wstring>& known, const wchar_t* text) {
 void show_CertificateMessage() {
   const auto text = translate_Once(message_text, L"No Signature Certificate Configured");
   const auto title = translate_Once(message_title, L"Configuration Problem");
-  assert_Unlocked();
-  MessageBoxW(get_hwnd(), text.c_str(), title.c_str(), MB_OK | MB_ICONERROR);
+  show_Error(text, title);
 }
 
 }  // namespace

@@ -25,8 +25,8 @@ std::wstring make_TemporaryPdf(IDispatch* editor, const std::wstring& picture) {
 
 std::wstring keep_Beside(const std::wstring& picture, const std::wstring& pdf) {
   auto kept = picture + L".pdf";
-  if (!file_Exists(kept))
-    copy_ToNewFile(pdf, kept);
+  if (!file_Exists(kept) && copy_ToNewFile(pdf, kept))
+    copy_Origin(picture, kept);
   // A component that answers with one of the two files themselves has made nothing temporary.
   if (!equals_IgnoringCase(pdf, kept) && !equals_IgnoringCase(pdf, picture))
     delete_File(pdf);

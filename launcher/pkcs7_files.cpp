@@ -3,6 +3,7 @@
 #include <string>
 
 #include "launcher/key_container.h"
+#include "launcher/messages.h"
 #include "support/automation.h"
 #include "support/boundary.h"
 #include "support/diagnostic_log.h"
@@ -10,6 +11,8 @@
 #include "support/files.h"
 #include "support/module.h"
 #include "support/registry.h"
+#include "support/remote_component.h"
+#include "support/set_aside.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
 #include "support/text.h"
@@ -44,21 +47,29 @@ void create_Each(std::span<const FileEntry> files, std::wstring_view ending, boo
   const auto container = get_KeyContainer();
   process_Each(files, [&](IDispatch* component, const std::wstring& file) {
     const auto output = file + std::wstring(ending);
-    if (file_Exists(output))
-      delete_File(output);
+    SetAside earlier(output);
+    if (!earlier.is_Free()) {
+      tell_Failure(L"The earlier file cannot be replaced.", output);
+      return;
+    }
     const auto answer = call_Member(component, L"create_P7x",
                                     {text_Argument(exact_Path(file)), text_Argument(exact_Path(output)),
                                      text_Argument(container), is_detached});
-    // What a failed call leaves behind is no whole output.
-    if (!answer)
-      delete_File(output);
-    if (!file_Exists(output))
-      debug_Log(L"Not created: ", output);
+    if (answer && has_Content(output)) {
+      earlier.replace();
+      return;
+    }
+    debug_Log(L"Not created: ", output);
+    if (is_Late(component))  // it may still write
+      earlier.leave();
+    tell_Failure(L"The file could not be created.", output);
   });
 }
 
-bool is_Refused(const std::optional<_variant_t>& answer) {
-  return !answer || (answer->vt == VT_BOOL && answer->boolVal == VARIANT_FALSE);
+// Whatever is no clear yes is a no.
+bool is_Valid(std::optional<_variant_t> answer) {
+  return answer && SUCCEEDED(VariantChangeType(&*answer, &*answer, 0, VT_BOOL)) &&
+         answer->boolVal != VARIANT_FALSE;
 }
 
 void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
@@ -66,8 +77,17 @@ void validate(IDispatch* component, const std::wstring& file, bool is_always_val
   const ScopeExit done([&] { delete_File(output); });
   const auto answer = call_Member(component, L"validate_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
-  if (!is_Refused(answer) && get_Extension(file) == L"p7m" && file_Exists(output))
-    copy_ToNewFile(output, file.substr(0, file.rfind(L'.')));
+  if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output))
+    return;
+  const auto content = file.substr(0, file.rfind(L'.'));
+  if (file_Exists(content))
+    return;
+  if (!copy_ToNewFile(output, content)) {
+    tell_Failure(L"The file could not be created.", content);
+  } else if (!copy_Origin(file, content)) {  // the system would take it for a file of this machine's own
+    delete_File(content);
+    tell_Failure(L"The file could not be created.", content);
+  }
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
+#include "launcher/messages.h"
 #include "support/feature_probes.h"
-#include "support/file_names.h"
 #include "support/files.h"
 #include "support/processes.h"
 #include "support/registry.h"
@@ -11,6 +11,7 @@
 #include "support/suite_folders.h"
 #include "support/text.h"
 #include "support/value_cache.h"
+#include "support/value_deletion.h"
 
 namespace {
 
@@ -30,9 +31,40 @@ void note_Mounted(long mounted) {
   regwrite_dw(path, mounted);
 }
 
-void launch_Installed(const std::wstring& folder, std::wstring_view command) {
-  if (!folder.empty())
-    launch_Program(quoted(folder + L"Vaultware.exe").append(command));
+void note_LastDrive(const std::wstring& root) {
+  std::wstring path(last_crypt_drive.Path);
+  regwrite_sz(path, root);
+}
+
+// The program reads these notes, so they are written before it starts.
+struct DriveNotes {
+  std::wstring Mounted = regread_Text(stick_mounted.Path);
+  std::wstring LastDrive = regread_Text(last_crypt_drive.Path);
+
+  void write_Back() const {
+    if (const auto mounted = to_Number(Mounted))
+      note_Mounted(*mounted);
+    else
+      deletevalue(stick_mounted.Path);
+    if (LastDrive.empty())
+      deletevalue(last_crypt_drive.Path);
+    else
+      note_LastDrive(LastDrive);
+  }
+};
+
+// False when the program is there and could not be started; the person has been told then.
+bool launch_Vaultware(const std::wstring& command_line, const std::wstring& program) {
+  const bool is_quoted = command_line.starts_with(L'"');
+  if (!file_Exists(program) || launch_Program(command_line, is_quoted ? std::wstring() : program))
+    return true;
+  tell_Failure(L"The secure drive program could not be started.", program);
+  return false;
+}
+
+bool launch_Installed(std::wstring_view command) {
+  const auto program = get_InstallFolder() + L"Vaultware.exe";
+  return launch_Vaultware(quoted(program).append(command), program);
 }
 
 // The drive or folder of the portable program, noted by different programs of the suite in different places.
@@ -58,21 +90,22 @@ std::wstring complete_Root(const std::wstring& folder) {
 
 // The shared value may be the mere mark "true": what is no full path would be looked up in the current
 // folder.
-void launch_Portable() {
+bool launch_Portable() {
   const auto folder = find_StickFolder();
   const auto program = complete_Root(folder) + LR"(Norvak\Vaultware.exe)";
-  if (is_FullPath(program) && file_Exists(program))
-    launch_Program(program + L" stop", program);
+  return launch_Vaultware(program + L" stop", program);
 }
 
 }  // namespace
 
 void mount_Drive(const std::wstring& selected_path) {
-  const auto folder = get_InstallFolder();
+  const DriveNotes before;
   note_Mounted(1);
-  std::wstring path(last_crypt_drive.Path);
-  regwrite_sz(path, drive_Root(selected_path));
-  launch_Installed(folder, L" mountdrive");
+  note_LastDrive(drive_Root(selected_path));
+  if (!launch_Installed(L" mountdrive")) {
+    before.write_Back();
+    return;
+  }
   if (selected_path.empty())
     return;
   write_TextFile(marker_File(selected_path), selected_path);
@@ -80,10 +113,8 @@ void mount_Drive(const std::wstring& selected_path) {
 }
 
 void unmount_Drive(const std::wstring& selected_path) {
-  if (regread_Text(stick_mounted.Path) == L"1")
-    launch_Installed(get_InstallFolder(), L" unmountdrive");
-  else
-    launch_Portable();
+  if (!(regread_Text(stick_mounted.Path) == L"1" ? launch_Installed(L" unmountdrive") : launch_Portable()))
+    return;
   note_Mounted(0);
   if (selected_path.empty() || !file_Exists(marker_File(selected_path)))
     return;

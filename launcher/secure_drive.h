@@ -1,6 +1,7 @@
 // The secure drive on a removable stick: its programs do the work, and the registry, the marker file
 // "mounted.txt" in the drive's root and the shared value "StickDrive" tell the suite about it. Every step is
-// done whether or not the one before it succeeded. No state.
+// done whether or not the one before it succeeded; but where the program is there and could not be started,
+// the person is told, and the notes stay as they were. No state.
 #pragma once
 
 #include <string>

@@ -5,11 +5,13 @@
 #include <string>
 
 #include "launcher/key_container.h"
+#include "launcher/messages.h"
 #include "launcher/program_locators.h"
 #include "launcher/translation.h"
 #include "launcher/waiting_status.h"
 #include "support/diagnostic_log.h"
 #include "support/file_names.h"
+#include "support/patience.h"
 #include "support/processes.h"
 #include "support/text.h"
 #include "support/value_cache.h"
@@ -38,16 +40,24 @@ std::wstring collect(std::span<const FileEntry> files) {
   return list;
 }
 
-// A queue that no worker works off was left behind by one that died.
-void clear_StaleQueue() {
-  if (!get_PermanentCache(queue_key).empty() && !is_ProcessRunning(L"NorvakWorkerProcess.exe"))
-    set_PermanentCache(queue_key, L"");
-}
-
 // The last key is answered from memory; only after another one does the store tell what the worker left.
 std::wstring read_QueueAnew() {
   get_PermanentCache(L"MenuMode");
   return get_PermanentCache(queue_key);
+}
+
+// A queue that no worker works off was left behind by one that died; but another program may have written it
+// just now, and its worker may be starting.
+void clear_StaleQueue() {
+  constexpr int looks = 12;
+  constexpr DWORD look_milliseconds = 250;
+  const auto queue = get_PermanentCache(queue_key);
+  for (int look = 0; look < looks; ++look) {
+    if (queue.empty() || is_ProcessRunning(L"NorvakWorkerProcess.exe") || read_QueueAnew() != queue)
+      return;
+    wait_AndPaint(nullptr, look_milliseconds);
+  }
+  set_PermanentCache(queue_key, L"");
 }
 
 // False when the user cancelled.
@@ -67,16 +77,23 @@ bool wait_ForEmptyQueue() {
   return true;
 }
 
-void start_Worker(const std::wstring& list) {
+// An order that nobody carries out would keep the next one waiting.
+void start_Worker(const std::wstring& worker, const std::wstring& list) {
   set_PermanentCache(queue_key, list);
-  const auto worker = find_WorkerProcess();
   const auto command = quoted(worker) + L" signit";
   debug_Log(command);
-  if (!worker.empty())
-    start_Program(command);
+  if (start_Program(command))
+    return;
+  set_PermanentCache(queue_key, L"");
+  tell_Failure(L"The signing program could not be started.", worker);
 }
 
 void pass_ToWorker(const std::wstring& list) {
+  const auto worker = find_WorkerProcess();
+  if (worker.empty()) {
+    tell_Failure(L"The signing program was not found.");
+    return;
+  }
   clear_StaleQueue();
   if (const auto queue = get_PermanentCache(queue_key); !queue.empty()) {
     debug_Log(L"Signature Process active: ", queue);
@@ -86,7 +103,7 @@ void pass_ToWorker(const std::wstring& list) {
   if (const auto queue = get_PermanentCache(queue_key); !queue.empty())
     debug_Log(L"Cache not empty: ", queue);
   else
-    start_Worker(list);
+    start_Worker(worker, list);
 }
 
 }  // namespace

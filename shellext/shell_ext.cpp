@@ -117,9 +117,11 @@ HRESULT ShellExt::IContextMenu_GetCommandString(UINT_PTR idCmd, UINT uFlags, cha
 HRESULT ShellExt::IContextMenu_InvokeCommand(const CMINVOKECOMMANDINFO* lpcmi) noexcept {
   const ComPtr<IContextMenu> own(this);
   m_Cache.ensure_Cache();
+  if (lpcmi == nullptr)
+    return S_OK;
   const ActionPatience patience;
-  if (lpcmi != nullptr)
-    run_Guarded([&] { run_Command(*lpcmi); });
+  const OwnerWindow owner(lpcmi->hwnd);
+  run_Guarded([&] { run_Command(*lpcmi); });
   return S_OK;
 }
 

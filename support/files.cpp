@@ -39,6 +39,12 @@ bool file_Exists(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
+bool has_Content(const std::wstring& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  return file_Exists(path) && GetFileAttributesExW(exact_Path(path).c_str(), GetFileExInfoStandard, &data) &&
+         (data.nFileSizeLow != 0 || data.nFileSizeHigh != 0);
+}
+
 bool folder_Exists(const std::wstring& path) {
   const DWORD attributes = attributes_Of(path);
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -61,22 +67,52 @@ bool is_ImageFile(const std::wstring& path) {
   return has_ImageExtension(path) && !folder_Exists(path);
 }
 
+bool copy_Origin(const std::wstring& from, const std::wstring& to) {
+  constexpr std::wstring_view stream = L":Zone.Identifier";
+  constexpr std::size_t longest_mark = 4096;
+  const auto mark = own_File(CreateFileW(exact_Path(from).append(stream).c_str(), GENERIC_READ,
+                                         FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+  std::string bytes(longest_mark, '\0');
+  DWORD length = 0;
+  if (!mark || !ReadFile(mark.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &length, nullptr))
+    return true;
+  const auto copy = own_File(CreateFileW(exact_Path(to).append(stream).c_str(), GENERIC_WRITE, 0, nullptr,
+                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  DWORD written = 0;
+  return copy && WriteFile(copy.get(), bytes.data(), length, &written, nullptr) && written == length;
+}
+
 bool copy_ToNewFile(const std::wstring& from, const std::wstring& to) {
   constexpr BOOL fail_if_exists = TRUE;
   return CopyFileW(exact_Path(from).c_str(), exact_Path(to).c_str(), fail_if_exists) != FALSE;
+}
+
+bool move_ToNewFile(const std::wstring& from, const std::wstring& to) {
+  return MoveFileExW(exact_Path(from).c_str(), exact_Path(to).c_str(), 0) != FALSE;
 }
 
 bool delete_File(const std::wstring& path) {
   return DeleteFileW(exact_Path(path).c_str()) != FALSE;
 }
 
+// What is opened for writing may be a link that somebody has put there; what is renamed takes its place.
 bool write_TextFile(const std::wstring& path, std::wstring_view text) {
-  const auto file = own_File(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+  const auto exact = exact_Path(path);
+  const auto made = exact + L"." + decimal(static_cast<long long>(GetTickCount64()));
+  auto file = own_File(CreateFileW(made.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  if (!file)
+    return false;
   const auto bytes = to_Ansi(text);
   DWORD written = 0;
-  return file && WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
-         written == bytes.size();
+  const bool is_written =
+      WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+      written == bytes.size();
+  file.reset();
+  if (is_written && MoveFileExW(made.c_str(), exact.c_str(), MOVEFILE_REPLACE_EXISTING))
+    return true;
+  DeleteFileW(made.c_str());
+  return false;
 }
 
 std::wstring get_SystemFolder(int csidl) {

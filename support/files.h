@@ -13,6 +13,9 @@ std::wstring full_Folder(std::wstring_view folder);
 // A file of that path exists; a folder is none.
 bool file_Exists(const std::wstring& path);
 
+// A file of that path exists and holds something.
+bool has_Content(const std::wstring& path);
+
 // A folder of that path exists; so is a drive root.
 bool folder_Exists(const std::wstring& path);
 
@@ -25,14 +28,22 @@ bool has_ImageExtension(std::wstring_view path);
 // `has_ImageExtension`, and the path is no folder; the file system is asked only when the extension fits.
 bool is_ImageFile(const std::wstring& path);
 
+// Gives a file the mark of another one that came from the network ("Zone.Identifier"), if that has one. False
+// when it could not be written.
+bool copy_Origin(const std::wstring& from, const std::wstring& to);
+
 // Copies the file to a path where none is yet. False when one is there, which stays as it is, or when the
 // file cannot be read or written.
 bool copy_ToNewFile(const std::wstring& from, const std::wstring& to);
 
+// Renames the file where none of the new name is. False when one is there, or it may not be renamed.
+bool move_ToNewFile(const std::wstring& from, const std::wstring& to);
+
 // False when the file is not there or may not be deleted.
 bool delete_File(const std::wstring& path);
 
-// Makes a file of the text alone, in the system's code page, in place of one that is there.
+// Makes a file of the text alone, in the system's code page, in place of one that is there; a link is
+// replaced and not followed.
 bool write_TextFile(const std::wstring& path, std::wstring_view text);
 
 // The folder of the system or of the person that goes by this CSIDL, with a backslash at its end; empty when

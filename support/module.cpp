@@ -1,6 +1,9 @@
 #include "support/module.h"
 
+#include <utility>
+
 #include "support/apartment.h"
+#include "support/boundary.h"
 #include "support/diagnostic_log.h"
 
 // The linker puts this symbol at the module's start, so its address is the module's handle without an entry
@@ -40,4 +43,18 @@ void set_hwnd(HWND hwnd) {
 
 HWND get_hwnd() {
   return *window;
+}
+
+OwnerWindow::OwnerWindow(HWND hwnd) noexcept {
+  run_Guarded([&] {
+    if (hwnd == nullptr)
+      return;
+    m_before = std::exchange(*window, hwnd);
+    m_is_kept = true;
+  });
+}
+
+OwnerWindow::~OwnerWindow() {
+  if (m_is_kept)
+    run_Guarded([this] { *window = m_before; });
 }

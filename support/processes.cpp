@@ -22,6 +22,14 @@ bool create_Process(std::wstring command_line, STARTUPINFOW startup, const std::
   return true;
 }
 
+// Also where the system does not tell.
+bool is_InOwnSession(DWORD process) {
+  DWORD own = 0;
+  DWORD others = 0;
+  return !ProcessIdToSessionId(GetCurrentProcessId(), &own) || !ProcessIdToSessionId(process, &others) ||
+         own == others;
+}
+
 }  // namespace
 
 bool launch_Program(const std::wstring& command_line, const std::wstring& program) {
@@ -39,9 +47,11 @@ bool is_ProcessRunning(std::wstring_view executable_name) {
   const auto snapshot = own_File(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   PROCESSENTRY32W process{};
   process.dwSize = sizeof process;
-  for (BOOL found = Process32FirstW(snapshot.get(), &process); found;
-       found = Process32NextW(snapshot.get(), &process)) {
-    if (equals_IgnoringCase(process.szExeFile, executable_name))
+  BOOL found = Process32FirstW(snapshot.get(), &process);
+  if (!found)
+    return true;  // this process is in every list that can be read
+  for (; found; found = Process32NextW(snapshot.get(), &process)) {
+    if (equals_IgnoringCase(process.szExeFile, executable_name) && is_InOwnSession(process.th32ProcessID))
       return true;
   }
   return false;

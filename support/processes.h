@@ -12,5 +12,6 @@ bool launch_Program(const std::wstring& command_line, const std::wstring& progra
 // The same with a normal window, whatever the caller's own window is like.
 bool start_Program(const std::wstring& command_line);
 
-// Whether a process of that executable name, in any case, runs in any session that this user can see.
+// Whether a process of that executable name, in any case, runs in this log-on session. True where the system
+// does not tell which ones run.
 bool is_ProcessRunning(std::wstring_view executable_name);

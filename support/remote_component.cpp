@@ -115,6 +115,7 @@ class RemoteObject final : public Unknown<IDispatch> {
   void make();
   bool is_Made();
   HRESULT known() const { return m_target->Known; }
+  bool is_HeldUp() const { return SUCCEEDED(known()) && m_target->Process.is_HeldUp(); }
 
   STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
     return Unknown::QueryInterface(iid == iid_RemoteObject ? __uuidof(IDispatch) : iid, object);
@@ -298,6 +299,11 @@ bool is_RemoteObject(IDispatch* object) noexcept {
 bool is_GoneObject(IDispatch* object) noexcept {
   const auto remote = as_Remote(object);
   return remote && FAILED(remote->known());
+}
+
+bool is_HeldUpObject(IDispatch* object) noexcept {
+  const auto remote = as_Remote(object);
+  return remote && remote->is_HeldUp();
 }
 
 // A new object may come meanwhile, from another thread: it has its worker all the same, and the process is

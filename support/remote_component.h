@@ -25,6 +25,7 @@ Microsoft::WRL::ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD a
 
 bool is_RemoteObject(IDispatch* object) noexcept;
 bool is_GoneObject(IDispatch* object) noexcept;
+bool is_HeldUpObject(IDispatch* object) noexcept;
 
 // Whether the object, which may be null, is one of these. A 32-bit program has none.
 inline bool is_Remote([[maybe_unused]] IDispatch* object) noexcept {
@@ -40,6 +41,14 @@ inline bool is_Gone([[maybe_unused]] IDispatch* object) noexcept {
     return false;
   else
     return is_GoneObject(object);
+}
+
+// Whether it is one whose answer is late: it may still be at work.
+inline bool is_Late([[maybe_unused]] IDispatch* object) noexcept {
+  if constexpr (is_SuitesBitness)
+    return false;
+  else
+    return is_HeldUpObject(object);
 }
 
 // Lets the factories and the workers go; called when the module may be unloaded. False while an object or

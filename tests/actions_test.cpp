@@ -1,9 +1,13 @@
 #include "launcher/actions.h"
 
+#include <process.h>
+
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "launcher/action_table.h"
+#include "support/handles.h"
 #include "support/module.h"
 #include "support/text.h"
 #include "support/value_cache.h"
@@ -230,8 +234,12 @@ TEST_F(Actions, GoOnAfterACallThatFails) {
     for (long number = 1; has_Failed; ++number) {
       arrange();
       fail_Call(number);
-      EXPECT_EQ(run(action, entries(paths)), action == L"signit" ? Lines{} : box);
+      auto shown = run(action, entries(paths));
       has_Failed = fail_Call(0);
+      const auto failures =
+          std::erase_if(shown, [](const auto& text) { return text.starts_with(L"Norvak: "); });
+      EXPECT_LE(failures, has_Failed ? 1u : 0u) << to_Ansi(action) << number;
+      EXPECT_EQ(shown, action == L"signit" ? Lines{} : box);
       EXPECT_EQ(take_Starts().size(), programs) << to_Ansi(action) << number;
       EXPECT_TRUE(action != L"p7s" || fs::exists(picture + L".p7s") || fs::exists(envelope + L".p7s"));
       EXPECT_EQ(temporary_Files(), Lines{});
@@ -267,7 +275,7 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
   const Component host(L"WScript.Shell", {{L"RegRead", fails()}, {L"RegWrite", fails()}});
   const auto envelope = make_File(test_folder + L"a.png.pdf.p7m");
   const Lines none, vaultware{start(L"Vaultware.exe", L" mountdrive")};
-  const std::wstring all = L"a.png b.txt.p7s ";
+  const std::wstring earlier = L"b.txt.p7s ", all = L"a.png " + earlier;
   const std::tuple<const char*, std::wstring, std::wstring, Lines, std::wstring, std::function<void()>>
       rows[] = {{"a refused envelope", L"vPKCS7", envelope, none, all,
                  [&] { m_pkcs7->Table[L"validate_P7x"] = writes(L"content", S_OK, false); }},
@@ -276,15 +284,15 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
                 {"no PDF component", L"view", picture, shown(L"a.png"), all,
                  [&] { m_editor->IsCreatable = false; }},
                 {"no PKCS#7 component", L"p7s", text, none, all, [&] { m_pkcs7->IsCreatable = false; }},
-                {"a component that writes half", L"p7s", text, none, L"a.png ",
+                {"a component that writes half", L"p7s", text, none, all,
                  [&] {
                    m_pkcs7->IsCreatable = true;
                    m_pkcs7->Table[L"create_P7x"] = writes(L"half", E_FAIL, false);
                  }},
-                {"a vanished drive", L"mount", LR"(Q:\)", vaultware, L"a.png ", [] {}},
-                {"a vanished file", L"view", picture, none, L"", [&] { fs::remove(picture); }},
-                {"no tool", L"create", LR"(Q:\)", none, L"", [&] { fs::remove_all(m_suite); }},
-                {"no worker", L"signit", text, none, L"", [] {}}};
+                {"a vanished drive", L"mount", LR"(Q:\)", vaultware, all, [] {}},
+                {"a vanished file", L"view", picture, none, earlier, [&] { fs::remove(picture); }},
+                {"no tool", L"create", LR"(Q:\)", none, earlier, [&] { fs::remove_all(m_suite); }},
+                {"no worker", L"signit", text, none, earlier, [] {}}};
   for (const auto& [fault, action, path, expected, content, make] : rows) {
     make();
     run(action, entries({path}));
@@ -293,8 +301,111 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
     EXPECT_EQ(temporary_Files(), Lines{}) << fault;
   }
   EXPECT_EQ(m_store.Values[L"StickDrive"], L"true");
-  EXPECT_EQ(m_store.Values[L"SignFiles"], text);
+  EXPECT_EQ(m_store.Values[L"SignFiles"], L"") << "an order that nobody would carry out";
   EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)"), L"(none)") << "the key that may not be written";
+}
+
+// What the component does, and what is there afterwards: under the name of the output, and aside.
+TEST_F(Actions, KeepAnEarlierFileUntilTheNewOneIsWhole) {
+  const auto file = make_File(test_folder + L"a.txt"), output = file + L".p7s";
+  const auto writes = [&](const wchar_t* content, bool fails) {
+    return [=, &output](const Arguments&) -> _variant_t {
+      EXPECT_FALSE(fs::exists(output)) << "it stands in the component's way";
+      if (content != nullptr)
+        std::ofstream(fs::path(output)) << to_Ansi(content);
+      return fails ? throw HRESULT{E_FAIL} : _variant_t(true);
+    };
+  };
+  const Lines told{L"Norvak: The file could not be created.\r\n" + output};
+  const std::tuple<const wchar_t*, bool, Lines, Lines> rows[] = {{L"new", false, {L"new"}, {}},
+                                                                 {L"half", true, {L"older"}, told},
+                                                                 {nullptr, true, {L"older"}, told},
+                                                                 {nullptr, false, {L"older"}, told},
+                                                                 {L"", false, {L"older"}, told}};
+  for (const auto& [content, fails, after, boxes] : rows) {
+    fs::remove(output);
+    make_File(output, L"older");
+    m_pkcs7->Table[L"create_P7x"] = writes(content, fails);
+    auto expected = box;
+    expected.insert(expected.end(), boxes.begin(), boxes.end());
+    EXPECT_EQ(run(L"p7s", entries({file})), expected);
+    EXPECT_EQ(read_Lines(output), after);
+    EXPECT_FALSE(fs::exists(output + L".earlier"));
+  }
+  make_File(output + L".earlier", L"left by a program that ended");
+  run(L"p7s", entries({file}));
+  EXPECT_EQ(read_Lines(output), Lines{L"older"});
+  EXPECT_EQ(read_Lines(output + L".earlier"), Lines{L"left by a program that ended"});
+  {
+    const auto held = own_File(
+        CreateFileW(output.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    const auto asked = calls(L"create_P7x").size();
+    EXPECT_EQ(run(L"p7s", entries({file})).back(),
+              L"Norvak: The earlier file cannot be replaced.\r\n" + output);
+    EXPECT_EQ(calls(L"create_P7x").size(), asked);
+  }
+  fs::remove(output);
+  fs::create_directory(output);
+  run(L"p7s", entries({file}));
+  EXPECT_TRUE(fs::is_directory(output));
+}
+
+TEST_F(Actions, WriteContentBackAfterAClearYesAloneAndWithItsOrigin) {
+  const std::wstring content = test_folder + L"a.txt", mark = L":Zone.Identifier";
+  const auto envelope = make_File(content + L".p7m");
+  std::ofstream(fs::path(envelope + mark)) << "[ZoneTransfer]\r\nZoneId=3\r\n";
+  const std::pair<_variant_t, bool> rows[] = {
+      {true, true}, {1L, true},   {L"True", true}, {L"-1", true}, {false, false},
+      {0L, false},  {L"", false}, {L"no", false},  {{}, false},   {L"valid", false}};
+  for (const auto& [answer, is_written] : rows) {
+    m_pkcs7->Table[L"validate_P7x"] = [&answer = answer](const Arguments& arguments) {
+      make_File(text_Of(arguments.at(1)), L"made");
+      return answer;
+    };
+    run(L"vPKCS7", entries({envelope}));
+    EXPECT_EQ(fs::exists(content), is_written) << to_Ansi(text_Of(answer));
+    EXPECT_EQ(read_Lines(content + mark).size(), is_written ? 2u : 0u);
+    fs::remove(content + mark);
+    fs::remove(content);
+  }
+}
+
+TEST_F(Actions, MarkADriveWithoutFollowingALinkOnIt) {
+  make_DriveE();
+  const auto victim = make_File(test_folder + L"victim.txt", L"kept");
+  _wspawnl(_P_NOWAIT, LR"(Z:\bin\ln)", L"ln", L"-s", L"../victim.txt",
+           LR"("norvaks machine/drive/mounted.txt")", nullptr);
+  while (!fs::exists(LR"(E:\mounted.txt)"))
+    Sleep(10);
+  run(L"mount", entries({LR"(E:\)"}));
+  EXPECT_EQ(read_Lines(LR"(E:\mounted.txt)"), Lines{LR"(E:\)"});
+  EXPECT_EQ(read_Lines(victim), Lines{L"kept"});
+}
+
+BOOL WINAPI refuse_Start(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD,
+                         void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION*) {
+  return FALSE;
+}
+
+TEST_F(Actions, LeaveTheNotesOfADriveWhereTheProgramDoesNotStart) {
+  make_DriveE();
+  const auto notes = [] {
+    return Lines{value_At(users + LR"(CSP\StickMounted)"), value_At(users + LR"(CSP\LastCryptDrive)")};
+  };
+  const Lines refused{
+      L"Norvak: The secure drive program could not be started.\r\n" + m_suite + L"Vaultware.exe", box[0]};
+  patch_Import("CreateProcessW", reinterpret_cast<void*>(refuse_Start));
+  EXPECT_EQ(run(L"mount", entries({LR"(E:\)"})), refused);
+  EXPECT_EQ(notes(), Lines(2, L"(none)"));
+  EXPECT_FALSE(fs::exists(LR"(E:\mounted.txt)"));
+  set_Value(users + LR"(CSP\StickMounted)", L"1");
+  set_Value(users + LR"(CSP\LastCryptDrive)", LR"(F:\)");
+  make_File(LR"(E:\mounted.txt)");
+  for (const auto* action : {L"unmount", L"mount"})
+    EXPECT_EQ(run(action, entries({LR"(E:\)"})), refused);
+  EXPECT_EQ(notes().back(), LR"(F:\)");
+  EXPECT_TRUE(fs::exists(LR"(E:\mounted.txt)"));
+  EXPECT_EQ(m_store.Values[L"StickDrive"], L"");
 }
 
 TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {

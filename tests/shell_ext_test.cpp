@@ -292,6 +292,27 @@ TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
   }
 }
 
+std::vector<HWND> owners;
+int WINAPI note_Owner(HWND owner, const wchar_t*, const wchar_t*, UINT) {
+  owners.push_back(owner);
+  return IDOK;
+}
+
+TEST_F(ShellExtTest, GivesItsMessagesToTheWindowOfTheMenu) {
+  patch_Import("MessageBoxW", reinterpret_cast<void*>(note_Owner), m_library.handle());
+  const auto object = m_library.create();
+  select(object, Lines{m_pdf});
+  offered(object);
+  const HWND window = GetDesktopWindow();
+  for (const HWND hwnd : {window, HWND{}}) {
+    CMINVOKECOMMANDINFO command{};
+    command.cbSize = sizeof command;
+    command.hwnd = hwnd;
+    object->InvokeCommand(&command);
+  }
+  EXPECT_EQ(owners, (std::vector<HWND>{window, nullptr}));
+}
+
 // The table of actions belongs to all objects: Explorer may report a pick to another one than filled the
 // menu.
 TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {

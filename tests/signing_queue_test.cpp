@@ -91,7 +91,32 @@ TEST_F(SigningQueue, WaitsForABusyWorkerForAMinuteAtMost) {
             (Lines{waiting + std::wstring(L" "), waiting + std::wstring(L" .."),
                    waiting + std::wstring(L" ....................")}));
   const auto messages = m_log.messages();
-  EXPECT_EQ(messages[3], L"Signature Process active: " + std::wstring(busy));
+  EXPECT_EQ(messages[4], L"Signature Process active: " + std::wstring(busy));
+}
+
+BOOL WINAPI know_NoSession(DWORD process, DWORD* session) {
+  *session = process == GetCurrentProcessId() ? 1 : 2;
+  return TRUE;
+}
+HANDLE WINAPI know_NoProcess(DWORD, DWORD) {
+  return INVALID_HANDLE_VALUE;
+}
+
+TEST_F(SigningQueue, BelongsToTheWorkersOfThisSession) {
+  patch_Import("ProcessIdToSessionId", reinterpret_cast<void*>(know_NoSession));
+  queue_WhileBusy([] {});
+  EXPECT_EQ(now, 3'000u) << "time for another program's worker to start";
+  EXPECT_EQ(m_store.Values[L"SignFiles"], next);
+}
+
+TEST_F(SigningQueue, IsNotStaleWhereNobodyKnowsWhatRuns) {
+  patch_Import("CreateToolhelp32Snapshot", reinterpret_cast<void*>(know_NoProcess));
+  queue_WhileBusy([] {});
+  EXPECT_EQ(now, 60'000u);
+  EXPECT_EQ(m_store.Values[L"SignFiles"], next);
+  const auto kernel = GetModuleHandleW(L"kernel32.dll");
+  patch_Import("CreateToolhelp32Snapshot",
+               reinterpret_cast<void*>(GetProcAddress(kernel, "CreateToolhelp32Snapshot")));
 }
 
 TEST_F(SigningQueue, StopsWaitingWithThePassThatFindsTheQueueEmpty) {

@@ -1,0 +1,37 @@
+#include "support/set_aside.h"
+
+#include <utility>
+
+#include "support/boundary.h"
+#include "support/files.h"
+#include "support/text.h"
+
+SetAside::SetAside(std::wstring path) : m_path(std::move(path)) {
+  constexpr int most_names = 100;
+  if (folder_Exists(m_path)) {
+    m_is_free = false;
+    return;
+  }
+  for (int number = 1; file_Exists(m_path); ++number) {
+    m_other_name = m_path + L".earlier" + (number == 1 ? L"" : L"." + decimal(number));
+    m_is_free = move_ToNewFile(m_path, m_other_name);
+    if (m_is_free || number == most_names || !file_Exists(m_other_name))
+      return;
+  }
+}
+
+void SetAside::replace() {
+  if (m_is_free && !m_other_name.empty())
+    delete_File(m_other_name);
+  m_is_free = false;
+}
+
+SetAside::~SetAside() {
+  if (!m_is_free)
+    return;
+  run_Guarded([this] {
+    delete_File(m_path);
+    if (!m_other_name.empty())
+      move_ToNewFile(m_other_name, m_path);
+  });
+}
