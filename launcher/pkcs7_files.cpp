@@ -74,7 +74,7 @@ bool is_Valid(std::optional<_variant_t> answer) {
 
 void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
   const auto output = new_TemporaryPath();
-  const ScopeExit done([&] { delete_File(output); });
+  const ScopeExit done([&] { delete_TemporaryFile(output); });
   const auto answer = call_Member(component, L"validate_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
   if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output))

@@ -133,3 +133,7 @@ std::wstring new_TemporaryPath() {
   path.resize(path.find(L'\0'));
   return path;
 }
+
+void delete_TemporaryFile(const std::wstring& path) noexcept {
+  DeleteFileW(path.c_str());
+}

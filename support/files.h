@@ -52,3 +52,6 @@ std::wstring get_SystemFolder(int csidl);
 
 // A path in the folder for temporary files, where no file is. Empty when that folder cannot be written to.
 std::wstring new_TemporaryPath();
+
+// Deletes the file of such a path, if there is one. Needs no memory.
+void delete_TemporaryFile(const std::wstring& path) noexcept;
