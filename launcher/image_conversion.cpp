@@ -5,6 +5,7 @@
 #include "support/files.h"
 #include "support/module.h"
 #include "support/suite_folders.h"
+#include "support/temporary_file.h"
 #include "support/text.h"
 
 namespace {
@@ -23,10 +24,20 @@ std::wstring make_TemporaryPdf(IDispatch* editor, const std::wstring& picture) {
   return pdf ? as_Text(*pdf) : std::wstring();
 }
 
+// The path of a copy that stays while it is shown; that of the picture where none can be made.
+std::wstring show_FromTemporaryFile(const std::wstring& picture, const std::wstring& pdf) {
+  TemporaryFile shown(L"picture.pdf");
+  if (shown.path().empty() || !copy_WithOrigin(pdf, shown.path(), picture))
+    return picture;
+  shown.keep_ForReader();
+  return shown.path();
+}
+
+// The PDF that is to be shown: the one beside the picture, or a temporary one where none can be kept there.
 std::wstring keep_Beside(const std::wstring& picture, const std::wstring& pdf) {
   auto kept = picture + L".pdf";
-  if (!file_Exists(kept) && copy_ToNewFile(pdf, kept))
-    copy_Origin(picture, kept);
+  if (!file_Exists(kept) && !copy_WithOrigin(pdf, kept, picture))
+    kept = show_FromTemporaryFile(picture, pdf);
   // A component that answers with one of the two files themselves has made nothing temporary.
   if (!equals_IgnoringCase(pdf, kept) && !equals_IgnoringCase(pdf, picture))
     delete_File(pdf);

@@ -5,7 +5,6 @@
 #include "launcher/key_container.h"
 #include "launcher/messages.h"
 #include "support/automation.h"
-#include "support/boundary.h"
 #include "support/diagnostic_log.h"
 #include "support/file_names.h"
 #include "support/files.h"
@@ -15,6 +14,7 @@
 #include "support/set_aside.h"
 #include "support/settings.h"
 #include "support/suite_folders.h"
+#include "support/temporary_file.h"
 #include "support/text.h"
 
 namespace {
@@ -73,21 +73,17 @@ bool is_Valid(std::optional<_variant_t> answer) {
 }
 
 void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
-  const auto output = new_TemporaryPath();
-  const ScopeExit done([&] { delete_TemporaryFile(output); });
+  const TemporaryFile made(L"content");
+  const auto& output = made.path();
+  if (output.empty())
+    return;
   const auto answer = call_Member(component, L"validate_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
-  if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output))
-    return;
   const auto content = file.substr(0, file.rfind(L'.'));
-  if (file_Exists(content))
+  if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output) || file_Exists(content))
     return;
-  if (!copy_ToNewFile(output, content)) {
+  if (!copy_WithOrigin(output, content, file))
     tell_Failure(L"The file could not be created.", content);
-  } else if (!copy_Origin(file, content)) {  // the system would take it for a file of this machine's own
-    delete_File(content);
-    tell_Failure(L"The file could not be created.", content);
-  }
 }
 
 }  // namespace

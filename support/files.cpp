@@ -27,6 +27,22 @@ DWORD attributes_Of(const std::wstring& path) {
   return exact.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(exact.c_str());
 }
 
+// False when there is one that could not be written.
+bool copy_Mark(const std::wstring& from, const std::wstring& to) {
+  constexpr const wchar_t* stream = L":Zone.Identifier";
+  constexpr std::size_t longest_mark = 4096;
+  const auto mark = own_File(CreateFileW((from + stream).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                         OPEN_EXISTING, 0, nullptr));
+  std::string bytes(longest_mark, '\0');
+  DWORD length = 0;
+  if (!mark || !ReadFile(mark.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &length, nullptr))
+    return true;
+  const auto copy = own_File(CreateFileW((to + stream).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+  DWORD written = 0;
+  return copy && WriteFile(copy.get(), bytes.data(), length, &written, nullptr) && written == length;
+}
+
 }  // namespace
 
 std::wstring full_Folder(std::wstring_view folder) {
@@ -67,24 +83,15 @@ bool is_ImageFile(const std::wstring& path) {
   return has_ImageExtension(path) && !folder_Exists(path);
 }
 
-bool copy_Origin(const std::wstring& from, const std::wstring& to) {
-  constexpr std::wstring_view stream = L":Zone.Identifier";
-  constexpr std::size_t longest_mark = 4096;
-  const auto mark = own_File(CreateFileW(exact_Path(from).append(stream).c_str(), GENERIC_READ,
-                                         FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-  std::string bytes(longest_mark, '\0');
-  DWORD length = 0;
-  if (!mark || !ReadFile(mark.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &length, nullptr))
-    return true;
-  const auto copy = own_File(CreateFileW(exact_Path(to).append(stream).c_str(), GENERIC_WRITE, 0, nullptr,
-                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-  DWORD written = 0;
-  return copy && WriteFile(copy.get(), bytes.data(), length, &written, nullptr) && written == length;
-}
-
-bool copy_ToNewFile(const std::wstring& from, const std::wstring& to) {
+bool copy_WithOrigin(const std::wstring& from, const std::wstring& to, const std::wstring& origin) {
   constexpr BOOL fail_if_exists = TRUE;
-  return CopyFileW(exact_Path(from).c_str(), exact_Path(to).c_str(), fail_if_exists) != FALSE;
+  const auto copy = exact_Path(to);
+  if (!CopyFileW(exact_Path(from).c_str(), copy.c_str(), fail_if_exists))
+    return false;
+  if (copy_Mark(exact_Path(origin), copy))
+    return true;
+  DeleteFileW(copy.c_str());  // the system would take it for a file of this machine's own
+  return false;
 }
 
 bool move_ToNewFile(const std::wstring& from, const std::wstring& to) {
@@ -121,19 +128,4 @@ std::wstring get_SystemFolder(int csidl) {
   if (FAILED(SHGetFolderPathW(nullptr, csidl, nullptr, SHGFP_TYPE_CURRENT, folder.data())))
     return {};
   return with_Backslash(folder.c_str());
-}
-
-std::wstring new_TemporaryPath() {
-  std::wstring folder(MAX_PATH + 1, L'\0');
-  std::wstring path(MAX_PATH, L'\0');
-  if (GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()) == 0 ||
-      GetTempFileNameW(folder.data(), L"nvk", 0, path.data()) == 0)
-    return {};
-  DeleteFileW(path.data());
-  path.resize(path.find(L'\0'));
-  return path;
-}
-
-void delete_TemporaryFile(const std::wstring& path) noexcept {
-  DeleteFileW(path.c_str());
 }

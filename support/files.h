@@ -28,13 +28,10 @@ bool has_ImageExtension(std::wstring_view path);
 // `has_ImageExtension`, and the path is no folder; the file system is asked only when the extension fits.
 bool is_ImageFile(const std::wstring& path);
 
-// Gives a file the mark of another one that came from the network ("Zone.Identifier"), if that has one. False
-// when it could not be written.
-bool copy_Origin(const std::wstring& from, const std::wstring& to);
-
-// Copies the file to a path where none is yet. False when one is there, which stays as it is, or when the
-// file cannot be read or written.
-bool copy_ToNewFile(const std::wstring& from, const std::wstring& to);
+// Copies the file to a path where none is yet. The copy gets the mark of the file that it was made of, if
+// that came from the network ("Zone.Identifier"). False when one is there, which stays as it is, or when
+// something cannot be read or written; none is left then.
+bool copy_WithOrigin(const std::wstring& from, const std::wstring& to, const std::wstring& origin);
 
 // Renames the file where none of the new name is. False when one is there, or it may not be renamed.
 bool move_ToNewFile(const std::wstring& from, const std::wstring& to);
@@ -49,9 +46,3 @@ bool write_TextFile(const std::wstring& path, std::wstring_view text);
 // The folder of the system or of the person that goes by this CSIDL, with a backslash at its end; empty when
 // there is none.
 std::wstring get_SystemFolder(int csidl);
-
-// A path in the folder for temporary files, where no file is. Empty when that folder cannot be written to.
-std::wstring new_TemporaryPath();
-
-// Deletes the file of such a path, if there is one. Needs no memory.
-void delete_TemporaryFile(const std::wstring& path) noexcept;

@@ -6,5 +6,8 @@
 // The logon name; empty when the system does not tell it.
 std::wstring get_UserName();
 
+// The person's identifier ("S-1-..."); empty when the system does not tell it.
+std::wstring get_UserSid();
+
 // The folder of the person's documents, without a backslash at its end; empty when there is none.
 std::wstring get_DocumentsFolder();

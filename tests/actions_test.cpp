@@ -40,8 +40,14 @@ Member makes_File(std::size_t argument) {
   };
 }
 
-BOOL WINAPI refuse_Copy(const wchar_t*, const wchar_t*, BOOL) {
-  return FALSE;
+// As a share that nobody may write to.
+BOOL WINAPI refuse_CopyBeside(const wchar_t* from, const wchar_t* to, BOOL) {
+  return !contains(to, test_folder) && fs::copy_file(from, to);
+}
+
+ULONGLONG clock_Now = 0;
+ULONGLONG WINAPI tell_Minutes() {
+  return clock_Now;
 }
 
 // Starts of the suite's programs are recorded, as are the calls of its components.
@@ -184,6 +190,42 @@ TEST_F(Actions, KeepThePdfOfAPictureBesideIt) {
   EXPECT_TRUE(fs::exists(done));
 }
 
+TEST_F(Actions, ShowAPictureBesideWhichNoPdfCanBeKept) {
+  patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_CopyBeside));
+  patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Minutes));
+  select_Flags(L"Image");
+  const auto picture = make_File(test_folder + L"a.png"), envelope = make_File(test_folder + L"b.p7m");
+  run(L"view", entries({picture}));
+  const auto started = take_Starts(), temporary = temporary_Files();
+  ASSERT_EQ(temporary.size(), 1u);
+  const auto shown = temporary[0] + LR"(\picture.pdf)";
+  EXPECT_EQ(started, Lines{start(L"PageKeeper.exe", L" " + ::quoted(shown))});
+  EXPECT_EQ(read_Lines(shown), Lines{L"made"});
+  for (const auto& [minutes, left] : {std::pair(9, 1u), {11, 0u}}) {
+    clock_Now = minutes * 60'000ull;
+    run(L"vPKCS7", entries({envelope}));
+    EXPECT_EQ(temporary_Files().size(), left) << minutes;
+  }
+}
+
+TEST_F(Actions, DeleteDecryptedContentAsSoonAsNobodyHasIt) {
+  const auto envelope = make_File(test_folder + L"b.txt.p7m");
+  unique_kernel_handle scanner;
+  bool is_scanned = true;
+  m_pkcs7->Table[L"validate_P7x"] = [&](const Arguments& arguments) {
+    const auto output = make_File(text_Of(arguments.at(1)), L"made");
+    if (std::exchange(is_scanned, false))
+      scanner = own_File(CreateFileW(output.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                     nullptr, OPEN_EXISTING, 0, nullptr));
+    return _variant_t(false);
+  };
+  run(L"vPKCS7", entries({envelope}));
+  EXPECT_EQ(temporary_Files().size(), 1u);
+  scanner.reset();
+  run(L"vPKCS7", entries({test_folder + L"c.p7m"}));
+  EXPECT_EQ(temporary_Files(), Lines{});
+}
+
 TEST_F(Actions, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
   const auto file = make_File(test_folder + L"a.txt"), other = make_File(test_folder + L"b.txt");
   make_File(file + L".p7s", L"an older one, ");
@@ -279,8 +321,6 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
   const std::tuple<const char*, std::wstring, std::wstring, Lines, std::wstring, std::function<void()>>
       rows[] = {{"a refused envelope", L"vPKCS7", envelope, none, all,
                  [&] { m_pkcs7->Table[L"validate_P7x"] = writes(L"content", S_OK, false); }},
-                {"a full disk", L"view", picture, shown(L"a.png.pdf"), all,
-                 [] { patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_Copy)); }},
                 {"no PDF component", L"view", picture, shown(L"a.png"), all,
                  [&] { m_editor->IsCreatable = false; }},
                 {"no PKCS#7 component", L"p7s", text, none, all, [&] { m_pkcs7->IsCreatable = false; }},

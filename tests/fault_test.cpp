@@ -2,6 +2,10 @@
 // the way: nothing may crash, stay behind or spoil the next right-click. In some of them there is no memory
 // from that call on. With NORVAK_ENDURANCE set every call has its turn (scripts/endure), else a share of them
 // that NORVAK_SEED chooses.
+#include <windows.h>
+
+#include <sddl.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -108,9 +112,11 @@ const std::vector<Fault> groups[] = {
     failing<ERROR_OUTOFMEMORY, false, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
             RegQueryValueExA>(),
     failing<no_file, false, GetFileAttributesW, CreateFileW>(),
-    failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetTempFileNameW, GetFullPathNameW,
-            GetShortPathNameW, GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, CreateEventW>(),
-    failing<E_FAIL, false, SHGetFolderPathW>(),
+    failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetFullPathNameW, GetShortPathNameW,
+            GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, CreateEventW>(),
+    failing<0, false, OpenProcessToken, GetTokenInformation, ConvertSidToStringSidW,
+            ConvertStringSecurityDescriptorToSecurityDescriptorW, CreateDirectoryW, RemoveDirectoryW>(),
+    failing<E_FAIL, false, SHGetFolderPathW, CoCreateGuid>(),
     failing<CO_E_CLASSSTRING, false, CLSIDFromProgID>(),
     failing<E_OUTOFMEMORY, false, CoRegisterInitializeSpy>(),
     failing<0, false, InsertMenuW, SetMenuItemBitmaps, LoadImageW, GetObjectA, CreateICA, GetDeviceCaps,
