@@ -31,8 +31,9 @@ DroppedNames read_AnsiNames(std::span<const char> bytes) {
 
 DroppedNames read_WideNames(std::span<const char> bytes) {
   DroppedNames dropped;
-  dropped.Letters.resize(bytes.size() / sizeof(wchar_t));  // the block need not be aligned for them
-  std::memcpy(dropped.Letters.data(), bytes.data(), dropped.Letters.size() * sizeof(wchar_t));
+  dropped.Letters.resize(bytes.size() / sizeof(wchar_t));
+  std::ranges::copy(bytes.first(dropped.Letters.size() * sizeof(wchar_t)),  // they need not be aligned there
+                    reinterpret_cast<char*>(dropped.Letters.data()));
   dropped.Names = find_Names(std::wstring_view(dropped.Letters.data(), dropped.Letters.size()));
   return dropped;
 }

@@ -97,11 +97,16 @@ TEST_F(DiagnosticLog, TracesAtTheDriveRootInsteadOfItsComponent) {
   const Log log;
   set_Value(norvak + LR"(pdf\clog)", L" 1 ");
   debug_Log(L"x\r\n" + std::wstring(60, L'y') + L"end");
-  debug_Log(L" short ");
+  debug_Log(L" short \u5951 ");
   auto lines = read_Lines(LR"(c:\norvak.log)");
   std::erase_if(lines, [](const auto& line) { return line.ends_with(L" permtest"); });
-  EXPECT_EQ(lines, (Lines{L"x" + std::wstring(47, L'y'), L"short"}));
+  EXPECT_EQ(lines, (Lines{L"x" + std::wstring(47, L'y'), L"short {U+5951}"}));
   EXPECT_EQ(calls(), Lines{});
+  const auto others = make_File(test_folder + L"other.txt");
+  DeleteFileW(LR"(c:\norvak.log)");
+  EXPECT_TRUE(CreateHardLinkW(LR"(c:\norvak.log)", others.c_str(), nullptr));
+  debug_Log(L"into a link that somebody made");
+  EXPECT_EQ(read_Lines(others), Lines{});
 }
 
 }  // namespace
