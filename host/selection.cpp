@@ -17,20 +17,6 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-/// Calls a platform routine of the form (buffer, size) → length until the buffer suffices; empty when it
-/// fails.
-template <typename Routine>
-std::wstring fetch_path(Routine routine) {
-  std::wstring path(MAX_PATH, L'\0');
-  DWORD length = routine(path.data(), static_cast<DWORD>(path.size()));
-  if (length >= path.size()) {
-    path.resize(length);
-    length = routine(path.data(), length);
-  }
-  path.resize(std::min<std::size_t>(length, path.size()));
-  return path;
-}
-
 bool is_drive_root(std::wstring_view path) {
   return path.size() == 3 && path.ends_with(L":\\");
 }
@@ -42,14 +28,14 @@ std::wstring complete_path(const std::wstring& path) {
   const std::wstring meant = path.size() == 2 && path.ends_with(L':') ? path + L'\\' : path;
   std::wstring full = meant;
   if (!meant.starts_with(LR"(\\?\)")) {  // that form is for names that would be changed otherwise
-    full = fetch_path(
+    full = fetch_Path(
         [&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(meant.c_str(), size, buffer, nullptr); });
   }
   if (full.empty() || GetFileAttributesW(exact_Path(full).c_str()) == INVALID_FILE_ATTRIBUTES) {
     throw Failure{L"The path " + quote_text(path) + L" does not exist."};
   }
   const std::wstring with_long_names =
-      fetch_path([&](wchar_t* buffer, DWORD size) { return GetLongPathNameW(full.c_str(), buffer, size); });
+      fetch_Path([&](wchar_t* buffer, DWORD size) { return GetLongPathNameW(full.c_str(), buffer, size); });
   if (!with_long_names.empty()) {
     full = with_long_names;
   }

@@ -13,12 +13,15 @@ void show_Error(const std::wstring& text, const std::wstring& title) {
   MessageBoxW(get_hwnd(), text.c_str(), title.c_str(), MB_OK | MB_ICONERROR);
 }
 
-void tell_Failure(const wchar_t* sentence, std::wstring_view name) noexcept {
+void tell_Failure(const wchar_t* sentence, const std::vector<std::wstring>& names) noexcept {
+  constexpr std::size_t most_names = 10;
   run_Guarded([&] {
-    debug_Log(sentence, name);
+    debug_Log(sentence);
     auto text = translate_String(sentence);
-    if (!name.empty())
-      text.append(L"\r\n").append(name);
+    for (std::size_t index = 0; index < names.size() && index < most_names; ++index)
+      text.append(L"\r\n").append(names[index]);
+    if (names.size() > most_names)
+      text += L"\r\n...";
     show_Error(text, L"Norvak");
   });
 }

@@ -3,10 +3,11 @@
 #pragma once
 
 #include <string>
-#include <string_view>
+#include <vector>
 
 // Shows the text as it is, with the sign of an error.
 void show_Error(const std::wstring& text, const std::wstring& title);
 
-// Shows the sentence in the suite's language, and below it the file or program that it is about.
-void tell_Failure(const wchar_t* sentence, std::wstring_view name = {}) noexcept;
+// Shows the sentence in the suite's language, and below it the files or the program that it is about, ten at
+// most.
+void tell_Failure(const wchar_t* sentence, const std::vector<std::wstring>& names = {}) noexcept;

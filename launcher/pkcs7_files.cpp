@@ -1,6 +1,9 @@
 #include "launcher/pkcs7_files.h"
 
+#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "launcher/key_container.h"
 #include "launcher/messages.h"
@@ -43,27 +46,41 @@ void process_Each(std::span<const FileEntry> files, Process&& process) {
   }
 }
 
+constexpr const wchar_t* not_created = L"The file could not be created.";
+
+// Null when there is a whole output; else why not, and what was there before is back.
+const wchar_t* create_One(IDispatch* component, const std::wstring& file, const std::wstring& output,
+                          const std::wstring& container, bool is_detached) {
+  if (is_Late(component))  // it would not hear of another file
+    return not_created;
+  SetAside earlier(output);
+  if (!earlier.is_Free())
+    return L"The earlier file cannot be replaced.";
+  const auto answer = call_Member(component, L"create_P7x",
+                                  {text_Argument(exact_Path(file)), text_Argument(exact_Path(output)),
+                                   text_Argument(container), is_detached});
+  if (answer && has_Content(output)) {
+    earlier.replace();
+    return nullptr;
+  }
+  if (is_Late(component))  // it may still write
+    earlier.leave();
+  return not_created;
+}
+
 void create_Each(std::span<const FileEntry> files, std::wstring_view ending, bool is_detached) {
   const auto container = get_KeyContainer();
+  std::map<std::wstring, std::vector<std::wstring>> missing;  // by the reason
   process_Each(files, [&](IDispatch* component, const std::wstring& file) {
-    const auto output = file + std::wstring(ending);
-    SetAside earlier(output);
-    if (!earlier.is_Free()) {
-      tell_Failure(L"The earlier file cannot be replaced.", output);
+    auto output = file + std::wstring(ending);
+    const auto* reason = create_One(component, file, output, container, is_detached);
+    if (reason == nullptr)
       return;
-    }
-    const auto answer = call_Member(component, L"create_P7x",
-                                    {text_Argument(exact_Path(file)), text_Argument(exact_Path(output)),
-                                     text_Argument(container), is_detached});
-    if (answer && has_Content(output)) {
-      earlier.replace();
-      return;
-    }
     debug_Log(L"Not created: ", output);
-    if (is_Late(component))  // it may still write
-      earlier.leave();
-    tell_Failure(L"The file could not be created.", output);
+    missing[reason].push_back(std::move(output));
   });
+  for (const auto& [reason, outputs] : missing)
+    tell_Failure(reason.c_str(), outputs);
 }
 
 // Whatever is no clear yes is a no.
@@ -75,15 +92,17 @@ bool is_Valid(std::optional<_variant_t> answer) {
 void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
   const TemporaryFile made(L"content");
   const auto& output = made.path();
-  if (output.empty())
+  if (output.empty()) {
+    tell_Failure(L"The file could not be checked.", {file});
     return;
+  }
   const auto answer = call_Member(component, L"validate_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
   const auto content = file.substr(0, file.rfind(L'.'));
   if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output) || file_Exists(content))
     return;
   if (!copy_WithOrigin(output, content, file))
-    tell_Failure(L"The file could not be created.", content);
+    tell_Failure(not_created, {content});
 }
 
 }  // namespace

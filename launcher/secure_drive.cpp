@@ -58,7 +58,7 @@ bool launch_Vaultware(const std::wstring& command_line, const std::wstring& prog
   const bool is_quoted = command_line.starts_with(L'"');
   if (!file_Exists(program) || launch_Program(command_line, is_quoted ? std::wstring() : program))
     return true;
-  tell_Failure(L"The secure drive program could not be started.", program);
+  tell_Failure(L"The secure drive program could not be started.", {program});
   return false;
 }
 

@@ -52,9 +52,11 @@ void clear_StaleQueue() {
   constexpr int looks = 12;
   constexpr DWORD look_milliseconds = 250;
   const auto queue = get_PermanentCache(queue_key);
-  for (int look = 0; look < looks; ++look) {
+  for (int look = 0;; ++look) {
     if (queue.empty() || is_ProcessRunning(L"NorvakWorkerProcess.exe") || read_QueueAnew() != queue)
       return;
+    if (look == looks)
+      break;
     wait_AndPaint(nullptr, look_milliseconds);
   }
   set_PermanentCache(queue_key, L"");
@@ -85,7 +87,7 @@ void start_Worker(const std::wstring& worker, const std::wstring& list) {
   if (start_Program(command))
     return;
   set_PermanentCache(queue_key, L"");
-  tell_Failure(L"The signing program could not be started.", worker);
+  tell_Failure(L"The signing program could not be started.", {worker});
 }
 
 void pass_ToWorker(const std::wstring& list) {

@@ -19,23 +19,9 @@ bool is_Drive(std::wstring_view path) {
   return path.size() == 2 && path[1] == L':';
 }
 
-// What a routine of the platform writes that answers a length, or the size that it needs; empty when it
-// fails.
-template <typename Routine>
-std::wstring text_Of(Routine routine) {
-  std::wstring text(MAX_PATH, L'\0');
-  for (;;) {
-    const auto room = static_cast<DWORD>(text.size());
-    const DWORD length = routine(text.data(), room);
-    if (length < room)
-      return text.substr(0, length);
-    text.resize(length + std::size_t{1});
-  }
-}
-
 // The platform takes the path as it stands.
 bool is_TakenAsItIs(const std::wstring& path) {
-  return path.size() < MAX_PATH && path == text_Of([&path](wchar_t* text, DWORD room) {
+  return path.size() < MAX_PATH && path == fetch_Path([&path](wchar_t* text, DWORD room) {
                                      return GetFullPathNameW(path.c_str(), room, text, nullptr);
                                    });
 }
@@ -87,7 +73,7 @@ std::wstring argument_Path(std::wstring_view path) {
 std::wstring short_Path(std::wstring_view path) {
   assert_Unlocked();
   const auto exact = exact_Path(path);
-  return exact.empty() ? exact : text_Of([&exact](wchar_t* text, DWORD room) {
+  return exact.empty() ? exact : fetch_Path([&exact](wchar_t* text, DWORD room) {
     return GetShortPathNameW(exact.c_str(), text, room);
   });
 }

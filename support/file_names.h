@@ -3,6 +3,8 @@
 // state.
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <string_view>
 
@@ -18,6 +20,20 @@ std::wstring exact_Path(std::wstring_view path);
 // The form for a command line, as programs of the suite may use the system's code page: the path itself where
 // the code page has all of it, else its short (8.3) form, else the exact path.
 std::wstring argument_Path(std::wstring_view path);
+
+// What a routine of the platform of the form (buffer, size) writes, which answers the length, or the size
+// that it needs; empty when it fails.
+template <typename Routine>
+std::wstring fetch_Path(Routine routine) {
+  std::wstring path(MAX_PATH, L'\0');
+  for (;;) {
+    const auto room = static_cast<DWORD>(path.size());
+    const DWORD length = routine(path.data(), room);
+    path.resize(length < room ? length : length + std::size_t{1});
+    if (length < room)
+      return path;
+  }
+}
 
 // The path with all names in their 8.3 form. Empty when the file is not there; the long names stay where the
 // file system keeps no short ones.

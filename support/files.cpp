@@ -56,8 +56,10 @@ bool file_Exists(const std::wstring& path) {
 }
 
 bool has_Content(const std::wstring& path) {
+  assert_Unlocked();
   WIN32_FILE_ATTRIBUTE_DATA data{};
-  return file_Exists(path) && GetFileAttributesExW(exact_Path(path).c_str(), GetFileExInfoStandard, &data) &&
+  return GetFileAttributesExW(exact_Path(path).c_str(), GetFileExInfoStandard, &data) &&
+         (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 &&
          (data.nFileSizeLow != 0 || data.nFileSizeHigh != 0);
 }
 

@@ -21,9 +21,9 @@ SetAside::SetAside(std::wstring path) : m_path(std::move(path)) {
 }
 
 void SetAside::replace() {
-  if (m_is_free && !m_other_name.empty())
+  m_is_free = false;  // first, so that nothing takes the new file away
+  if (!m_other_name.empty())
     delete_File(m_other_name);
-  m_is_free = false;
 }
 
 SetAside::~SetAside() {

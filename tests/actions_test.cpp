@@ -1,4 +1,4 @@
-#include "launcher/actions.h"
+#include "tests/actions.h"
 
 #include <process.h>
 
@@ -6,39 +6,15 @@
 #include <filesystem>
 #include <fstream>
 
-#include "launcher/action_table.h"
 #include "support/handles.h"
 #include "support/module.h"
 #include "support/text.h"
 #include "support/value_cache.h"
-#include "tests/components.h"
-#include "tests/explorer.h"
 #include "tests/holdings.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
-Lines run(std::wstring_view action, const std::vector<FileEntry>& files) {
-  return boxes_During([&] { run_Action(action, files, current_Selection()->Flags); });
-}
-
-Lines temporary_Files() {
-  Lines names;
-  for (const auto& entry : fs::directory_iterator(fs::temp_directory_path()))
-    if (contains(entry.path().wstring(), L"nvk"))
-      names.push_back(entry.path());
-  return names;
-}
-
-// Answers true and makes the file that the argument names.
-Member makes_File(std::size_t argument) {
-  return [argument](const Arguments& arguments) {
-    make_File(text_Of(arguments.at(argument)), L"made");
-    return _variant_t(true);
-  };
-}
 
 // As a share that nobody may write to.
 BOOL WINAPI refuse_CopyBeside(const wchar_t* from, const wchar_t* to, BOOL) {
@@ -49,34 +25,6 @@ ULONGLONG clock_Now = 0;
 ULONGLONG WINAPI tell_Minutes() {
   return clock_Now;
 }
-
-// Starts of the suite's programs are recorded, as are the calls of its components.
-class Actions : public Machine {
- protected:
-  Actions() { record_Starts(); }
-  std::wstring start(const std::wstring& program, const std::wstring& rest) const {
-    return ::quoted(m_suite + program) + rest;
-  }
-  Lines starts(const std::wstring& program, const Lines& names) const {
-    Lines lines;
-    for (const auto& name : names)
-      lines.push_back(opening(program, test_folder + name));
-    return lines;
-  }
-  const std::wstring m_suite = install_Suite();
-  ValueStore m_store;
-  Component m_editor{L"norvakpdf.edit",
-                     {{L"set_hwnd", answers({})},
-                      {L"calledfromshellextension", answers({})},
-                      {L"set_caller", answers({})},
-                      {L"img2pdf", [](const Arguments&) {
-                         const auto path = make_File(fs::temp_directory_path() / L"nvk.pdf", L"made");
-                         return _variant_t(path.c_str());
-                       }}}};
-  Component m_pkcs7{
-      L"norvakcsp.PKCS7",
-      {{L"WindowHandle", answers({})}, {L"create_P7x", makes_File(1)}, {L"validate_P7x", makes_File(1)}}};
-};
 
 // What each starts, and what it leaves: two values of the registry, the marker file, the shared value.
 TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
@@ -208,52 +156,6 @@ TEST_F(Actions, ShowAPictureBesideWhichNoPdfCanBeKept) {
   }
 }
 
-TEST_F(Actions, DeleteDecryptedContentAsSoonAsNobodyHasIt) {
-  const auto envelope = make_File(test_folder + L"b.txt.p7m");
-  unique_kernel_handle scanner;
-  bool is_scanned = true;
-  m_pkcs7->Table[L"validate_P7x"] = [&](const Arguments& arguments) {
-    const auto output = make_File(text_Of(arguments.at(1)), L"made");
-    if (std::exchange(is_scanned, false))
-      scanner = own_File(CreateFileW(output.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                     nullptr, OPEN_EXISTING, 0, nullptr));
-    return _variant_t(false);
-  };
-  run(L"vPKCS7", entries({envelope}));
-  EXPECT_EQ(temporary_Files().size(), 1u);
-  scanner.reset();
-  run(L"vPKCS7", entries({test_folder + L"c.p7m"}));
-  EXPECT_EQ(temporary_Files(), Lines{});
-}
-
-TEST_F(Actions, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
-  const auto file = make_File(test_folder + L"a.txt"), other = make_File(test_folder + L"b.txt");
-  make_File(file + L".p7s", L"an older one, ");
-  set_Value(norvak + LR"(CSP\CertificateAlwaysValid)", L" 1 ");
-  EXPECT_EQ(run(L"p7s", {{file, L""}, {L"", other}, {L"", L""}, {file, L""}}), box);
-  run(L"p7m", entries({file}));
-  fs::remove(file);
-  run(L"vPKCS7", entries({file + L".p7m", make_File(other + L".P7M"), file + L".p7s"}));
-  select_Flags(L"Link");
-  run(L"p7s", entries({file}));
-  auto asked = calls(L"_P7x(");
-  for (auto& call : asked)
-    if (const auto start = call.find(L"nvk"); start != std::wstring::npos)
-      call.replace(call.rfind(L", ", start) + 2, call.rfind(L", ") - call.rfind(L", ", start) - 2,
-                   L"temporary");
-  const auto a = test_folder + L"a.txt", b = test_folder + L"b.txt";
-  EXPECT_EQ(asked, (Lines{L"create_P7x(" + a + L", " + a + L".p7s, container, -1)",
-                          L"create_P7x(" + b + L", " + b + L".p7s, container, -1)",
-                          L"create_P7x(" + a + L", " + a + L".p7m, container, 0)",
-                          L"validate_P7x(" + a + L".p7m, temporary, -1)",
-                          L"validate_P7x(" + b + L".P7M, temporary, -1)",
-                          L"validate_P7x(" + a + L".p7s, temporary, -1)"}));
-  EXPECT_EQ(read_Lines(a + L".p7s"), Lines{L"made"});
-  EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the content of the envelope";
-  EXPECT_EQ(read_Lines(b), Lines{}) << "a file in the way";
-  EXPECT_EQ(temporary_Files(), Lines{});
-}
-
 // Every component call on the way fails once, the making of objects included: the steps after it are still
 // taken, and nothing stays behind.
 TEST_F(Actions, GoOnAfterACallThatFails) {
@@ -345,71 +247,6 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
   EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)"), L"(none)") << "the key that may not be written";
 }
 
-// What the component does, and what is there afterwards: under the name of the output, and aside.
-TEST_F(Actions, KeepAnEarlierFileUntilTheNewOneIsWhole) {
-  const auto file = make_File(test_folder + L"a.txt"), output = file + L".p7s";
-  const auto writes = [&](const wchar_t* content, bool fails) {
-    return [=, &output](const Arguments&) -> _variant_t {
-      EXPECT_FALSE(fs::exists(output)) << "it stands in the component's way";
-      if (content != nullptr)
-        std::ofstream(fs::path(output)) << to_Ansi(content);
-      return fails ? throw HRESULT{E_FAIL} : _variant_t(true);
-    };
-  };
-  const Lines told{L"Norvak: The file could not be created.\r\n" + output};
-  const std::tuple<const wchar_t*, bool, Lines, Lines> rows[] = {{L"new", false, {L"new"}, {}},
-                                                                 {L"half", true, {L"older"}, told},
-                                                                 {nullptr, true, {L"older"}, told},
-                                                                 {nullptr, false, {L"older"}, told},
-                                                                 {L"", false, {L"older"}, told}};
-  for (const auto& [content, fails, after, boxes] : rows) {
-    fs::remove(output);
-    make_File(output, L"older");
-    m_pkcs7->Table[L"create_P7x"] = writes(content, fails);
-    auto expected = box;
-    expected.insert(expected.end(), boxes.begin(), boxes.end());
-    EXPECT_EQ(run(L"p7s", entries({file})), expected);
-    EXPECT_EQ(read_Lines(output), after);
-    EXPECT_FALSE(fs::exists(output + L".earlier"));
-  }
-  make_File(output + L".earlier", L"left by a program that ended");
-  run(L"p7s", entries({file}));
-  EXPECT_EQ(read_Lines(output), Lines{L"older"});
-  EXPECT_EQ(read_Lines(output + L".earlier"), Lines{L"left by a program that ended"});
-  {
-    const auto held = own_File(
-        CreateFileW(output.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    const auto asked = calls(L"create_P7x").size();
-    EXPECT_EQ(run(L"p7s", entries({file})).back(),
-              L"Norvak: The earlier file cannot be replaced.\r\n" + output);
-    EXPECT_EQ(calls(L"create_P7x").size(), asked);
-  }
-  fs::remove(output);
-  fs::create_directory(output);
-  run(L"p7s", entries({file}));
-  EXPECT_TRUE(fs::is_directory(output));
-}
-
-TEST_F(Actions, WriteContentBackAfterAClearYesAloneAndWithItsOrigin) {
-  const std::wstring content = test_folder + L"a.txt", mark = L":Zone.Identifier";
-  const auto envelope = make_File(content + L".p7m");
-  std::ofstream(fs::path(envelope + mark)) << "[ZoneTransfer]\r\nZoneId=3\r\n";
-  const std::pair<_variant_t, bool> rows[] = {
-      {true, true}, {1L, true},   {L"True", true}, {L"-1", true}, {false, false},
-      {0L, false},  {L"", false}, {L"no", false},  {{}, false},   {L"valid", false}};
-  for (const auto& [answer, is_written] : rows) {
-    m_pkcs7->Table[L"validate_P7x"] = [&answer = answer](const Arguments& arguments) {
-      make_File(text_Of(arguments.at(1)), L"made");
-      return answer;
-    };
-    run(L"vPKCS7", entries({envelope}));
-    EXPECT_EQ(fs::exists(content), is_written) << to_Ansi(text_Of(answer));
-    EXPECT_EQ(read_Lines(content + mark).size(), is_written ? 2u : 0u);
-    fs::remove(content + mark);
-    fs::remove(content);
-  }
-}
-
 TEST_F(Actions, MarkADriveWithoutFollowingALinkOnIt) {
   make_DriveE();
   const auto victim = make_File(test_folder + L"victim.txt", L"kept");
@@ -458,47 +295,6 @@ TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {
   for (const auto* action : {L"view", L"unknown", L"Signit"})
     EXPECT_EQ(run(action, {}), Lines{L"de Configuration Problem: de No Signature Certificate Configured"});
   EXPECT_EQ(calls(L"translateit").size(), 2u);
-}
-
-class ActionTable : public Machine {};
-
-TEST_F(ActionTable, FindsTheFirstFittingRecord) {
-  action_table() = {{{L"zero", -1, 0, true, L"never"},
-                     {L"one", 5, -1, true, L"never"},
-                     {L"", 5, 5, true, L"never"},
-                     {L"off", 5, 0, false, L"never"},
-                     {L"no action", 6, 1, true, L""},
-                     {L"first", 7, 3, true, L"a"},
-                     {L"second", 3, 7, true, L"b"},
-                     {L"zero", 0, 4, true, L"c"}}};
-  action_table()[99] = {L"last", 99, 5, true, L"z"};
-  const std::tuple<long, const wchar_t*, const wchar_t*> rows[] = {
-      {3, L"a", L"second"},   {7, L"a", L"first"}, {0, L"c", L"zero"},  {4, L"c", L""},    {1, L"", L""},
-      {6, L"", L"no action"}, {5, L"z", L"one"},   {99, L"z", L"last"}, {-1, L"", L"zero"}};
-  for (const auto& [command, action, name] : rows) {
-    EXPECT_EQ(get_ActionString(command), action) << command;
-    EXPECT_EQ(get_MenuName(command), name) << command;
-  }
-}
-
-TEST_F(ActionTable, LogsEachRecordUpToTheMatchAndIsClearedTogetherWithTheFlags) {
-  const Log log;
-  action_table()[1] = {L"", 1, 1, true, L"unseen"};
-  action_table()[2] = {L"shut", 8, 0, false, L"p7s"};
-  action_table()[3] = {L"open", 9, 1, true, L"view"};
-  action_table()[99] = {L"late", 9, 2, true, L"p7m"};
-  EXPECT_EQ(get_ActionString(9), L"view");
-  get_MenuName(9);
-  EXPECT_EQ(log.messages(), (Lines{L"get_ActionString: 9", L"MenuName: shut", L"MenuIDX: 8", L"MenuICMD: 0",
-                                   L"MenuAction: p7s", L"MenuName: open", L"MenuIDX: 9", L"MenuICMD: 1",
-                                   L"MenuAction: view"}));
-  select_Flags(L"Folders Image");
-  clear_ActionTable();
-  EXPECT_EQ(names_Of(current_Selection()->Flags), L"");
-  for (const auto& record : action_table()) {
-    EXPECT_EQ(std::wstring(record.MenuName).append(record.MenuAction), L"");
-    EXPECT_EQ(record.MenuIDX + record.MenuICMD + record.MenuEnabled, -2);
-  }
 }
 
 }  // namespace
