@@ -21,9 +21,10 @@ bool is_Drive(std::wstring_view path) {
 
 // The platform takes the path as it stands.
 bool is_TakenAsItIs(const std::wstring& path) {
-  return path.size() < MAX_PATH && path == fetch_Path([&path](wchar_t* text, DWORD room) {
-                                     return GetFullPathNameW(path.c_str(), room, text, nullptr);
-                                   });
+  std::wstring full(path.size() + 1, L'\0');  // what it makes of the path is compared only where that fits
+  const auto room = static_cast<DWORD>(full.size());
+  return path.size() < MAX_PATH &&
+         GetFullPathNameW(path.c_str(), room, full.data(), nullptr) == path.size() && full.starts_with(path);
 }
 
 bool has_OnlyNames(std::wstring_view path) {
