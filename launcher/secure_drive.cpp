@@ -124,6 +124,8 @@ void unmount_Drive(const std::wstring& selected_path) {
 
 void create_Drive() {
   const auto panel = find_ConfigurationTool();
-  if (!panel.empty())
-    start_Program(quoted(panel).append(secure_drive_tab));
+  if (panel.empty())
+    tell_Failure(L"The configuration program was not found.");
+  else if (!start_Program(quoted(panel).append(secure_drive_tab)))
+    tell_Failure(L"The configuration program could not be started.", {panel});
 }

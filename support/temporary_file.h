@@ -9,7 +9,7 @@
 class TemporaryFile {
  public:
   // Makes the folder, below the one for temporary files, and no file yet; the name is a short one. What could
-  // not be deleted before is tried again.
+  // not be deleted before is tried again, and what a process that was ended has left goes after a day.
   explicit TemporaryFile(std::wstring_view name);
   // Deletes the file, if there is one, and the folder.
   ~TemporaryFile();

@@ -285,6 +285,19 @@ TEST_F(Actions, LeaveTheNotesOfADriveWhereTheProgramDoesNotStart) {
   EXPECT_EQ(m_store.Values[L"StickDrive"], L"");
 }
 
+TEST_F(Actions, TellWhatDoesNotOpen) {
+  patch_Import("CreateProcessW", reinterpret_cast<void*>(refuse_Start));
+  const auto file = make_File(test_folder + L"a.pdf"), other = make_File(test_folder + L"b.pdf");
+  const auto not_opened = L"Norvak: The file could not be opened.\r\n" + file + L"\r\n" + other;
+  const std::pair<const wchar_t*, std::wstring> rows[] = {
+      {L"view", not_opened},
+      {L"quill!", not_opened},
+      {L"create",
+       L"Norvak: The configuration program could not be started.\r\n" + m_suite + L"NorvakConfig.exe"}};
+  for (const auto& [action, told] : rows)
+    EXPECT_EQ(run(action, entries({file, other})), (Lines{told, box[0]}));
+}
+
 TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {
   const Component translator(L"NorvakTranslator.Language",
                              {{L"translateit", [](const Arguments& arguments) {

@@ -111,7 +111,7 @@ const std::vector<Fault> groups[] = {
     failing<0, false, GlobalLock, GlobalSize, MultiByteToWideChar>(),
     failing<ERROR_OUTOFMEMORY, false, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
             RegQueryValueExA>(),
-    failing<no_file, false, GetFileAttributesW, CreateFileW>(),
+    failing<no_file, false, GetFileAttributesW, CreateFileW, FindFirstFileW>(),
     failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetFullPathNameW, GetShortPathNameW,
             GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, CreateEventW>(),
     failing<0, false, OpenProcessToken, GetTokenInformation, ConvertSidToStringSidW,

@@ -1,4 +1,9 @@
 // The files of the PKCS#7 actions: what is made, what stays, and what goes.
+#include <windows.h>
+
+#include <aclapi.h>
+
+#include <bit>
 #include <filesystem>
 #include <fstream>
 #include <utility>
@@ -12,6 +17,15 @@ namespace {
 namespace fs = std::filesystem;
 
 class Pkcs7Files : public Actions {};
+
+void make_Older(const fs::path& folder, int hours) {
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  const auto then = std::bit_cast<FILETIME>(std::bit_cast<LONGLONG>(now) - hours * 36'000'000'000LL);
+  const auto opened = own_File(CreateFileW(folder.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_EXISTING,
+                                           FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  EXPECT_TRUE(SetFileTime(opened.get(), nullptr, nullptr, &then));
+}
 
 TEST_F(Pkcs7Files, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
   const auto file = make_File(test_folder + L"a.txt"), other = make_File(test_folder + L"b.txt");
@@ -127,6 +141,21 @@ TEST_F(Pkcs7Files, DeleteDecryptedContentAsSoonAsNobodyHasIt) {
   scanner.reset();
   run(L"vPKCS7", entries({test_folder + L"c.p7m"}));
   EXPECT_EQ(temporary_Files(), Lines{});
+  const auto left = fs::temp_directory_path() / L"nvk{00000000-0000-4000-8000-000000000000}";
+  const auto stays_After = [&](int hours) {
+    fs::create_directory(left);
+    make_File(left / L"content", L"made by a process that was ended");
+    make_Older(left, hours);
+    run(L"vPKCS7", entries({envelope}));
+    EXPECT_EQ(fs::exists(left / L"content"), fs::exists(left));
+    return fs::exists(left);
+  };
+  EXPECT_TRUE(stays_After(1));
+  EXPECT_FALSE(stays_After(25));
+  const auto deny_Owner = +[](HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*,
+                              PSECURITY_DESCRIPTOR*) -> DWORD { return ERROR_ACCESS_DENIED; };
+  patch_Import("GetSecurityInfo", reinterpret_cast<void*>(deny_Owner));
+  EXPECT_TRUE(stays_After(25));
 }
 
 }  // namespace
