@@ -117,10 +117,8 @@ void delete_OldFolder(const std::wstring& folder) {
 void delete_OldFolders(const std::wstring& parent) {
   if (parent.empty())
     return;
-  visit_Each(parent + std::wstring(folder_beginning) + L"{*}", [&parent](const auto& found) {
-    if (is_Old(found.ftLastWriteTime))
-      delete_OldFolder(parent + found.cFileName);
-  });
+  visit_Each(parent + std::wstring(folder_beginning) + L"{*}",
+             [&parent](const auto& found) { delete_OldFolder(parent + found.cFileName); });
 }
 
 }  // namespace
