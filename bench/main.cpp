@@ -24,7 +24,7 @@
 #include "bench/right_click.h"
 #include "bench/stopwatch.h"
 #include "host/drop_list.h"
-#include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 
 namespace {
 

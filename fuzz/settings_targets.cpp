@@ -21,7 +21,7 @@ namespace {
 // path as it is.
 void paths(Input input) {
   static const CleanMachine machine;
-  static const bool forced = (set_Value(force_hklm.Path, L"1"), is_ForceHKLM());
+  static const bool forced = (set_Value(force_hklm.Path, L"1"), load_ForceHKLM(), is_ForceHKLM());
   static const auto table = read_Lines(std::filesystem::path(SOURCE_FOLDER "/fuzz/paths.txt").wstring());
   require(forced, "the switch is on");
   auto other = Input(input).take_Text();
@@ -44,14 +44,11 @@ void paths(Input input) {
     read += forms[1];
     written += forms[2];
   }
-  for (auto* const normalise : {normalise_ForRead, normalise_ForWrite, normalise_ForTextWrite}) {
-    auto form = path;
-    normalise(form);
-    require(form == (normalise == normalise_ForRead ? read : written), "a path has its form");
-    normalise(other);
-    form = other;
-    normalise(form);
-    require(form == other && !contains(form, LR"(\\)"), "a form is its own, without doubled backslashes");
+  for (auto* const normalise : {normalised_ForRead, normalised_ForWrite, normalised_ForTextWrite}) {
+    require(normalise(path) == (normalise == normalised_ForRead ? read : written), "a path has its form");
+    other = normalise(other);
+    require(normalise(other) == other && !contains(other, LR"(\\)"),
+            "a form is its own, without doubled backslashes");
   }
 }
 
@@ -90,9 +87,8 @@ void registry(Input input) {
   RegQueryValueExA(key.get(), "doexit", nullptr, nullptr, reinterpret_cast<BYTE*>(bytes.data()), &size);
   const auto value = value_Of<char>(type, bytes.substr(0, size), false, from_Ansi);
   require(regread_api(path) == value, "the code-page value has the form of its type");
-  auto read_path = path;
-  require(is_Empty(value) ? (regread(read_path), true) : regread(read_path) == value,
-          "a full read gives the same");
+  const auto full = regread(path);
+  require(is_Empty(value) || full == value, "a full read gives the same");
 
   const auto entry = read_Entry(place);
   require(entry == RegistryEntry{L"doexit", type, value_Of<wchar_t>(type, stored, true, from_Wide)},
@@ -130,7 +126,7 @@ bool is_Kept(const std::wstring& path) {
 void ini(Input input) {
   static const CleanMachine machine;
   static const bool arranged =
-      (set_Value(use_ini.Path, L"1"), set_Value(install_folder.Path, test_folder), true);
+      (set_Value(use_ini.Path, L"1"), set_Value(install_folder.Path, test_folder), find_IniFiles(), true);
   static const std::wstring file = test_folder + L"global.ini", section = L"Software\\Norvak";
   const auto path = norvak + from_Ansi(to_Ansi(input.take_Text()));
   const auto value = from_Ansi(to_Ansi(input.take_Text()));

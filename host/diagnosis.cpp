@@ -14,6 +14,7 @@
 #include "support/apartment.h"
 #include "support/diagnostic_log.h"
 #include "support/feature_probes.h"
+#include "support/log.h"
 #include "support/registry.h"
 #include "support/settings.h"
 

@@ -10,11 +10,11 @@
 #include "support/diagnostic_log.h"
 #include "support/file_names.h"
 #include "support/files.h"
+#include "support/log.h"
 #include "support/registry.h"
 #include "support/registry_view.h"
 #include "support/settings.h"
 #include "support/text.h"
-#include "support/value_deletion.h"
 
 namespace host {
 namespace {
@@ -29,8 +29,7 @@ void require_written(bool written, const Setting& setting) {
 }
 
 void write_setting(const Setting& setting, const std::wstring& text) {
-  std::wstring path = setting.Path;
-  require_written(regwrite_sz(path, text), setting);
+  require_written(regwrite_sz(setting.Path, text), setting);
 }
 
 bool is_set(const Setting& setting) {

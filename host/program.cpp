@@ -12,6 +12,7 @@
 #include "host/failure.h"
 #include "host/output.h"
 #include "host/version.h"
+#include "support/diagnostic_log.h"
 
 namespace host {
 namespace {
@@ -43,6 +44,7 @@ int run_program(std::span<const std::wstring_view> words) {
     print_text(L"menuhost " + std::wstring(ProgramVersion) + L"\n");
     return exit_success;
   }
+  use_DiagnosticLog();
   const ComApartment apartment;
   return run_command(arguments);
 }

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <optional>
 
+#include "shellext/class_identifiers.h"
 #include "shellext/shell_ext.h"
 #include "support/files.h"
 #include "support/guid.h"

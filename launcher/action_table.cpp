@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "support/apartment.h"
-#include "support/diagnostic_log.h"
+#include "support/log.h"
 #include "support/selection.h"
 
 namespace {

@@ -3,8 +3,9 @@
 #include "support/automation.h"
 #include "support/file_names.h"
 #include "support/files.h"
-#include "support/module.h"
-#include "support/suite_folders.h"
+#include "support/object_creation.h"
+#include "support/owner_window.h"
+#include "support/registry.h"
 #include "support/temporary_file.h"
 #include "support/text.h"
 

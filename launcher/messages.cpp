@@ -4,8 +4,8 @@
 
 #include "launcher/translation.h"
 #include "support/boundary.h"
-#include "support/diagnostic_log.h"
-#include "support/module.h"
+#include "support/log.h"
+#include "support/owner_window.h"
 #include "support/process_values.h"
 
 void show_Error(const std::wstring& text, const std::wstring& title) {

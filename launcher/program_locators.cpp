@@ -3,8 +3,8 @@
 #include <array>
 #include <initializer_list>
 
-#include "support/diagnostic_log.h"
 #include "support/files.h"
+#include "support/log.h"
 #include "support/process_values.h"
 #include "support/registry.h"
 #include "support/suite_folders.h"

@@ -8,10 +8,8 @@
 #include "support/processes.h"
 #include "support/registry.h"
 #include "support/settings.h"
-#include "support/suite_folders.h"
 #include "support/text.h"
 #include "support/value_cache.h"
-#include "support/value_deletion.h"
 
 namespace {
 
@@ -27,13 +25,11 @@ std::wstring marker_File(const std::wstring& selected_path) {
 }
 
 void note_Mounted(long mounted) {
-  std::wstring path(stick_mounted.Path);
-  regwrite_dw(path, mounted);
+  regwrite_dw(stick_mounted.Path, mounted);
 }
 
 void note_LastDrive(const std::wstring& root) {
-  std::wstring path(last_crypt_drive.Path);
-  regwrite_sz(path, root);
+  regwrite_sz(last_crypt_drive.Path, root);
 }
 
 // The program reads these notes, so they are written before it starts.

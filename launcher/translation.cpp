@@ -6,6 +6,7 @@
 #include "support/apartment.h"
 #include "support/automation.h"
 #include "support/boundary.h"
+#include "support/object_creation.h"
 #include "support/remote_component.h"
 #include "support/suite_folders.h"
 #include "support/text.h"

@@ -56,8 +56,7 @@ std::wstring number_Text(std::wstring_view text) {
 std::wstring read_ConfiguredMode() {
   auto mode = std::wstring(trim(regread_Text(menu_mode.Path)));
   if (mode.empty()) {
-    std::wstring path(menu_mode.Path);
-    regwrite_dw(path, 0);
+    regwrite_dw(menu_mode.Path, 0);
     return L"0";
   }
   set_PermanentCache(menu_mode_key, mode);

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "support/diagnostic_log.h"
 #include "support/feature_probes.h"
 #include "support/files.h"
+#include "support/log.h"
 #include "support/registry.h"
 #include "support/suite_folders.h"
 #include "support/text.h"

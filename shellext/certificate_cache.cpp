@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "support/apartment.h"
+#include "support/object_creation.h"
 
 namespace {
 

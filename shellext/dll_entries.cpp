@@ -4,6 +4,7 @@
 #include <ole2.h>
 
 #include "shellext/class_factory.h"
+#include "shellext/class_identifiers.h"
 #include "shellext/module_locks.h"
 #include "shellext/registration.h"
 #include "shellext/shell_ext.h"

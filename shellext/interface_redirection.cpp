@@ -6,6 +6,7 @@
 #include <array>
 
 #include "menu/composition.h"
+#include "support/diagnostic_log.h"
 #include "support/guid.h"
 #include "support/process_values.h"
 #include "support/text.h"
@@ -107,6 +108,7 @@ std::wstring get_ClsidString(const std::wstring& progid) {
 }
 
 void Main() {
+  use_DiagnosticLog();
   // Automation stays loaded for the life of the process, so the first menu does not wait for it.
   // cppcheck-suppress leakReturnValNotUsed
   LoadLibraryA("oleaut32.dll");

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/shell_ext.h"
 #include "shellext/type_library.h"

@@ -6,10 +6,10 @@
 
 #include "menu/selection_analysis.h"
 #include "shellext/drop_list.h"
-#include "support/diagnostic_log.h"
 #include "support/file_names.h"
 #include "support/file_types.h"
 #include "support/handles.h"
+#include "support/log.h"
 #include "support/process_values.h"
 #include "support/text.h"
 

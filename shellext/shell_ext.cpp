@@ -1,4 +1,5 @@
 #include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 
 #include <shlwapi.h>
 
@@ -15,8 +16,8 @@
 #include "shellext/type_library.h"
 #include "support/apartment.h"
 #include "support/boundary.h"
-#include "support/diagnostic_log.h"
-#include "support/module.h"
+#include "support/log.h"
+#include "support/owner_window.h"
 #include "support/patience.h"
 #include "support/process_values.h"
 #include "support/registry.h"

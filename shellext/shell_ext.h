@@ -14,11 +14,6 @@
 #include "shellext/certificate_cache.h"
 #include "support/selection.h"
 
-// The identifiers stand in resources/NorvakContextMenu.idl too.
-constexpr CLSID clsid_ShellExt{0x2e416da3, 0x34e8, 0x444a, {0x82, 0x88, 0x8c, 0x2f, 0xf3, 0x73, 0x68, 0x1d}};
-constexpr IID iid_ShellExt{0x595d7e94, 0x9b83, 0x4cfd, {0x98, 0xcc, 0x03, 0x12, 0x97, 0x8c, 0x2b, 0xc0}};
-constexpr GUID libid_ShellExt{0x60b0373e, 0xc543, 0x4525, {0xa6, 0x64, 0xe9, 0xd7, 0x75, 0xe8, 0x67, 0xd8}};
-
 // The class's default interface, as the type library has it.
 struct DefaultInterface : IDispatch {
   virtual HRESULT STDMETHODCALLTYPE info(long* value) = 0;  // always 1

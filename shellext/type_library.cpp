@@ -2,7 +2,7 @@
 
 #include <wrl/client.h>
 
-#include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 #include "support/boundary.h"
 #include "support/module.h"
 

@@ -1,6 +1,6 @@
-// Late-bound automation: objects made from a ProgID, their members called by name. Nothing here throws or
-// reports; a call that fails in any way (no object, no such member, a wrong answer) yields nothing. An object
-// belongs to the thread that made it (support/apartment.h), as do the factories that are kept there.
+// Late-bound automation: members of an object called by name. Nothing here throws or reports, except
+// `find_Member` and `invoke_Member`; a call that fails in any way (no object, no such member, a wrong answer)
+// yields nothing. No state.
 #pragma once
 
 #include <windows.h>
@@ -17,25 +17,6 @@
 #include <string_view>
 
 using AutomationObject = Microsoft::WRL::ComPtr<IDispatch>;
-
-// How long the answer of a component in another process is waited for in a picked action, in milliseconds.
-// That of one that works on files or waits for others may take longer. In-process components answer when they
-// do.
-constexpr DWORD quick_answer = 2500;
-constexpr DWORD answer_AfterWork = 600'000;
-
-// A new object of the class registered under the ProgID; null when there is none or it cannot be made.
-// One in another process may turn out not to be made later, and its calls fail then
-// (support/remote_component.h).
-AutomationObject create_Object(const wchar_t* progid, DWORD answer_limit = quick_answer) noexcept;
-
-// Runs the registration entry point of a COM server DLL. False when the path is no full one, or the file
-// cannot be loaded, has no such entry or the entry fails.
-bool register_Server(const std::wstring& path) noexcept;
-
-// `create_Object`; when that fails, each of the DLLs is registered and the object is tried once more.
-AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<std::wstring> servers,
-                                   DWORD answer_limit = quick_answer) noexcept;
 
 // The two steps of a call by name; the arguments stand in the reverse of their written order.
 HRESULT find_Member(IDispatch* object, const wchar_t* name, DISPID& member);

@@ -11,7 +11,9 @@
 #include "support/boundary.h"
 #include "support/file_names.h"
 #include "support/handles.h"
+#include "support/log.h"
 #include "support/module.h"
+#include "support/object_creation.h"
 #include "support/process_values.h"
 #include "support/registry.h"
 #include "support/remote_component.h"
@@ -77,9 +79,8 @@ std::wstring read_DebugFolder() {
   if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
     return {};
   auto debug_folder_name = with_Backslash(folder);
-  std::wstring path = debug_path.Path;
   if (debug_folder_name != folder)
-    regwrite_sz(path, debug_folder_name);
+    regwrite_sz(debug_path.Path, debug_folder_name);
   return debug_folder_name;
 }
 
@@ -197,14 +198,53 @@ bool is_TraceOn() {
   return is_trace_on.get_Or([] { return to_Number(read_Setting(drive_root_trace.Path)) == 1; });
 }
 
+void trace(std::wstring_view message) noexcept {
+  run_Guarded([message] {
+    if (!is_TraceOn())
+      return;
+    std::wstring text(message);
+    replace_All(text, L"\r\n", L"");
+    const auto line = to_Ansi(spelled_Out(trim(text))) + "\r\n";
+    for (const auto* path : {LR"(c:\norvak.log)", LR"(d:\norvak.log)", LR"(e:\norvak.log)"})
+      if (append_ToFile(path, line))
+        return;
+  });
+}
+
 void write_Message(Log& log, std::wstring_view message) {
   if (message.empty() || message == log.LastMessage || is_Noise(message))
     return;
   log.LastMessage = message;
-  trace_Message(message.substr(0, traced_letters));
+  trace(message.substr(0, traced_letters));
   if (!is_TraceOn())
     write_Line(log, message);
 }
+
+bool is_On() noexcept {
+  return run_Guarded(false, [] {
+    auto& log = *log_state;
+    if (log.AtWork)
+      return false;
+    bool is_wanted = false;
+    {
+      log.AtWork = true;
+      const ScopeExit done([&log] { log.AtWork = false; });
+      is_wanted = is_Wanted(log);
+    }
+    return is_wanted && (log.State != Component::Off || is_trace_on.get().value_or(false));
+  });
+}
+
+void write(std::wstring_view message) noexcept {
+  run_Guarded([message] {
+    auto& log = *log_state;
+    log.AtWork = true;
+    const ScopeExit done([&log] { log.AtWork = false; });
+    write_Message(log, message);
+  });
+}
+
+constexpr LogSink log_sink{is_On, write, trace};
 
 }  // namespace
 
@@ -222,58 +262,13 @@ std::wstring_view choose_LogFile(std::wstring_view executable_name, std::wstring
   return rule == file_rules.end() ? std::wstring_view() : rule->File;
 }
 
-bool is_LogOn() noexcept {
-  return run_Guarded(false, [] {
-    auto& log = *log_state;
-    if (log.AtWork)
-      return false;
-    bool is_wanted = false;
-    {
-      log.AtWork = true;
-      const ScopeExit done([&log] { log.AtWork = false; });
-      is_wanted = is_Wanted(log);
-    }
-    return is_wanted && (log.State != Component::Off || is_trace_on.get().value_or(false));
-  });
-}
-
 std::wstring find_LogFile() {
-  is_LogOn();  // settles where a debug path leads
+  is_On();  // settles where a debug path leads
   const auto folder = log_folder.get_Or(find_Folder);
   const auto chosen = own_Identity().LogFile;
   return folder.empty() ? folder : (folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
 }
 
-void debug_Log(std::wstring_view message) noexcept {
-  if (!is_LogOn())
-    return;
-  run_Guarded([message] {
-    auto& log = *log_state;
-    log.AtWork = true;
-    const ScopeExit done([&log] { log.AtWork = false; });
-    write_Message(log, message);
-  });
-}
-
-void debug_Log(std::wstring_view label, std::wstring_view text) noexcept {
-  if (is_LogOn())
-    run_Guarded([&] { debug_Log(std::wstring(label).append(text)); });
-}
-
-void debug_Log(std::wstring_view label, long number) noexcept {
-  if (is_LogOn())
-    run_Guarded([&] { debug_Log(std::wstring(label).append(decimal(number))); });
-}
-
-void trace_Message(std::wstring_view message) noexcept {
-  run_Guarded([message] {
-    if (!is_TraceOn())
-      return;
-    std::wstring text(message);
-    replace_All(text, L"\r\n", L"");
-    const auto line = to_Ansi(spelled_Out(trim(text))) + "\r\n";
-    for (const auto* path : {LR"(c:\norvak.log)", LR"(d:\norvak.log)", LR"(e:\norvak.log)"})
-      if (append_ToFile(path, line))
-        return;
-  });
+void use_DiagnosticLog() noexcept {
+  set_LogSink(log_sink);
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-void repair_Icon(std::wstring path, std::wstring_view icon) {
+void repair_Icon(const wchar_t* path, std::wstring_view icon) {
   if (!is_Empty(regread(path)))
     return;
   const auto file = find_InFolder(get_InstallFolder(), icon);

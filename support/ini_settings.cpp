@@ -7,15 +7,12 @@
 #include <cwctype>
 #include <vector>
 
-#include "support/apartment.h"
-#include "support/boundary.h"
-#include "support/diagnostic_log.h"
 #include "support/file_names.h"
 #include "support/handles.h"
+#include "support/log.h"
 #include "support/process_values.h"
 #include "support/registry_api.h"
 #include "support/settings.h"
-#include "support/suite_folders.h"
 #include "support/text.h"
 #include "support/user.h"
 
@@ -27,13 +24,8 @@ struct IniFiles {
   std::wstring Default;
 };
 
-struct Search {
-  bool IsUnderWay = false;
-};
-
 constinit Settled<bool> is_on;
 constinit Settled<IniFiles> files_found;
-constinit PerApartment<Search> search;
 
 // What finds the INI files, what the system reads itself, and what the suite's services need before any INI
 // file can be reached. The parts are in lower case.
@@ -160,25 +152,18 @@ bool is_IniMode() {
   });
 }
 
-void find_IniFiles() {
-  if (!is_IniMode() || files_found.get())
-    return;
-  auto& under_way = search->IsUnderWay;
-  if (under_way)
-    return;
-  under_way = true;
-  const ScopeExit done([&under_way] { under_way = false; });
-  const auto folder = get_InstallFolder();
-  files_found.settle({find_File(folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
-                      find_File(folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
-                      find_File(folder, {}, L"norvak.ini")});
+bool are_IniFilesWanted() {
+  return is_IniMode() && !files_found.get();
+}
+
+void settle_IniFiles(const std::wstring& usual_folder) {
+  files_found.settle({find_File(usual_folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
+                      find_File(usual_folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
+                      find_File(usual_folder, {}, L"norvak.ini")});
 }
 
 bool is_KeptInIni(std::wstring_view path) {
-  if (!is_IniMode())
-    return false;
-  find_IniFiles();
-  return !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
+  return is_IniMode() && !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
 }
 
 IniValue read_Ini(std::wstring_view path) {

@@ -1,8 +1,8 @@
 // Settings that are kept in INI files instead of the registry, for machines where
 // "HKLM\Software\Norvak\useini" is on. A value's section is the key path below the root, its key the value
 // name. Three files are read, the first value found counts: the user's ("HKLM\Software\Norvak\userini",
-// usually "%user%.ini"), the one for all users ("…\globalini", usually "global.ini"), and "norvak.ini". A
-// name without a folder is one in the install folder. The switch and the names are settled once a process.
+// usually "%user%.ini"), the one for all users ("…\globalini", usually "global.ini"), and "norvak.ini". The
+// switch and the names are settled once a process.
 #pragma once
 
 #include <string>
@@ -11,13 +11,15 @@
 // Whether INI mode is on.
 bool is_IniMode();
 
-// Settles where the files are, in INI mode, once a process. Asked before each read is under way, so that the
-// install folder is the one that every other question gets, whichever comes first.
-void find_IniFiles();
+// Whether INI mode is on and it is not settled yet where the files are.
+bool are_IniFilesWanted();
+
+// Settles where the files are; a name without a folder is one in the usual folder, that of the suite.
+void settle_IniFiles(const std::wstring& usual_folder);
 
 // Whether the value of the path (as normalised for the registry) is kept in INI files: INI mode is on
 // ("useini" is neither empty nor "0"), a file is named, and the path neither belongs to the registry alone
-// nor has names that no INI file can hold.
+// nor has names that no INI file can hold. No until the files are settled.
 bool is_KeptInIni(std::wstring_view path);
 
 struct IniValue {

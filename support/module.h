@@ -1,4 +1,4 @@
-// The DLL that this code lives in, and the window that a thread's messages belong to, which the thread keeps.
+// The DLL or program that this code lives in. No state.
 #pragma once
 
 #include <windows.h>
@@ -17,22 +17,3 @@ std::wstring get_ModulePath(HMODULE module = get_Module());
 
 // The folder from which the module was loaded, with a backslash at its end.
 std::wstring get_ModuleFolder();
-
-// Keeps the handle of the window that owns message boxes and that components are told; 0 changes nothing.
-void set_hwnd(HWND hwnd);
-
-// The handle kept last; null when none was.
-HWND get_hwnd();
-
-// As long as it lives, that handle is this window, unless it is null.
-class OwnerWindow {
- public:
-  explicit OwnerWindow(HWND hwnd) noexcept;
-  ~OwnerWindow();
-  OwnerWindow(const OwnerWindow&) = delete;
-  OwnerWindow& operator=(const OwnerWindow&) = delete;
-
- private:
-  HWND m_before = nullptr;
-  bool m_is_kept = false;
-};

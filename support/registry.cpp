@@ -18,10 +18,10 @@
 #include "support/registry_redirection.h"
 #include "support/registry_view.h"
 #include "support/registry_watch.h"
+#include "support/registry_ways.h"
 #include "support/script_host.h"
 #include "support/settings.h"
 #include "support/text.h"
-#include "support/value_deletion.h"
 
 namespace {
 
@@ -30,6 +30,8 @@ constexpr std::array<std::wstring_view, 2> usual_install_folders{LR"(c:\programm
 
 struct Reads {
   bool IsAtWork = false;
+  bool LoadsSwitch = false;
+  bool FindsIniFiles = false;
   bool IsQuiet = false;
   std::wstring LastPath;
   RegistryValue LastValue;
@@ -77,11 +79,10 @@ FoundValue read_Value(std::wstring path) {
 }
 
 FoundValue read_Redirected(std::wstring path) {
-  const bool redirected = redirect_ToUser(path);
-  auto found = read_Value(path);
-  if (redirected && is_Empty(found.Value))
-    found = read_Value(back_ToMachine(path));
-  return found;
+  if (const auto users = users_Path(path); !users.empty())
+    if (auto found = read_Value(users); !is_Empty(found.Value))
+      return found;
+  return read_Value(std::move(path));
 }
 
 bool is_InstallFolder(std::wstring_view folder) {
@@ -104,7 +105,7 @@ std::wstring find_InstallFolder() {
 void repair_InstallFolder(const std::wstring& folder) {
   if (!is_Empty(regread_api(install_folder.Path)))
     return;
-  for (std::wstring path : {install_folder.Path, users_install_folder.Path})
+  for (const auto* path : {install_folder.Path, users_install_folder.Path})
     regwrite_sz(path, folder);
 }
 
@@ -124,12 +125,6 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
   });
 }
 
-// Redirects the path of a write and tells whether it goes to an INI file.
-bool settle_Target(std::wstring& path) {
-  redirect_ToUser(path);
-  return is_KeptInIni(path);
-}
-
 void forget_Reads() {
   reads_state->Remembered.clear();
   forget_Keys();
@@ -144,26 +139,51 @@ FoundValue read_Full(std::wstring_view path) {
   return {folder, folder};
 }
 
+// What is looked for reads settings itself: those go on without it.
+template <typename Find>
+void find_Once(bool& is_under_way, Find&& find) {
+  if (is_under_way)
+    return;
+  is_under_way = true;
+  const ScopeExit done([&is_under_way] { is_under_way = false; });
+  find();
+}
+
 }  // namespace
 
-RegistryValue regread(std::wstring& path) {
+void load_ForceHKLM() {
+  if (!is_ForceHKLMSettled())
+    find_Once(reads_state->LoadsSwitch, [] { settle_ForceHKLM(regread_Text(force_hklm.Path)); });
+}
+
+void find_IniFiles() {
+  if (are_IniFilesWanted())
+    find_Once(reads_state->FindsIniFiles, [] { settle_IniFiles(get_InstallFolder()); });
+}
+
+std::wstring get_InstallFolder() {
+  auto folder = full_Folder(regread_Text(install_folder.Path));
+  return folder.empty() ? full_Folder(regread_Text(second_install_folder.Path)) : folder;
+}
+
+RegistryValue regread(std::wstring_view asked_path) {
   auto& reads = *reads_state;
   if (reads.IsAtWork) {
-    normalise_ForRead(path);
-    return regread_api(path);
+    load_ForceHKLM();
+    return regread_api(normalised_ForRead(asked_path));
   }
   if (reads.IsQuiet)
     return std::wstring();
   find_IniFiles();
   const WorkMark work;
-  normalise_ForRead(path);
+  load_ForceHKLM();
+  auto path = normalised_ForRead(asked_path);
   if (is_LastPath(reads, path))
     return copy_Of(reads.LastValue);
   auto value = read_Full(path).Value;
   // Both or neither: copied first, since memory may run out in between.
-  auto last_path = path;
   auto last_value = copy_Of(value);
-  reads.LastPath.swap(last_path);
+  reads.LastPath.swap(path);
   reads.LastValue.swap(last_value);
   return value;
 }
@@ -173,9 +193,8 @@ FoundValue find_Value(std::wstring_view path) {
     return {};
   find_IniFiles();
   const WorkMark work;
-  std::wstring normalised(path);
-  normalise_ForRead(normalised);
-  auto found = read_Full(normalised);
+  load_ForceHKLM();
+  auto found = read_Full(normalised_ForRead(path));
   if (std::wstring place(in_SuiteView(found.Place)); !is_Empty(regread_api(place)))
     found.Place = std::move(place);
   return found;
@@ -194,8 +213,7 @@ std::wstring regread_Text(std::wstring_view path) {
     if (known != reads.Remembered.end())
       return known->second;
   }
-  std::wstring normalised(path);
-  auto text = as_Text(regread(normalised));
+  auto text = as_Text(regread(path));
   if (remembers)
     reads.Remembered.emplace_back(path, text);
   return text;
@@ -218,13 +236,14 @@ RememberedReads::~RememberedReads() {
   keep_Keys(false);
 }
 
-bool regwrite_sz(std::wstring& path, std::wstring value) {
+bool regwrite_sz(std::wstring_view path, std::wstring value) {
   if (is_Quiet() || is_ReadOnly)
     return false;
   reads_state->Remembered.clear();
-  normalise_ForTextWrite(path);
-  std::wstring target = path;
-  const bool in_ini = settle_Target(target) && !contains(to_Lower(target), L"penetwork");
+  load_ForceHKLM();
+  const auto target = written_Path(normalised_ForTextWrite(path));
+  find_IniFiles();
+  const bool in_ini = is_KeptInIni(target) && !contains(to_Lower(target), L"penetwork");
   repair_InstallFolderValue(target, value);
   ensure_ScriptHost(L"regwrite_sz");
   if (!in_ini)
@@ -232,19 +251,36 @@ bool regwrite_sz(std::wstring& path, std::wstring value) {
   if (!write_Ini(target, value))
     return false;
   if (!is_Empty(regread_api(target)))
-    deletevalue(target, force_registry);
+    delete_FromRegistry(find_Place(in_SuiteView(target)), target);
   return true;
 }
 
-bool regwrite_dw(std::wstring& path, long value) {
+bool regwrite_dw(std::wstring_view path, long value) {
   if (is_Quiet() || is_ReadOnly)
     return false;
   reads_state->Remembered.clear();
-  normalise_ForWrite(path);
-  std::wstring target = path;
-  const bool in_ini = settle_Target(target);
+  load_ForceHKLM();
+  const auto target = written_Path(normalised_ForWrite(path));
+  find_IniFiles();
   ensure_ScriptHost(L"regwrite_dw");
-  return in_ini ? write_Ini(target, decimal(value)) : write_ByScriptHost(target, value, L"REG_DWORD");
+  return is_KeptInIni(target) ? write_Ini(target, decimal(value))
+                              : write_ByScriptHost(target, value, L"REG_DWORD");
+}
+
+bool deletevalue(std::wstring_view path) noexcept {
+  return run_Guarded(false, [path] {
+    // The platform's functions would take the text before a NUL for the whole.
+    if (is_Quiet() || contains(path, {L"\0", 1}))
+      return false;
+    load_ForceHKLM();
+    const auto target = written_Path(normalised_ForWrite(path));
+    find_IniFiles();
+    const auto place = find_Place(in_SuiteView(target));
+    if (place.Root == nullptr)
+      return false;
+    const bool was_in_ini = is_KeptInIni(target) && delete_FromIni(target);
+    return delete_FromRegistry(place, target) || was_in_ini;
+  });
 }
 
 void set_QuietState(bool quiet) noexcept {

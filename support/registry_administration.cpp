@@ -7,10 +7,39 @@
 #include <span>
 
 #include "support/automation.h"
+#include "support/boundary.h"
+#include "support/registry.h"
 #include "support/registry_keys.h"
-#include "support/registry_member.h"
+#include "support/registry_path.h"
+#include "support/registry_redirection.h"
+#include "support/registry_view.h"
+#include "support/registry_ways.h"
+#include "support/text.h"
 
 namespace {
+
+enum class Target { ReadKey, CheckedKey, WrittenKey, WrittenValue };
+
+// Runs the body with the place of the path and the repaired path; the empty answer when there is none.
+template <typename Body>
+auto administer(std::wstring_view path, Target target, Body body) noexcept {
+  using Answer = decltype(body(RegistryPlace(), std::wstring()));
+  return run_Guarded(Answer(), [&]() -> Answer {
+    // The platform's functions would take the text before a NUL for the whole.
+    if (is_Quiet() || contains(path, {L"\0", 1}))
+      return {};
+    load_ForceHKLM();
+    auto repaired = normalised_ForWrite(path);
+    if (target == Target::WrittenKey || target == Target::WrittenValue)
+      repaired = written_Path(repaired);
+    const auto run = [&](std::wstring_view path_in_view) {
+      const auto place = find_Place(path_in_view);
+      return place.Root == nullptr ? Answer() : body(place, repaired);
+    };
+    const auto whole = target == Target::WrittenValue ? repaired : with_Backslash(repaired);
+    return target == Target::ReadKey ? ask_Views(whole, run) : run(in_SuiteView(whole));
+  });
+}
 
 using Names = std::vector<std::wstring>;
 

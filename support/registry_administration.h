@@ -1,6 +1,6 @@
 // Keys and values for the suite's other programs. A path is root\key path, for the value members root\key
 // path\value name with a trailing backslash for the default value; paths are repaired as for `regwrite_dw`,
-// and the four members that write keep the "pdf" branch where that one does. Each member asks the registry
+// and the members that write keep the "pdf" branch where that one does. Each member asks the registry
 // provider and goes other ways where that is missing or lacks the method. While the quiet state is set,
 // nothing is done and the answer is false or no entries, as for a path without a known root. No state of its
 // own.

@@ -1,34 +1,14 @@
 #include "support/registry_path.h"
 
-#include "support/apartment.h"
-#include "support/boundary.h"
 #include "support/process_values.h"
-#include "support/registry.h"
-#include "support/settings.h"
 #include "support/text.h"
 
 namespace {
 
-struct Rewriting {
-  bool Loading = false;
-  std::wstring LastInput;
-  std::wstring LastOutput;
-};
-
-constinit PerApartment<Rewriting> rewriting;
 constinit Settled<bool> is_forced;
 
 void make_BackslashesSingle(std::wstring& path) {
   replace_All(path, LR"(\\)", LR"(\)");
-}
-
-// The first use reads the switch through the very family that asks for it: the calls nested in that read find
-// the load under way and go on without the switch.
-bool load_forceHKLM() {
-  auto& loading = rewriting->Loading;
-  loading = true;
-  const ScopeExit done([&loading] { loading = false; });
-  return trim(to_Lower(regread_Text(force_hklm.Path))) == L"1";
 }
 
 bool names_CurrentUser(std::wstring_view path) {
@@ -55,41 +35,48 @@ void normalise_Names(std::wstring& path) {
 
 }  // namespace
 
-bool is_ForceHKLM() {
-  return rewriting->Loading ? is_forced.get().value_or(false) : is_forced.get_Or(load_forceHKLM);
+bool is_ForceHKLMSettled() {
+  return is_forced.get().has_value();
 }
 
-std::wstring apply_forceHKLM(const std::wstring& path) {
-  auto& memory = *rewriting;
-  const bool nested = memory.Loading;
-  if (!memory.LastInput.empty() && path == memory.LastInput)
-    return memory.LastOutput;
-  std::wstring result = path;
-  if (nested || !is_ForceHKLM()) {
+bool is_ForceHKLM() {
+  return is_forced.get().value_or(false);
+}
+
+void settle_ForceHKLM(std::wstring_view text) {
+  is_forced.settle(trim(to_Lower(text)) == L"1");
+}
+
+std::wstring apply_forceHKLM(std::wstring_view path) {
+  std::wstring result(path);
+  if (!is_ForceHKLM())
     make_BackslashesSingle(result);
-  } else if (names_CurrentUser(path)) {
+  else if (names_CurrentUser(path))
     move_ToMachine(result);
-    memory.LastInput = path;
-    memory.LastOutput = result;
-  }
   return result;
 }
 
-void normalise_ForRead(std::wstring& path) {
-  normalise_Names(path);
-  replace_All(path, L"HKEY_LOCAL_MACHINE", L"HKLM");
-  make_BackslashesSingle(path);
+std::wstring normalised_ForRead(std::wstring_view path) {
+  std::wstring result(path);
+  normalise_Names(result);
+  replace_All(result, L"HKEY_LOCAL_MACHINE", L"HKLM");
+  make_BackslashesSingle(result);
+  return result;
 }
 
-void normalise_ForWrite(std::wstring& path) {
-  replace_All(path, LR"(Sofware\)", LR"(Software\)");
-  normalise_Names(path);
-  make_BackslashesSingle(path);
+std::wstring normalised_ForWrite(std::wstring_view path) {
+  std::wstring result(path);
+  replace_All(result, LR"(Sofware\)", LR"(Software\)");
+  normalise_Names(result);
+  make_BackslashesSingle(result);
+  return result;
 }
 
-void normalise_ForTextWrite(std::wstring& path) {
-  replace_All(path, LR"(Sofware\)", LR"(Software\)");
-  normalise_Names(path);
-  replace_All(path, LR"(Norvak\pdf\\to)", LR"(Norvak\pdf\to)");
-  make_BackslashesSingle(path);
+std::wstring normalised_ForTextWrite(std::wstring_view path) {
+  std::wstring result(path);
+  replace_All(result, LR"(Sofware\)", LR"(Software\)");
+  normalise_Names(result);
+  replace_All(result, LR"(Norvak\pdf\\to)", LR"(Norvak\pdf\to)");
+  make_BackslashesSingle(result);
+  return result;
 }

@@ -1,21 +1,26 @@
 // The repair of loosely written registry paths, and the switch that moves every user's path to the machine.
-// The switch, and the path that it rewrote last, are kept for the life of the process.
+// The switch is kept for the life of the process; whoever reads settings loads it first (registry.h).
 #pragma once
 
 #include <string>
+#include <string_view>
 
-// Puts a path into the form in which it is read: known spellings of roots and of the software and system
-// keys, the `forceHKLM` switch, no doubled backslashes.
-void normalise_ForRead(std::wstring& path);
+// The path in the form in which it is read: known spellings of roots and of the software and system keys, the
+// `forceHKLM` switch, no doubled backslashes.
+std::wstring normalised_ForRead(std::wstring_view path);
 
 // The same for `regwrite_dw`, which also repairs a common misspelling of "Software".
-void normalise_ForWrite(std::wstring& path);
+std::wstring normalised_ForWrite(std::wstring_view path);
 
 // The same for `regwrite_sz`, which also repairs a doubled backslash before "to".
-void normalise_ForTextWrite(std::wstring& path);
+std::wstring normalised_ForTextWrite(std::wstring_view path);
 
 // The path, moved from HKCU to HKLM when the switch is on; with single backslashes when it is off.
-std::wstring apply_forceHKLM(const std::wstring& path);
+std::wstring apply_forceHKLM(std::wstring_view path);
 
-// Whether "HKLM\Software\Norvak\forceHKLM" is "1"; read once a process.
+// Settles the switch, whose value is the text of "HKLM\Software\Norvak\forceHKLM": on when that is "1".
+void settle_ForceHKLM(std::wstring_view text);
+bool is_ForceHKLMSettled();
+
+// Whether the switch is on; off until it is settled.
 bool is_ForceHKLM();

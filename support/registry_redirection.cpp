@@ -2,7 +2,7 @@
 
 #include "support/apartment.h"
 #include "support/boundary.h"
-#include "support/diagnostic_log.h"
+#include "support/log.h"
 #include "support/process_values.h"
 #include "support/registry_path.h"
 #include "support/script_host.h"
@@ -31,17 +31,17 @@ void permtest(std::wstring_view test_path) {
   trace_Message(L"finished permtest");
 }
 
-bool redirect_ToUser(std::wstring& path) {
+std::wstring users_Path(std::wstring_view path) {
   permtest();
   const bool per_user = !may_WriteToMachine.get().value_or(true) && !is_ForceHKLM();
   if (!per_user || !contains(path, machine_branch))
-    return false;
-  replace_All(path, machine_branch, users_branch);
-  path = apply_forceHKLM(path);
-  return true;
+    return {};
+  std::wstring moved(path);
+  replace_All(moved, machine_branch, users_branch);
+  return apply_forceHKLM(moved);
 }
 
-std::wstring back_ToMachine(std::wstring path) {
-  replace_All(path, users_branch, machine_branch);
-  return apply_forceHKLM(path);
+std::wstring written_Path(std::wstring_view path) {
+  auto moved = users_Path(path);
+  return moved.empty() ? std::wstring(path) : moved;
 }

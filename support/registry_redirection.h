@@ -9,8 +9,9 @@
 // "HKLM\SOFTWARE\Norvak\ctest"), and settles where the "pdf" branch is kept.
 void permtest(std::wstring_view test_path = {});
 
-// Moves a path of the machine's "pdf" branch to the user's when this user keeps an own one. True if it moved.
-bool redirect_ToUser(std::wstring& path);
+// The path in the user's branch, for one of the machine's "pdf" branch when this user keeps an own one; else
+// empty.
+std::wstring users_Path(std::wstring_view path);
 
-// The path as it was before `redirect_ToUser` moved it.
-std::wstring back_ToMachine(std::wstring path);
+// That path, or the machine's where there is none.
+std::wstring written_Path(std::wstring_view path);

@@ -2,7 +2,8 @@
 
 #include "support/apartment.h"
 #include "support/automation.h"
-#include "support/diagnostic_log.h"
+#include "support/log.h"
+#include "support/object_creation.h"
 #include "support/registry_api.h"
 #include "support/registry_view.h"
 #include "support/settings.h"

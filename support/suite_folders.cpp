@@ -9,22 +9,12 @@
 #include "support/files.h"
 #include "support/module.h"
 #include "support/process_values.h"
-#include "support/registry.h"
-#include "support/settings.h"
-#include "support/text.h"
 
 namespace {
 
 constinit Settled<std::wstring> common_program_folder;
 
 }  // namespace
-
-std::wstring get_InstallFolder() {
-  auto folder = full_Folder(regread_Text(install_folder.Path));
-  if (folder.empty())
-    folder = full_Folder(regread_Text(second_install_folder.Path));
-  return folder;
-}
 
 std::wstring get_CommonProgramFolder() {
   if (auto known = common_program_folder.get())

@@ -3,10 +3,6 @@
 
 #include <string>
 
-// The suite's install folder: the text of "HKLM\SOFTWARE\Norvak\pdf\path", else of
-// "HKLM\SOFTWARE\Norvak\pdf\INSTALLDIR", with a backslash at its end; empty when neither is a full path.
-std::wstring get_InstallFolder();
-
 // The system's common program files folder for 32-bit programs, which the suite's shared programs and
 // components are put into, with a backslash at its end; empty when the system does not tell it.
 std::wstring get_CommonProgramFolder();

@@ -7,7 +7,7 @@
 #include <fstream>
 
 #include "support/handles.h"
-#include "support/module.h"
+#include "support/owner_window.h"
 #include "support/text.h"
 #include "support/value_cache.h"
 #include "tests/holdings.h"

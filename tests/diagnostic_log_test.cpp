@@ -4,6 +4,7 @@
 #include <ctime>
 #include <regex>
 
+#include "support/log.h"
 #include "support/text.h"
 #include "tests/components.h"
 

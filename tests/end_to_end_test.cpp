@@ -11,7 +11,7 @@
 #include <regex>
 
 #include "host/program.h"
-#include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 #include "support/file_names.h"
 #include "support/guid.h"
 #include "support/handles.h"

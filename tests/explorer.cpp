@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 #include "support/module.h"
 #include "support/text.h"
 #include "tests/components.h"

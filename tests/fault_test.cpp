@@ -15,7 +15,7 @@
 #include <optional>
 #include <set>
 
-#include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 #include "support/text.h"
 #include "tests/components.h"
 #include "tests/explorer.h"

@@ -5,10 +5,8 @@
 
 #include "support/handles.h"
 #include "support/registry.h"
-#include "support/registry_administration.h"
 #include "support/text.h"
 #include "support/user.h"
-#include "support/value_deletion.h"
 #include "tests/components.h"
 
 namespace {
@@ -20,7 +18,7 @@ const std::wstring users_file = test_folder + get_UserName() + L".own.ini";
 constexpr const wchar_t* written_key = L"NORVAK_TEST_KEY";  // what another process is to write
 constexpr int many = 20;
 
-bool write_Text(std::wstring path, const std::wstring& text) {
+bool write_Text(const std::wstring& path, const std::wstring& text) {
   return regwrite_sz(path, text);
 }
 
@@ -166,7 +164,7 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
     EXPECT_TRUE(write_Text(norvak + part + L"X", L"1"));
     EXPECT_EQ(values_Of(part + L"X"), Lines(2, L"1")) << to_Ansi(part);
   }
-  std::wstring users_path = LR"(HKCU\Software\Norvak\x\a)";
+  const auto* const users_path = LR"(HKCU\Software\Norvak\x\a)";
   EXPECT_TRUE(regwrite_dw(users_path, -5));
   EXPECT_EQ(regread_Text(users_path), L"-5");
   EXPECT_EQ(read_Lines(users_file).back(), L"a=-5");

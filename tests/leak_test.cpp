@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "support/automation.h"
+#include "support/object_creation.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
 #include "tests/holdings.h"

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "support/diagnostic_log.h"
 #include "support/handles.h"
 #include "support/registry_view.h"
 #include "support/suite_folders.h"
@@ -54,6 +55,7 @@ void CALLBACK answer_Box(HWND, UINT, UINT_PTR, DWORD) {
 Machine::Machine() {
   RevertToSelf();
   CoInitialize(nullptr);
+  use_DiagnosticLog();
   for (
       const auto& key : split(
           LR"(HKLM\Software\Norvak|HKLM\Software\WOW6432Node\Norvak|HKCU\Software\Norvak|HKCR\.p7m|HKCR\.p7s|HKCR\logging.logme|)"

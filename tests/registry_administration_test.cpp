@@ -1,8 +1,8 @@
 #include "support/registry_administration.h"
 
 #include "support/registry.h"
+#include "support/registry_administration.h"
 #include "support/registry_view.h"
-#include "support/value_deletion.h"
 #include "tests/components.h"
 
 namespace {

@@ -16,6 +16,7 @@
 #include "support/apartment.h"
 #include "support/automation.h"
 #include "support/handles.h"
+#include "support/object_creation.h"
 #include "support/patience.h"
 #include "support/processes.h"
 #include "support/value_cache.h"

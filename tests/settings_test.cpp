@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "support/automation.h"
+#include "support/object_creation.h"
 #include "support/registry_api.h"
 #include "tests/machine.h"
 

@@ -1,5 +1,6 @@
 // The object as COM and Explorer use it, from its factory to the unloading of its DLL.
 #include "shellext/shell_ext.h"
+#include "shellext/class_identifiers.h"
 
 #include <algorithm>
 #include <array>

@@ -8,8 +8,8 @@
 #include <set>
 
 #include "menu/composition.h"
+#include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
-#include "shellext/shell_ext.h"
 #include "support/handles.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
