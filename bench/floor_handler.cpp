@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "support/handles.h"
-#include "support/unknown.h"
+#include "base/handles.h"
+#include "base/unknown.h"
 
 namespace {
 

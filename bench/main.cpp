@@ -23,7 +23,7 @@
 #include "bench/floor_handler.h"
 #include "bench/right_click.h"
 #include "bench/stopwatch.h"
-#include "host/drop_list.h"
+#include "host/explorer/drop_list.h"
 #include "shellext/class_identifiers.h"
 
 namespace {

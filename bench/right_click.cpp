@@ -5,8 +5,8 @@
 
 #include <numeric>
 
+#include "base/handles.h"
 #include "bench/stopwatch.h"
-#include "support/handles.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 # The headers of the platform and of the library are most of what the compiler reads. The sources include what they use
-# all the same: scripts/lint compiles a changed file by itself.
+# all the same: scripts/checks/lint compiles a changed file by itself.
 
 # The delivered code is compiled file by file, so that it does not depend on how the build is cut; its headers are read
 # once for all targets that are compiled alike.

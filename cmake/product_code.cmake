@@ -11,3 +11,15 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
   # Exceptions are thrown by calls alone; other processors find their handlers by these tables.
   add_compile_options(-fno-asynchronous-unwind-tables)
 endif()
+
+# add_room(NAME BELOW SOURCE...): a room of the house is a static library, linked with the one below it. The folder's
+# own CMakeLists.txt adds what it needs of the platform.
+function(add_room name below)
+  add_library(${name} STATIC ${ARGN})
+  if(below)
+    target_link_libraries(${name} PUBLIC ${below})
+    read_headers_once(${name} base)
+  else()
+    read_headers_once(${name})
+  endif()
+endfunction()

@@ -3,10 +3,10 @@
 
 #include <optional>
 
+#include "base/text.h"
+#include "components/automation.h"
 #include "fuzz/machine_target.h"
 #include "launcher/translation.h"
-#include "support/automation.h"
-#include "support/text.h"
 #include "tests/components.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "fuzz/target.h"
-#include "support/registry_api.h"
+#include "settings/registry_api.h"
 #include "tests/machine.h"
 
 // A clean machine for the whole run.

@@ -3,9 +3,9 @@
 #include <cwchar>
 #include <optional>
 
+#include "base/text.h"
 #include "fuzz/target.h"
-#include "shellext/dropped_names.h"
-#include "support/text.h"
+#include "selection/dropped_names.h"
 
 namespace {
 

@@ -8,11 +8,11 @@
 #include <cstring>
 #include <functional>
 
+#include "base/text.h"
 #include "fuzz/machine_target.h"
-#include "shellext/drop_list.h"
+#include "selection/drop_list.h"
+#include "settings/settings.h"
 #include "shellext/shell_ext.h"
-#include "support/settings.h"
-#include "support/text.h"
 #include "tests/explorer.h"
 
 namespace {

@@ -7,13 +7,13 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/text.h"
 #include "fuzz/machine_target.h"
-#include "support/ini_settings.h"
-#include "support/registry.h"
-#include "support/registry_keys.h"
-#include "support/registry_path.h"
-#include "support/settings.h"
-#include "support/text.h"
+#include "settings/ini_settings.h"
+#include "settings/registry.h"
+#include "settings/registry_keys.h"
+#include "settings/registry_path.h"
+#include "settings/settings.h"
 
 namespace {
 

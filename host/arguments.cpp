@@ -5,7 +5,8 @@
 #include <iterator>
 #include <system_error>
 
-#include "host/failure.h"
+#include "host/explorer/context_menu.h"
+#include "host/explorer/failure.h"
 #include "host/output.h"
 
 namespace host {

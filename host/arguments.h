@@ -11,9 +11,6 @@
 
 namespace host {
 
-// The highest identifier that the shell hands out to context-menu handlers.
-constexpr UINT last_command_id = 0x7FFF;
-
 struct Arguments {
   std::wstring Command;
   std::vector<std::wstring> Operands;

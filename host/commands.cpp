@@ -6,15 +6,15 @@
 #include <span>
 #include <utility>
 
-#include "host/context_menu.h"
-#include "host/diagnosis.h"
-#include "host/failure.h"
-#include "host/handles.h"
+#include "host/doctor/diagnosis.h"
+#include "host/explorer/context_menu.h"
+#include "host/explorer/failure.h"
+#include "host/explorer/handles.h"
+#include "host/explorer/popup.h"
+#include "host/explorer/selection.h"
 #include "host/listing.h"
 #include "host/log_switch.h"
 #include "host/output.h"
-#include "host/popup.h"
-#include "host/selection.h"
 
 namespace host {
 namespace {

@@ -5,9 +5,9 @@
 #include <string_view>
 
 #include "host/arguments.h"
-#include "host/context_menu.h"
-#include "host/diagnosis.h"
-#include "host/selection.h"
+#include "host/doctor/diagnosis.h"
+#include "host/explorer/context_menu.h"
+#include "host/explorer/selection.h"
 
 namespace host {
 

@@ -5,16 +5,16 @@
 #include <filesystem>
 #include <fstream>
 
-#include "host/failure.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "files/file_names.h"
+#include "files/files.h"
+#include "host/explorer/failure.h"
 #include "host/output.h"
-#include "support/diagnostic_log.h"
-#include "support/file_names.h"
-#include "support/files.h"
-#include "support/log.h"
-#include "support/registry.h"
-#include "support/registry_view.h"
-#include "support/settings.h"
-#include "support/text.h"
+#include "settings/registry.h"
+#include "settings/registry_view.h"
+#include "settings/settings.h"
+#include "suite/diagnostic_log.h"
 
 namespace host {
 namespace {

@@ -66,18 +66,10 @@ void print_note(std::wstring_view sentence) {
   write_text(STD_ERROR_HANDLE, L"menuhost: " + std::wstring(sentence) + L"\n");
 }
 
-std::wstring quote_text(std::wstring_view text) {
-  return L"\"" + std::wstring(text) + L"\"";
-}
-
 std::wstring pad_right(std::wstring_view text, std::size_t width) {
   std::wstring padded(text);
   padded.resize(std::max(width, padded.size()), L' ');
   return padded;
-}
-
-std::wstring format_result(long result) {
-  return L"0x" + format_hexadecimal(static_cast<unsigned long>(result), 8);
 }
 
 std::wstring json_text(std::wstring_view text) {

@@ -15,14 +15,8 @@ void print_text(std::wstring_view text);
 /// Prints the text on stderr as a line that begins with the program's name.
 void print_note(std::wstring_view sentence);
 
-/// The text between double quotes, for a sentence.
-std::wstring quote_text(std::wstring_view text);
-
 /// The text followed by blanks up to `width` characters.
 std::wstring pad_right(std::wstring_view text, std::size_t width);
-
-/// A result code in the form 0x80004005.
-std::wstring format_result(long result);
 
 /// A JSON text; everything that JSON or UTF-8 cannot carry plainly is escaped.
 std::wstring json_text(std::wstring_view text);

@@ -9,10 +9,10 @@
 
 #include "host/arguments.h"
 #include "host/commands.h"
-#include "host/failure.h"
+#include "host/explorer/failure.h"
 #include "host/output.h"
 #include "host/version.h"
-#include "support/diagnostic_log.h"
+#include "suite/diagnostic_log.h"
 
 namespace host {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "support/apartment.h"
-#include "support/log.h"
-#include "support/selection.h"
+#include "base/apartment.h"
+#include "base/log.h"
+#include "selection/selection.h"
 
 namespace {
 

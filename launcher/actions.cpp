@@ -3,15 +3,15 @@
 #include <array>
 #include <string>
 
+#include "base/boundary.h"
+#include "base/process_values.h"
 #include "launcher/messages.h"
 #include "launcher/opening.h"
 #include "launcher/pkcs7_files.h"
 #include "launcher/secure_drive.h"
 #include "launcher/signing_queue.h"
 #include "launcher/translation.h"
-#include "support/boundary.h"
-#include "support/file_types.h"
-#include "support/process_values.h"
+#include "suite/file_types.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "support/selection.h"
+#include "selection/selection.h"
 
 // Carries out the action of the keyword for the selection, on the calling thread. Programs are started and
 // not waited for; one that is missing is simply not started. Every action but the signing queue's ends in the

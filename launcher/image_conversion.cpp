@@ -1,13 +1,13 @@
 #include "launcher/image_conversion.h"
 
-#include "support/automation.h"
-#include "support/file_names.h"
-#include "support/files.h"
-#include "support/object_creation.h"
-#include "support/owner_window.h"
-#include "support/registry.h"
-#include "support/temporary_file.h"
-#include "support/text.h"
+#include "base/owner_window.h"
+#include "base/text.h"
+#include "components/automation.h"
+#include "components/object_creation.h"
+#include "files/file_names.h"
+#include "files/files.h"
+#include "files/temporary_file.h"
+#include "settings/registry.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "launcher/key_container.h"
 
-#include "support/registry.h"
-#include "support/settings.h"
-#include "support/text.h"
+#include "base/text.h"
+#include "settings/registry.h"
+#include "settings/settings.h"
 
 std::wstring get_KeyContainer() {
   for (const auto* path : {users_container.Path, machines_container.Path}) {

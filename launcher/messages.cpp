@@ -2,11 +2,11 @@
 
 #include <windows.h>
 
+#include "base/boundary.h"
+#include "base/log.h"
+#include "base/owner_window.h"
+#include "base/process_values.h"
 #include "launcher/translation.h"
-#include "support/boundary.h"
-#include "support/log.h"
-#include "support/owner_window.h"
-#include "support/process_values.h"
 
 void show_Error(const std::wstring& text, const std::wstring& title) {
   assert_Unlocked();

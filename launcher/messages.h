@@ -1,4 +1,4 @@
-// What a person is told, in message boxes of the window whose item was picked (support/module.h): that window
+// What a person is told, in message boxes of the window whose item was picked (base/module.h): that window
 // takes no input until they are closed. No state.
 #pragma once
 

@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "base/log.h"
+#include "base/process_values.h"
+#include "base/text.h"
+#include "files/file_names.h"
+#include "files/files.h"
+#include "files/processes.h"
 #include "launcher/image_conversion.h"
 #include "launcher/messages.h"
 #include "launcher/program_locators.h"
-#include "support/file_names.h"
-#include "support/files.h"
-#include "support/log.h"
-#include "support/process_values.h"
-#include "support/processes.h"
-#include "support/text.h"
 
 namespace {
 

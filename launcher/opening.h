@@ -4,7 +4,7 @@
 
 #include <span>
 
-#include "support/selection.h"
+#include "selection/selection.h"
 
 // Starts the viewer for each PDF and XML file, and for every file when there are images in the selection; of
 // an image it shows the PDF made from it.

@@ -5,20 +5,20 @@
 #include <utility>
 #include <vector>
 
+#include "base/log.h"
+#include "base/owner_window.h"
+#include "base/text.h"
+#include "components/automation.h"
+#include "components/object_creation.h"
+#include "components/remote_component.h"
+#include "files/file_names.h"
+#include "files/files.h"
+#include "files/set_aside.h"
+#include "files/temporary_file.h"
 #include "launcher/key_container.h"
 #include "launcher/messages.h"
-#include "support/automation.h"
-#include "support/file_names.h"
-#include "support/files.h"
-#include "support/log.h"
-#include "support/object_creation.h"
-#include "support/owner_window.h"
-#include "support/registry.h"
-#include "support/remote_component.h"
-#include "support/set_aside.h"
-#include "support/settings.h"
-#include "support/temporary_file.h"
-#include "support/text.h"
+#include "settings/registry.h"
+#include "settings/settings.h"
 
 namespace {
 

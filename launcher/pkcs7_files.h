@@ -4,7 +4,7 @@
 
 #include <span>
 
-#include "support/selection.h"
+#include "selection/selection.h"
 
 // Makes the signature of each file beside it, in place of one that is there.
 void sign_Pkcs7(std::span<const FileEntry> files);

@@ -3,11 +3,11 @@
 #include <array>
 #include <initializer_list>
 
-#include "support/files.h"
-#include "support/log.h"
-#include "support/process_values.h"
-#include "support/registry.h"
-#include "support/suite_folders.h"
+#include "base/log.h"
+#include "base/process_values.h"
+#include "files/files.h"
+#include "settings/registry.h"
+#include "suite/suite_folders.h"
 
 namespace {
 

@@ -2,14 +2,14 @@
 
 #include <string_view>
 
+#include "base/text.h"
+#include "files/files.h"
+#include "files/processes.h"
 #include "launcher/messages.h"
-#include "support/feature_probes.h"
-#include "support/files.h"
-#include "support/processes.h"
-#include "support/registry.h"
-#include "support/settings.h"
-#include "support/text.h"
-#include "support/value_cache.h"
+#include "settings/registry.h"
+#include "settings/settings.h"
+#include "suite/feature_probes.h"
+#include "suite/value_cache.h"
 
 namespace {
 

@@ -4,17 +4,17 @@
 
 #include <string>
 
+#include "base/log.h"
+#include "base/text.h"
+#include "components/patience.h"
+#include "files/file_names.h"
+#include "files/processes.h"
 #include "launcher/key_container.h"
 #include "launcher/messages.h"
 #include "launcher/program_locators.h"
 #include "launcher/translation.h"
 #include "launcher/waiting_status.h"
-#include "support/file_names.h"
-#include "support/log.h"
-#include "support/patience.h"
-#include "support/processes.h"
-#include "support/text.h"
-#include "support/value_cache.h"
+#include "suite/value_cache.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "support/selection.h"
+#include "selection/selection.h"
 
 // Hands the selection to the signing worker and starts it. A worker that is still busy is waited for, one
 // minute at most; the user may cancel that, and then nothing is handed over. So it is, and the user is told,

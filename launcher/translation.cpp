@@ -3,13 +3,13 @@
 #include <optional>
 #include <utility>
 
-#include "support/apartment.h"
-#include "support/automation.h"
-#include "support/boundary.h"
-#include "support/object_creation.h"
-#include "support/remote_component.h"
-#include "support/suite_folders.h"
-#include "support/text.h"
+#include "base/apartment.h"
+#include "base/boundary.h"
+#include "base/text.h"
+#include "components/automation.h"
+#include "components/object_creation.h"
+#include "components/remote_component.h"
+#include "suite/suite_folders.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <shlguid.h>
 
-#include "support/patience.h"
+#include "components/patience.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "support/apartment.h"
-#include "support/module.h"
+#include "base/apartment.h"
+#include "base/module.h"
 
 namespace {
 

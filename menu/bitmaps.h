@@ -5,7 +5,7 @@
 #include <array>
 #include <optional>
 
-#include "support/handles.h"
+#include "base/handles.h"
 
 // The check-mark picture of "Create PDF Signature", 64 x 64 pixels.
 constexpr UINT check_mark_bitmap = 101;

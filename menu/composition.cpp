@@ -7,18 +7,18 @@
 #include <span>
 #include <utility>
 
+#include "base/boundary.h"
+#include "base/log.h"
+#include "base/process_values.h"
 #include "launcher/action_table.h"
 #include "launcher/program_locators.h"
 #include "launcher/translation.h"
 #include "menu/bitmaps.h"
 #include "menu/insertion.h"
-#include "support/boundary.h"
-#include "support/feature_probes.h"
-#include "support/log.h"
-#include "support/process_values.h"
-#include "support/registry.h"
-#include "support/selection.h"
-#include "support/settings.h"
+#include "selection/selection.h"
+#include "settings/registry.h"
+#include "settings/settings.h"
+#include "suite/feature_probes.h"
 
 namespace {
 

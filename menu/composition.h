@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "support/selection.h"
+#include "selection/selection.h"
 
 // The shell's `QueryContextMenu`, entered through the method table of `ShellExt`, whose object it does not
 // need. Returns the number of command identifiers used, which is the shell's success code too; 0 when nothing

@@ -2,13 +2,13 @@
 
 #include <map>
 
+#include "base/apartment.h"
+#include "base/process_values.h"
+#include "base/text.h"
 #include "menu/bitmaps.h"
-#include "support/apartment.h"
-#include "support/process_values.h"
-#include "support/registry.h"
-#include "support/settings.h"
-#include "support/text.h"
-#include "support/value_cache.h"
+#include "settings/registry.h"
+#include "settings/settings.h"
+#include "suite/value_cache.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "support/apartment.h"
-#include "support/object_creation.h"
+#include "base/apartment.h"
+#include "components/object_creation.h"
 
 namespace {
 

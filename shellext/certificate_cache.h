@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "support/automation.h"
+#include "components/automation.h"
 
 class CertificateCache {
  public:

@@ -5,11 +5,11 @@
 #include <atomic>
 #include <new>
 
+#include "base/boundary.h"
+#include "base/unknown.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/module_locks.h"
 #include "shellext/shell_ext.h"
-#include "support/boundary.h"
-#include "support/unknown.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/text.h"
 #include "launcher/action_table.h"
-#include "support/text.h"
 
 namespace {
 

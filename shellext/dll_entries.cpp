@@ -3,15 +3,15 @@
 
 #include <ole2.h>
 
+#include "base/apartment.h"
+#include "base/module.h"
+#include "components/remote_component.h"
+#include "runtime/stack_guard.h"
 #include "shellext/class_factory.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/module_locks.h"
 #include "shellext/registration.h"
 #include "shellext/shell_ext.h"
-#include "support/apartment.h"
-#include "support/module.h"
-#include "support/remote_component.h"
-#include "support/stack_guard.h"
 
 // Gives back what the process keeps for the threads when the DLL alone goes; at the end of the process
 // nothing.

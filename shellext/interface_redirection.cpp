@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <array>
 
+#include "base/guid.h"
+#include "base/process_values.h"
+#include "base/text.h"
 #include "menu/composition.h"
-#include "support/diagnostic_log.h"
-#include "support/guid.h"
-#include "support/process_values.h"
-#include "support/text.h"
+#include "suite/diagnostic_log.h"
 
 namespace {
 

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "base/boundary.h"
+#include "base/guid.h"
+#include "base/handles.h"
+#include "base/module.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/shell_ext.h"
 #include "shellext/type_library.h"
-#include "support/boundary.h"
-#include "support/guid.h"
-#include "support/handles.h"
-#include "support/module.h"
 
 namespace {
 

@@ -5,24 +5,24 @@
 
 #include <new>
 
+#include "base/apartment.h"
+#include "base/boundary.h"
+#include "base/log.h"
+#include "base/owner_window.h"
+#include "base/process_values.h"
+#include "base/text.h"
+#include "components/patience.h"
 #include "launcher/action_table.h"
 #include "launcher/actions.h"
 #include "launcher/translation.h"
 #include "menu/insertion.h"
+#include "selection/selection_capture.h"
+#include "settings/registry.h"
+#include "settings/settings.h"
 #include "shellext/command_strings.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/module_locks.h"
-#include "shellext/selection_capture.h"
 #include "shellext/type_library.h"
-#include "support/apartment.h"
-#include "support/boundary.h"
-#include "support/log.h"
-#include "support/owner_window.h"
-#include "support/patience.h"
-#include "support/process_values.h"
-#include "support/registry.h"
-#include "support/settings.h"
-#include "support/text.h"
 
 using Microsoft::WRL::ComPtr;
 

@@ -11,8 +11,8 @@
 #include <memory>
 #include <string>
 
+#include "selection/selection.h"
 #include "shellext/certificate_cache.h"
-#include "support/selection.h"
 
 // The class's default interface, as the type library has it.
 struct DefaultInterface : IDispatch {

@@ -2,9 +2,9 @@
 
 #include <wrl/client.h>
 
+#include "base/boundary.h"
+#include "base/module.h"
 #include "shellext/class_identifiers.h"
-#include "support/boundary.h"
-#include "support/module.h"
 
 HRESULT load_TypeLibrary(ITypeLib** library) noexcept {
   return run_Guarded(E_OUTOFMEMORY,

@@ -7,9 +7,9 @@
 #include <atomic>
 #include <mutex>
 
-#include "support/boundary.h"
-#include "support/text.h"
-#include "support/unknown.h"
+#include "base/boundary.h"
+#include "base/text.h"
+#include "base/unknown.h"
 
 namespace {
 

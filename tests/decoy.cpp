@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "suite/utf8_file.h"
+#include "standins/utf8_file.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void*) {
   std::array<wchar_t, MAX_PATH> own{}, record{};

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <utility>
 
+#include "base/module.h"
+#include "base/text.h"
 #include "shellext/class_identifiers.h"
-#include "support/module.h"
-#include "support/text.h"
 #include "tests/components.h"
 
 namespace {
@@ -147,7 +147,7 @@ std::wstring install_Suite() {
   std::filesystem::create_directories(folder);
   for (const std::wstring program :
        {L"PageKeeper.exe", L"quill!.exe", L"NorvakWorkerProcess.exe", L"Vaultware.exe", L"NorvakConfig.exe"})
-    std::filesystem::copy_file(built_File(LR"(suite\)" + program), folder + program);
+    std::filesystem::copy_file(built_File(LR"(standins\)" + program), folder + program);
   set_Value(LR"(HKLM\Software\Norvak\pdf\path)", folder);
   set_Value(LR"(HKCU\Software\Norvak\pdf\UniqueContainerName)", L"container");
   SetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record_file.c_str());

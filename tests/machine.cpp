@@ -9,11 +9,11 @@
 #include <filesystem>
 #include <fstream>
 
-#include "support/diagnostic_log.h"
-#include "support/handles.h"
-#include "support/registry_view.h"
-#include "support/suite_folders.h"
-#include "support/text.h"
+#include "base/handles.h"
+#include "base/text.h"
+#include "settings/registry_view.h"
+#include "suite/diagnostic_log.h"
+#include "suite/suite_folders.h"
 
 namespace {
 

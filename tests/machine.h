@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/selection.h"
+#include "selection/selection.h"
 
 using Lines = std::vector<std::wstring>;
 

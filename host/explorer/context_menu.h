@@ -1,0 +1,51 @@
+// The extension as Explorer uses it: created through its class factory, initialised with a selection, asked
+// for its items, for their texts, and to carry one out. Keeps no state.
+#pragma once
+
+#include <objidl.h>
+#include <shobjidl.h>
+#include <windows.h>
+#include <wrl/client.h>
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+// The highest identifier that the shell hands out to context-menu handlers.
+constexpr UINT last_command_id = 0x7FFF;
+
+struct MenuEntry {
+  int Position = 0;
+  bool IsSeparator = false;
+  bool HasCheckMarkBitmap = false;
+  bool HasItemBitmap = false;
+  UINT Id = 0;
+  UINT Offset = 0;  // what the extension's other calls know the item by
+  std::wstring Caption;
+  std::wstring Verb;  // this and the help text only once they were fetched
+  std::wstring HelpText;
+};
+
+struct Offer {
+  UINT ReturnedCount = 0;          // what the extension says that it added
+  std::vector<MenuEntry> Entries;  // what stands in the menu
+};
+
+/// Creates the extension's object through its class factory and hands it the selection; throws a Failure when
+/// the extension is not registered, cannot be loaded or refuses the selection.
+Microsoft::WRL::ComPtr<IContextMenu> create_extension(IDataObject* selection);
+
+/// Lets the extension add its items at the end of the menu and reads back what it added.
+Offer query_menu(IContextMenu* extension, HMENU menu, UINT first_id, UINT flags);
+
+/// Asks the extension for the verb and the help text of each item, by its offset as Explorer does.
+void fetch_texts(IContextMenu* extension, Offer& offer);
+
+/// The entries that can be picked, in the menu's order.
+std::vector<MenuEntry> select_items(const Offer& offer);
+
+/// Carries out the item as if it had been picked; throws a Failure when the extension reports an error.
+void invoke_item(IContextMenu* extension, const MenuEntry& item, HWND owner);
+
+}  // namespace host

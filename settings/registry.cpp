@@ -1,0 +1,292 @@
+#include "settings/registry.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "base/apartment.h"
+#include "base/boundary.h"
+#include "base/process_values.h"
+#include "base/text.h"
+#include "files/files.h"
+#include "settings/ini_settings.h"
+#include "settings/registry_path.h"
+#include "settings/registry_redirection.h"
+#include "settings/registry_view.h"
+#include "settings/registry_watch.h"
+#include "settings/registry_ways.h"
+#include "settings/script_host.h"
+#include "settings/settings.h"
+
+namespace {
+
+constexpr std::array<std::wstring_view, 2> usual_install_folders{LR"(c:\programme\bergstede\)",
+                                                                 LR"(c:\program files\bergstede\)"};
+
+struct Reads {
+  bool IsAtWork = false;
+  bool LoadsSwitch = false;
+  bool FindsIniFiles = false;
+  bool IsQuiet = false;
+  std::wstring LastPath;
+  RegistryValue LastValue;
+  bool Remembers = false;
+  std::vector<std::pair<std::wstring, std::wstring>> Remembered;  // paths as asked for, and texts
+  RegistryWatch Watch;
+  bool IsFresh = false;     // the watch was asked for the right-click that is under way
+  bool IsDoubtful = false;  // some read has failed, which the next right-click must not take for an answer
+};
+
+constinit PerApartment<Reads> reads_state;
+constinit Guarded<std::optional<std::wstring>>
+    found_folder;  // the install folder that was found last by its files
+constinit std::atomic<bool> is_ReadOnly = false;
+
+// Marks the thread's reads as at work, for what they bring about themselves: a read that logs, a log that
+// reads.
+class WorkMark {
+ public:
+  WorkMark() : m_reads(*reads_state) { m_reads.IsAtWork = true; }
+  ~WorkMark() { m_reads.IsAtWork = false; }
+  WorkMark(const WorkMark&) = delete;
+  WorkMark& operator=(const WorkMark&) = delete;
+
+ private:
+  Reads& m_reads;
+};
+
+FoundValue read_Value(std::wstring path) {
+  if (is_KeptInIni(path)) {
+    auto [text, file] = read_Ini(path);
+    if (!text.empty())
+      return {std::move(text), std::move(file)};
+  }
+  auto [value, is_missing] = ask_Registry(path);
+  reads_state->IsDoubtful |= is_Empty(value) && !is_missing;
+  // What is certainly not there costs a working script host two reads to find out.
+  if (is_Empty(value) && !(is_missing && has_ScriptHost())) {
+    ensure_ScriptHost(L"regread");
+    value = read_ByScriptHost(path);
+  }
+  if (is_Empty(value))
+    return {};
+  return {std::move(value), std::move(path)};
+}
+
+FoundValue read_Redirected(std::wstring path) {
+  if (const auto users = users_Path(path); !users.empty())
+    if (auto found = read_Value(users); !is_Empty(found.Value))
+      return found;
+  return read_Value(std::move(path));
+}
+
+bool is_InstallFolder(std::wstring_view folder) {
+  return !folder.empty() && file_Exists(std::wstring(folder) + L"norvak.ico");
+}
+
+std::wstring find_InstallFolder() {
+  if (const auto folder = found_folder.with([](const auto& found) { return found; });
+      folder && is_InstallFolder(*folder))
+    return *folder;
+  for (const auto folder : usual_install_folders) {
+    if (is_InstallFolder(folder)) {
+      found_folder.with([folder](auto& found) { found = folder; });
+      return std::wstring(folder);
+    }
+  }
+  return {};
+}
+
+void repair_InstallFolder(const std::wstring& folder) {
+  if (!is_Empty(regread_api(install_folder.Path)))
+    return;
+  for (const auto* path : {install_folder.Path, users_install_folder.Path})
+    regwrite_sz(path, folder);
+}
+
+bool is_LastPath(const Reads& reads, std::wstring_view path) {
+  return !path.empty() && path == reads.LastPath && !is_Empty(reads.LastValue) && !contains(path, L"doexit");
+}
+
+// A doubled folder name in this one value came from an installer that appended its own folder twice.
+void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
+  constexpr std::size_t shortest_folder = 5;
+  if (!equals_IgnoringCase(path, joined_install_folder))
+    return;
+  replace_All(value, LR"(\pdf\pdf\)", LR"(\pdf\)");
+  found_folder.with([](auto& folder) {
+    if (folder && folder->size() > shortest_folder && folder->ends_with(LR"(\\)"))
+      folder->pop_back();
+  });
+}
+
+void forget_Reads() {
+  reads_state->Remembered.clear();
+  forget_Keys();
+}
+
+FoundValue read_Full(std::wstring_view path) {
+  const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
+  if (folder.empty())
+    return read_Redirected(std::wstring(path));
+  if (path == install_folder.Path)
+    repair_InstallFolder(folder);
+  return {folder, folder};
+}
+
+// What is looked for reads settings itself: those go on without it.
+template <typename Find>
+void find_Once(bool& is_under_way, Find&& find) {
+  if (is_under_way)
+    return;
+  is_under_way = true;
+  const ScopeExit done([&is_under_way] { is_under_way = false; });
+  find();
+}
+
+}  // namespace
+
+void load_ForceHKLM() {
+  if (!is_ForceHKLMSettled())
+    find_Once(reads_state->LoadsSwitch, [] { settle_ForceHKLM(regread_Text(force_hklm.Path)); });
+}
+
+void find_IniFiles() {
+  if (are_IniFilesWanted())
+    find_Once(reads_state->FindsIniFiles, [] { settle_IniFiles(get_InstallFolder()); });
+}
+
+std::wstring get_InstallFolder() {
+  auto folder = full_Folder(regread_Text(install_folder.Path));
+  return folder.empty() ? full_Folder(regread_Text(second_install_folder.Path)) : folder;
+}
+
+RegistryValue regread(std::wstring_view asked_path) {
+  auto& reads = *reads_state;
+  if (reads.IsAtWork) {
+    load_ForceHKLM();
+    return regread_api(normalised_ForRead(asked_path));
+  }
+  if (reads.IsQuiet)
+    return std::wstring();
+  find_IniFiles();
+  const WorkMark work;
+  load_ForceHKLM();
+  auto path = normalised_ForRead(asked_path);
+  if (is_LastPath(reads, path))
+    return copy_Of(reads.LastValue);
+  auto value = read_Full(path).Value;
+  // Both or neither: copied first, since memory may run out in between.
+  auto last_value = copy_Of(value);
+  reads.LastPath.swap(path);
+  reads.LastValue.swap(last_value);
+  return value;
+}
+
+FoundValue find_Value(std::wstring_view path) {
+  if (reads_state->IsAtWork || reads_state->IsQuiet)
+    return {};
+  find_IniFiles();
+  const WorkMark work;
+  load_ForceHKLM();
+  auto found = read_Full(normalised_ForRead(path));
+  if (std::wstring place(in_SuiteView(found.Place)); !is_Empty(regread_api(place)))
+    found.Place = std::move(place);
+  return found;
+}
+
+void forbid_Writes() {
+  is_ReadOnly = true;
+}
+
+std::wstring regread_Text(std::wstring_view path) {
+  auto& reads = *reads_state;
+  const bool remembers = reads.Remembers && !reads.IsAtWork && !reads.IsQuiet;
+  if (remembers) {
+    const auto known = std::ranges::find(reads.Remembered, path,
+                                         [](const auto& entry) { return std::wstring_view(entry.first); });
+    if (known != reads.Remembered.end())
+      return known->second;
+  }
+  auto text = as_Text(regread(path));
+  if (remembers)
+    reads.Remembered.emplace_back(path, text);
+  return text;
+}
+
+RememberedReads::RememberedReads(For purpose) {
+  auto& reads = *reads_state;
+  const bool is_checked = purpose == For::Menu && reads.IsFresh;
+  if (!is_checked && (!reads.Watch.is_Unchanged() || is_IniMode() || reads.IsDoubtful)) {
+    forget_Reads();
+    reads.IsDoubtful = false;
+  }
+  reads.IsFresh = purpose == For::Selection;
+  reads.Remembers = true;
+  keep_Keys(true);
+}
+
+RememberedReads::~RememberedReads() {
+  reads_state->Remembers = false;
+  keep_Keys(false);
+}
+
+bool regwrite_sz(std::wstring_view path, std::wstring value) {
+  if (is_Quiet() || is_ReadOnly)
+    return false;
+  reads_state->Remembered.clear();
+  load_ForceHKLM();
+  const auto target = written_Path(normalised_ForTextWrite(path));
+  find_IniFiles();
+  const bool in_ini = is_KeptInIni(target) && !contains(to_Lower(target), L"penetwork");
+  repair_InstallFolderValue(target, value);
+  ensure_ScriptHost(L"regwrite_sz");
+  if (!in_ini)
+    return write_ByScriptHost(target, value.c_str(), L"REG_SZ");
+  if (!write_Ini(target, value))
+    return false;
+  if (!is_Empty(regread_api(target)))
+    delete_FromRegistry(find_Place(in_SuiteView(target)), target);
+  return true;
+}
+
+bool regwrite_dw(std::wstring_view path, long value) {
+  if (is_Quiet() || is_ReadOnly)
+    return false;
+  reads_state->Remembered.clear();
+  load_ForceHKLM();
+  const auto target = written_Path(normalised_ForWrite(path));
+  find_IniFiles();
+  ensure_ScriptHost(L"regwrite_dw");
+  return is_KeptInIni(target) ? write_Ini(target, decimal(value))
+                              : write_ByScriptHost(target, value, L"REG_DWORD");
+}
+
+bool deletevalue(std::wstring_view path) noexcept {
+  return run_Guarded(false, [path] {
+    // The platform's functions would take the text before a NUL for the whole.
+    if (is_Quiet() || contains(path, {L"\0", 1}))
+      return false;
+    load_ForceHKLM();
+    const auto target = written_Path(normalised_ForWrite(path));
+    find_IniFiles();
+    const auto place = find_Place(in_SuiteView(target));
+    if (place.Root == nullptr)
+      return false;
+    const bool was_in_ini = is_KeptInIni(target) && delete_FromIni(target);
+    return delete_FromRegistry(place, target) || was_in_ini;
+  });
+}
+
+void set_QuietState(bool quiet) noexcept {
+  run_Guarded([quiet] { reads_state->IsQuiet = quiet; });
+}
+
+bool is_Quiet() {
+  return reads_state->IsQuiet;
+}

@@ -1,0 +1,231 @@
+#include "settings/registry_api.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <forward_list>
+#include <span>
+#include <utility>
+
+#include "base/apartment.h"
+#include "base/process_values.h"
+#include "base/text.h"
+#include "settings/registry_view.h"
+
+namespace {
+
+constexpr std::size_t first_buffer_size = 10240;
+
+struct Root {
+  std::wstring_view Name;
+  HKEY Key;
+};
+
+HKEY find_Root(std::wstring_view name) {
+  const std::array roots{Root{L"hklm", HKEY_LOCAL_MACHINE}, Root{L"hkcu", HKEY_CURRENT_USER},
+                         Root{L"hkcr", HKEY_CLASSES_ROOT}, Root{L"hku", HKEY_USERS},
+                         Root{L"hkcc", HKEY_CURRENT_CONFIG}};
+  const auto found =
+      std::ranges::find_if(roots, [name](const Root& root) { return equals_IgnoringCase(root.Name, name); });
+  return found == roots.end() ? nullptr : found->Key;
+}
+
+std::wstring read_AnsiText(std::span<const std::byte> bytes, std::size_t terminators) {
+  if (bytes.size() < terminators)
+    return {};
+  return from_Ansi({reinterpret_cast<const char*>(bytes.data()), bytes.size() - terminators});
+}
+
+std::wstring read_WideText(std::span<const std::byte> bytes, std::size_t terminators) {
+  std::wstring text(bytes.size() / sizeof(wchar_t), L'\0');
+  std::ranges::copy(bytes.first(text.size() * sizeof(wchar_t)), reinterpret_cast<std::byte*>(text.data()));
+  const bool is_whole = bytes.size() % 2 == 0 && text.ends_with(std::wstring(terminators, L'\0'));
+  return is_whole ? text.substr(0, text.size() - terminators) : std::wstring();
+}
+
+std::wstring dword_Text(std::span<const std::byte> bytes) {
+  std::int32_t number = 0;
+  if (bytes.size() < sizeof number)
+    return {};
+  std::memcpy(&number, bytes.data(), sizeof number);
+  return decimal(number);
+}
+
+template <typename TextReader>
+RegistryValue convert(DWORD type, std::span<const std::byte> bytes, TextReader read_text) {
+  constexpr std::size_t terminator = 1;
+  constexpr std::size_t list_terminator = 2;
+  switch (type) {
+    case REG_SZ:
+    case REG_EXPAND_SZ:
+      return read_text(bytes, terminator);
+    case REG_MULTI_SZ:
+      return read_text(bytes, list_terminator);
+    case REG_DWORD:
+      return dword_Text(bytes);
+    case REG_BINARY:
+      return std::vector<std::byte>(bytes.begin(), bytes.end());
+    default:
+      return std::wstring();
+  }
+}
+
+template <typename Query, typename Name, typename TextReader>
+RegistryValue query_Value(Query query_function, HKEY key, const Name& name, TextReader read_text, DWORD& type,
+                          LSTATUS& status) {
+  std::array<BYTE, first_buffer_size> buffer;
+  std::vector<BYTE> larger;
+  std::span<BYTE> bytes(buffer);
+  auto size = static_cast<DWORD>(bytes.size());
+  const auto query = [&] { return query_function(key, name.c_str(), nullptr, &type, bytes.data(), &size); };
+  status = query();
+  if (status == ERROR_MORE_DATA) {
+    larger.resize(size);
+    bytes = larger;
+    status = query();
+  }
+  if (status != ERROR_SUCCESS)
+    return std::wstring();
+  return convert(type, std::as_bytes(bytes.first(std::min<std::size_t>(size, bytes.size()))), read_text);
+}
+
+struct OpenedKey {
+  HKEY Root = nullptr;
+  std::wstring Path;
+  unique_hkey Key;  // null with the status that opening it gave
+  LSTATUS Status = ERROR_SUCCESS;
+};
+
+struct KeptKeys {
+  bool Keeps = false;
+  std::forward_list<OpenedKey> Keys;
+};
+
+constinit PerApartment<KeptKeys> kept_keys;
+
+OpenedKey open_ByAnsiName(const RegistryPlace& place) {
+  OpenedKey key{place.Root, place.Key, {}, ERROR_INVALID_NAME};
+  HKEY opened = nullptr;
+  assert_Unlocked();
+  if (key.Root != nullptr)
+    key.Status = RegOpenKeyExA(key.Root, to_Ansi(key.Path).c_str(), 0, KEY_READ, &opened);
+  key.Key.reset(opened);
+  return key;
+}
+
+bool is_BelowMissing(std::wstring_view path, const OpenedKey& key) {
+  const auto length = key.Path.size();
+  return key.Status == ERROR_FILE_NOT_FOUND && path.size() > length && path[length] == L'\\' &&
+         equals_IgnoringCase(path.substr(0, length), key.Path);
+}
+
+// The place's key, or a missing one above it; null when neither is kept or none is at present.
+const OpenedKey* find_Kept(const RegistryPlace& place) {
+  const auto& kept = *kept_keys;
+  if (kept.Keeps)
+    for (const auto& key : kept.Keys)
+      if (key.Root == place.Root &&
+          (equals_IgnoringCase(key.Path, place.Key) || is_BelowMissing(place.Key, key)))
+        return &key;
+  return nullptr;
+}
+
+// A key that is not kept stays in `opened`: any other failure than a missing key may pass, and concerns this
+// one read.
+const OpenedKey& find_Key(const RegistryPlace& place, OpenedKey& opened) {
+  if (const auto* known = find_Kept(place))
+    return *known;
+  opened = open_ByAnsiName(place);
+  const bool lasts = opened.Key || opened.Status == ERROR_FILE_NOT_FOUND;
+  auto& kept = *kept_keys;
+  return kept.Keeps && lasts ? kept.Keys.emplace_front(std::move(opened)) : opened;
+}
+
+RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
+  OpenedKey opened;
+  const auto& key = find_Key(place, opened);
+  status = key.Status;
+  DWORD type = REG_NONE;
+  assert_Unlocked();
+  return key.Key
+             ? query_Value(RegQueryValueExA, key.Key.get(), to_Ansi(place.Name), read_AnsiText, type, status)
+             : RegistryValue();
+}
+
+// A 64-bit program's own view has nothing of the suite as a rule. One look at its maker's key below SOFTWARE
+// then spares one for each key below that.
+void look_ForMaker(const RegistryPlace& place) {
+  const auto maker_end = place.Key.find(L'\\', place.Key.find(L'\\') + 1);
+  OpenedKey opened;
+  if (kept_keys->Keeps)
+    find_Key({place.Root, place.Key.substr(0, maker_end), {}}, opened);
+}
+
+}  // namespace
+
+void keep_Keys(bool keeps) {
+  auto& kept = *kept_keys;
+  kept.Keeps = keeps;
+  kept.Keys.remove_if([](const OpenedKey& key) { return key.Key != nullptr; });
+}
+
+void forget_Keys() {
+  kept_keys->Keys.clear();
+}
+
+bool is_Empty(const RegistryValue& value) {
+  return std::visit([](const auto& content) { return content.empty(); }, value);
+}
+
+RegistryValue copy_Of(const RegistryValue& value) {
+  return std::visit([](auto content) { return RegistryValue(std::move(content)); }, value);
+}
+
+std::wstring as_Text(RegistryValue value) {
+  auto* text = std::get_if<std::wstring>(&value);
+  return text == nullptr ? std::wstring() : std::move(*text);
+}
+
+RegistryPlace find_Place(std::wstring_view path) {
+  const auto root_end = path.find(L'\\');
+  const auto key_end = path.rfind(L'\\');
+  if (root_end == std::wstring_view::npos)
+    return {};
+  const auto key =
+      root_end == key_end ? std::wstring_view() : path.substr(root_end + 1, key_end - root_end - 1);
+  return {find_Root(path.substr(0, root_end)), std::wstring(key), std::wstring(path.substr(key_end + 1))};
+}
+
+RegistryValue regread_api(std::wstring_view path) {
+  return ask_Registry(path).Value;
+}
+
+ApiAnswer ask_Registry(std::wstring_view path) {
+  ApiAnswer answer{{}, is_Ascii(path)};
+  bool is_SuitesView = true;  // which is asked first
+  answer.Value = ask_Views(path, [&](std::wstring_view path_in_view) {
+    LSTATUS status = ERROR_SUCCESS;
+    const auto place = find_Place(path_in_view);
+    if (!std::exchange(is_SuitesView, false))
+      look_ForMaker(place);
+    auto value = read_AnsiValue(place, status);
+    answer.IsMissing = answer.IsMissing && status == ERROR_FILE_NOT_FOUND;
+    return value;
+  });
+  return answer;
+}
+
+unique_hkey open_Key(const RegistryPlace& place, DWORD access) {
+  assert_Unlocked();
+  HKEY key = nullptr;
+  RegOpenKeyExW(place.Root, place.Key.c_str(), 0, access, &key);
+  return unique_hkey(key);
+}
+
+RegistryEntry read_Entry(const RegistryPlace& place) {
+  RegistryEntry entry{place.Name, REG_NONE, {}};
+  const auto key = open_Key(place, KEY_READ);
+  LSTATUS status = ERROR_SUCCESS;
+  entry.Value = query_Value(RegQueryValueExW, key.get(), place.Name, read_WideText, entry.Type, status);
+  return entry;
+}

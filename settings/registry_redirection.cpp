@@ -1,0 +1,47 @@
+#include "settings/registry_redirection.h"
+
+#include "base/apartment.h"
+#include "base/boundary.h"
+#include "base/log.h"
+#include "base/process_values.h"
+#include "base/text.h"
+#include "settings/registry_path.h"
+#include "settings/script_host.h"
+#include "settings/settings.h"
+
+namespace {
+
+struct WriteTest {
+  bool IsRunning = false;
+};
+
+constinit PerApartment<WriteTest> write_test_run;
+constinit Settled<bool> may_WriteToMachine;  // by the write test
+
+}  // namespace
+
+void permtest(std::wstring_view test_path) {
+  auto& is_running = write_test_run->IsRunning;
+  if (may_WriteToMachine.get() || is_running)
+    return;
+  is_running = true;
+  const ScopeExit done([&is_running] { is_running = false; });
+  trace_Message(L"entering permtest");
+  may_WriteToMachine.settle(try_Write(test_path.empty() ? write_test.Path : test_path));
+  trace_Message(L"finished permtest");
+}
+
+std::wstring users_Path(std::wstring_view path) {
+  permtest();
+  const bool per_user = !may_WriteToMachine.get().value_or(true) && !is_ForceHKLM();
+  if (!per_user || !contains(path, machine_branch))
+    return {};
+  std::wstring moved(path);
+  replace_All(moved, machine_branch, users_branch);
+  return apply_forceHKLM(moved);
+}
+
+std::wstring written_Path(std::wstring_view path) {
+  auto moved = users_Path(path);
+  return moved.empty() ? std::wstring(path) : moved;
+}

@@ -1,0 +1,183 @@
+// What the DLL writes into the registry, and what it leaves of it. The process has three roots of its own,
+// and all that is in them is read back, so that nothing beside the expected rows goes unnoticed.
+#include <algorithm>
+#include <iterator>
+
+#include "base/handles.h"
+#include "base/module.h"
+#include "base/text.h"
+#include "tests/explorer.h"
+
+namespace {
+
+// In lower case as they are read back.
+const std::wstring clsid = L"{2e416da3-34e8-444a-8288-8c2ff373681d}";
+const std::wstring class_key = LR"(clsid\)" + clsid;
+const std::wstring library_key = LR"(typelib\{60b0373e-c543-4525-a664-e9d775e867d8})";
+const auto version = std::wstring(L"" PROJECT_VERSION).substr(0, std::string(PROJECT_VERSION).rfind('.'));
+const std::wstring progid = L"norvakcontextmenu.shellext";
+const std::wstring other_view = LR"(wow6432node\)";  // the platform repeats some of the library's rows there
+
+// "key\name=text" for each value, "key\" for each key.
+void append_Rows(HKEY parent, const std::wstring& name, const std::wstring& path, Lines& rows) {
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
+    return;
+  const unique_hkey key(opened);
+  rows.push_back(path);
+  wchar_t text[1024];
+  DWORD length = 1024;
+  wchar_t data[2048] = {};
+  DWORD size = sizeof data;
+  for (DWORD index = 0; RegEnumValueW(key.get(), index, text, &length, nullptr, nullptr,
+                                      reinterpret_cast<BYTE*>(data), &size) == ERROR_SUCCESS;
+       ++index) {
+    rows.push_back(to_Lower(path + text + L"=" + std::wstring(data, size / sizeof *data).c_str()));
+    length = 1024;
+    size = sizeof data;
+  }
+  for (DWORD index = 0; RegEnumKeyW(key.get(), index, text, 1024) == ERROR_SUCCESS; ++index)
+    append_Rows(key.get(), text, to_Lower(path + text + LR"(\)"), rows);
+}
+
+// The last one is where the others are.
+const std::pair<HKEY, std::wstring> roots[] = {
+    {HKEY_CLASSES_ROOT, L"hkcr"}, {HKEY_LOCAL_MACHINE, L"hklm"}, {HKEY_CURRENT_USER, L"hkcu"}};
+
+Lines all_Rows() {
+  Lines rows;
+  for (const auto& [root, name] : roots)
+    append_Rows(root, L"", root == HKEY_CLASSES_ROOT ? L"" : name + L"\\", rows);
+  std::ranges::sort(rows);
+  return rows;
+}
+
+class Registration : public Explorer {
+ protected:
+  void SetUp() override {
+    Explorer::SetUp();
+    for (const auto& [root, name] : roots) {
+      HKEY key = nullptr;
+      RegCreateKeyW(HKEY_CURRENT_USER, (LR"(Software\Norvak\)" + name).c_str(), &key);
+      ASSERT_EQ(RegOverridePredefKey(root, key), ERROR_SUCCESS);
+      RegCloseKey(key);
+    }
+    clean();
+  }
+  void TearDown() override {
+    for (const auto& [root, name] : roots)
+      RegOverridePredefKey(root, nullptr);
+  }
+
+  static void clean() {
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr);
+    for (const std::wstring key : {L"CLSID", L"Interface", L"TypeLib", LR"(Wow6432Node\Interface)"})
+      set_Value(LR"(HKCR\)" + key + L"\\", L"");
+  }
+};
+
+TEST_F(Registration, WritesTheseRowsAndRemovesThemAgain) {
+  const auto path = to_Lower(built_File(L"NorvakContextMenu.dll"));
+  auto expected = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/shellext/registration_rows.txt"));
+  for (auto& row : expected)
+    for (const auto& [name, meant] : {std::pair(L"FOLDER", path.substr(0, path.rfind(L'\\'))),
+                                      {L"VERSION", version},
+                                      {L"WIDTH", std::to_wstring(sizeof(void*) * 8)}})
+      replace_All(row, name, meant);
+  std::ranges::sort(expected);
+  const auto before = all_Rows();
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(m_library.run("DllRegisterServer"), S_OK);
+    Lines written;
+    std::ranges::set_difference(all_Rows(), before, std::back_inserter(written));
+    std::erase_if(written,
+                  [](const auto& row) { return row.ends_with(L'\\') || row.starts_with(other_view); });
+    EXPECT_EQ(written, expected);
+  }
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(all_Rows(), before);
+  }
+  for (const auto& [root, name] : roots) {
+    const auto seen = all_Rows();
+    RegSetKeyValueW(root, L"planted", nullptr, REG_SZ, L"", sizeof(wchar_t));
+    EXPECT_NE(all_Rows(), seen) << to_Ansi(name);
+  }
+}
+
+TEST_F(Registration, RemovalKeepsWhatOthersHaveAdded) {
+  m_library.run("DllRegisterServer");
+  set_Value(LR"(HKCR\)" + class_key + LR"(\InprocServer32\Note)", L"theirs");
+  set_Value(LR"(HKCR\)" + progid + LR"(\shell\)", L"theirs");
+  EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+  Lines left;
+  append_Rows(HKEY_CLASSES_ROOT, class_key, L"", left);
+  append_Rows(HKEY_CLASSES_ROOT, progid, L"", left);
+  EXPECT_EQ(left, (Lines{L"", LR"(inprocserver32\)", LR"(inprocserver32\note=theirs)", L"", LR"(shell\)",
+                         LR"(shell\=theirs)"}));
+  if constexpr (!is_SuitesBitness) {  // the 32-bit DLL has a class of its own and the same ProgID
+    TearDown();                       // only the machine's own root has the other view
+    const auto other = other_view + class_key, class_OfProgId = LR"(HKCR\)" + progid + LR"(\CLSID\)";
+    m_library.run("DllRegisterServer");
+    set_Value(LR"(HKCR\)" + other + LR"(\InprocServer32\)", L"theirs");
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(to_Lower(value_At(class_OfProgId)), clsid);
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, other.c_str());
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(value_At(class_OfProgId), L"(none)");
+  }
+}
+
+LSTATUS WINAPI refuse(HKEY, const wchar_t*) {
+  return ERROR_ACCESS_DENIED;
+}
+
+LSTATUS WINAPI refuse_Opening(HKEY, const wchar_t*, DWORD, REGSAM, HKEY*) {
+  return ERROR_ACCESS_DENIED;
+}
+
+HRESULT WINAPI refuse_Library(REFGUID, WORD, WORD, LCID, SYSKIND) {
+  return E_ACCESSDENIED;
+}
+
+TEST_F(Registration, RemovalThatFailsSaysSo) {
+  const auto patch = [&](const char* import, auto* replacement) {
+    EXPECT_TRUE(patch_Import(import, reinterpret_cast<void*>(replacement), m_library.handle()));
+  };
+  const auto expect_Failure = [&](const char* import, auto* original, auto* refusal) {
+    m_library.run("DllRegisterServer");
+    patch(import, refusal);
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), E_ACCESSDENIED) << import;
+    patch(import, original);
+    EXPECT_EQ(m_library.run("DllUnregisterServer"), S_OK);
+  };
+  const auto before = all_Rows();
+  expect_Failure("RegOpenKeyExW", RegOpenKeyExW, refuse_Opening);
+  expect_Failure("RegDeleteValueW", RegDeleteValueW, refuse);
+  expect_Failure("RegDeleteKeyW", RegDeleteKeyW, refuse);
+  expect_Failure("UnRegisterTypeLib", UnRegisterTypeLib, refuse_Library);
+  EXPECT_EQ(all_Rows(), before);
+}
+
+TEST_F(Registration, ThatCannotBeWrittenWholeLeavesEverythingAsItWas) {
+  for (const bool was_registered : {false, true}) {
+    for (const auto& obstacle : {class_key, progid, library_key}) {
+      SCOPED_TRACE(to_Ansi(obstacle) + (was_registered ? ", registered before" : ""));
+      if (was_registered)
+        m_library.run("DllRegisterServer");
+      set_Value(LR"(HKCR\)" + class_key + LR"(\InprocServer32\)", L"an older release");
+      // A key that does not outlive the session holds no lasting subkeys.
+      RegDeleteTreeW(HKEY_CLASSES_ROOT, obstacle.c_str());
+      HKEY key = nullptr;
+      RegCreateKeyExW(HKEY_CLASSES_ROOT, obstacle.c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_READ, nullptr,
+                      &key, nullptr);
+      RegCloseKey(key);
+      const auto before = all_Rows();
+      EXPECT_TRUE(FAILED(m_library.run("DllRegisterServer")));
+      EXPECT_EQ(all_Rows(), before);
+      clean();
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,372 @@
+// Whole right-clicks in which one call fails, of the platform or of a component, and that for every call on
+// the way: nothing may crash, stay behind or spoil the next right-click. In some of them there is no memory
+// from that call on. With NORVAK_ENDURANCE set every call has its turn (scripts/endure), else a share of them
+// that NORVAK_SEED chooses.
+#include <windows.h>
+
+#include <sddl.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <set>
+
+#include "base/text.h"
+#include "shellext/class_identifiers.h"
+#include "tests/components.h"
+#include "tests/explorer.h"
+#include "tests/holdings.h"
+
+namespace {
+
+// How often each function was called, and how often it then failed.
+template <auto function>
+std::atomic<long> calls_Of;
+template <auto function>
+std::atomic<long> refusals_Of;
+
+// A worker begins once there is memory for what the runtime keeps of its first exception.
+thread_local bool has_Begun = false;
+
+template <auto function, auto stand_in, LONG_PTR failure, bool is_memory, typename... Arguments>
+auto answer(Arguments... arguments) {
+  ++calls_Of<function>;
+  if ((is_memory && !has_Begun) || !is_ToFail(is_memory))
+    return stand_in(arguments...);
+  ++refusals_Of<function>;
+  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  using Result = decltype(stand_in(arguments...));
+  if constexpr (std::is_pointer_v<Result>)
+    return reinterpret_cast<Result>(failure);
+  else
+    return static_cast<Result>(failure);
+}
+
+// Takes the place of a function: gives its failure when it is its turn, else what the stand-in answers.
+template <auto function, auto stand_in, LONG_PTR failure, bool is_memory>
+struct Failing;
+template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...), auto stand_in,
+          LONG_PTR failure, bool is_memory>
+struct Failing<function, stand_in, failure, is_memory> {
+  static Result WINAPI call(Arguments... arguments) {
+    return answer<function, stand_in, failure, is_memory, Arguments...>(arguments...);
+  }
+};
+
+// No process serves a class; the system's own, which would look for it, is not started.
+HRESULT WINAPI get_Class(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** factory) {
+  return context == CLSCTX_INPROC_SERVER ? CoGetClassObject(clsid, context, server, iid, factory)
+                                         : CO_E_SERVER_EXEC_FAILURE;
+}
+
+[[maybe_unused]] HRESULT WINAPI begin_Worker(void* reserved, DWORD kind) {
+  has_Begun = true;
+  return CoInitializeEx(reserved, kind);
+}
+
+HRESULT WINAPI make_Object(REFCLSID, IUnknown*, DWORD, REFIID, void**) {
+  return CO_E_SERVER_EXEC_FAILURE;
+}
+
+struct Fault {
+  std::string_view Name;
+  void* Replacement;
+  std::atomic<long>* Calls;
+};
+template <auto function>
+Fault fault_Of(void* replacement) {
+  std::string_view name = __PRETTY_FUNCTION__;
+  name.remove_prefix(name.find("function = ") + 11);
+  return {name.substr(0, name.find_first_of(";]")), replacement, &calls_Of<function>};
+}
+
+template <auto function, LONG_PTR failure = 0, bool is_memory = false, auto stand_in = function>
+Fault fault() {
+  return fault_Of<function>(reinterpret_cast<void*>(&Failing<function, stand_in, failure, is_memory>::call));
+}
+
+// Those of the compiler's runtime are called in another way.
+template <auto function, typename... Arguments>
+Fault memory_Fault() {
+  return fault_Of<function>(reinterpret_cast<void*>(&answer<function, function, 0, true, Arguments...>));
+}
+
+template <LONG_PTR failure, bool is_memory, auto... functions>
+std::vector<Fault> failing() {
+  return {fault<functions, failure, is_memory>()...};
+}
+
+constexpr LONG_PTR no_file = -1;
+
+// The other imports are in imports_without_fault.txt.
+const std::vector<Fault> groups[] = {
+    {memory_Fault<std::malloc, std::size_t>(), memory_Fault<std::calloc, std::size_t, std::size_t>(),
+     memory_Fault<std::realloc, void*, std::size_t>()},
+    failing<0, true, HeapAlloc, SysAllocString, SysAllocStringLen, SysAllocStringByteLen>(),
+    failing<E_OUTOFMEMORY, true, VariantChangeType, VariantCopy>(),
+    failing<0, false, GlobalLock, GlobalSize, MultiByteToWideChar>(),
+    failing<ERROR_OUTOFMEMORY, false, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
+            RegQueryValueExA>(),
+    failing<no_file, false, GetFileAttributesW, CreateFileW, FindFirstFileW>(),
+    failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetFullPathNameW, GetShortPathNameW,
+            GetModuleFileNameW, LoadLibraryA, LoadLibraryExW, CreateEventW>(),
+    failing<0, false, OpenProcessToken, GetTokenInformation, ConvertSidToStringSidW,
+            ConvertStringSecurityDescriptorToSecurityDescriptorW, CreateDirectoryW, RemoveDirectoryW>(),
+    failing<E_FAIL, false, SHGetFolderPathW, CoCreateGuid>(),
+    failing<CO_E_CLASSSTRING, false, CLSIDFromProgID>(),
+    failing<E_OUTOFMEMORY, false, CoRegisterInitializeSpy>(),
+    failing<0, false, InsertMenuW, SetMenuItemBitmaps, LoadImageW, GetObjectA, CreateICA, GetDeviceCaps,
+            GetTextMetricsA, CreateCompatibleDC, CreateBitmapIndirect, SelectObject, SetStretchBltMode,
+            SetBrushOrgEx, StretchBlt>(),
+#ifdef _WIN64  // the workers for components in other processes
+    failing<0, false, CreateThread, GetModuleHandleExW>(),
+    {fault<CoInitializeEx, E_OUTOFMEMORY, false, begin_Worker>()},
+    failing<E_OUTOFMEMORY, false, CoGetPSClsid>(),
+#endif
+    {fault<CoGetClassObject, E_OUTOFMEMORY, false, get_Class>(),
+     fault<CoCreateInstance, E_OUTOFMEMORY, false, make_Object>(),
+     fault<CreateProcessW, 0, false, record_Start>(), fault<MessageBoxW, 0, false, confirm_Box>()}};
+
+// The share of the calls and, of it, that of a lasting fault; and how many calls have both turns in a
+// process, where the runtime of each load uses up a thread-local index.
+constexpr long stride = 31;
+constexpr long lasting_stride = 5;
+constexpr long most_turns = 400;
+
+struct Click {
+  std::wstring Path;
+  std::vector<ULONG_PTR> Commands;  // offsets
+  Lines Items;
+  long Starts;
+  bool MayHide = false;
+};
+
+class Faults : public Machine, public testing::WithParamInterface<const char*> {
+ protected:
+  void arrange(const std::string& kind);
+  Lines right_Click(const Library& library, std::ptrdiff_t most_lost = 0) const;
+  bool fail_AndRecover(long number, bool lasts) const;
+  Holdings left_By(long number, bool lasts = false);
+
+  Click m_click;
+  std::optional<Components> m_components;
+  bool m_has_failed = false;
+};
+
+void Faults::arrange(const std::string& kind) {
+  SetEnvironmentVariableW(L"TMP", test_folder.c_str());
+  const auto pdf = make_File(test_folder + L"a letter.pdf");
+  if (kind == "BareMachine") {
+    // What a component left behind that is gone.
+    set_Value(LR"(HKCR\NorvakCertInstaller.iCache\CLSID\)", L"{0EBE81BA-307A-4EE2-BF4F-597C8AF7C2D6}");
+    m_click = {make_File(test_folder + L"b.txt.p7m"), {0, 50}, {}, 0};
+    return;
+  }
+  if (!m_components)
+    install_Suite();
+  m_components.emplace();
+  for (const auto* setting : {L"MultiSignator", L"CardConnector"})
+    set_Value(norvak + setting, L"1");
+  if (kind == "Pdf")
+    m_click = {pdf,
+               {0, 3, 50},
+               {L"100 Open with Norvak", L"101 Open with quill!", L"102 Create PDF Signature *",
+                L"103 Create PKCS7 Signature", L"104 Create PKCS7 Envelope"},
+               1};
+  if (kind == "Envelope")
+    m_click = {make_File(test_folder + L"b.txt.p7m"),
+               {1},
+               {L"100 Open with quill!", L"101 Validate PKCS7 Signature"},
+               0};
+  if (kind == "Drive") {
+    make_DriveE();
+    make_File(LR"(E:\norvak\norvak.tc)");
+    m_click = {LR"(E:\)", {1}, {L"100 Sign PDFs in Folder", L"101 Mount Secure Drive"}, 1, true};
+  }
+}
+
+// The items that came into the menu; none when there was no memory for an object.
+Lines Faults::right_Click(const Library& library, std::ptrdiff_t most_lost) const {
+  constexpr UINT first_id = 100;
+  DeleteFileW(LR"(E:\mounted.txt)");
+  DataObject selection(Lines{m_click.Path});
+  ComPtr<IClassFactory> factory;
+  ComPtr<IContextMenu> object;
+  HRESULT made = library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory));
+  if (factory)
+    made = factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+  EXPECT_EQ(made, object ? S_OK : E_OUTOFMEMORY);
+  if (!object)
+    return {};
+  select(object, &selection);
+  const Menu menu;
+  const auto count = object->QueryContextMenu(menu.Handle, 0, first_id, 0x7FFF, CMF_NORMAL);
+  auto items = menu.lines();
+  std::erase(items, L"-");
+  // An item that failed on its way into the menu counts all the same.
+  EXPECT_GE(count, std::ssize(items));
+  EXPECT_LE(count, std::ssize(items) + most_lost);
+  for (UINT id = first_id; id < first_id + 8; ++id) {
+    char text[128];
+    EXPECT_EQ(object->GetCommandString(id, GCS_HELPTEXTA, nullptr, text, 100), S_OK);
+  }
+  for (const auto offset : m_click.Commands)
+    invoke(object, offset);
+  return items;
+}
+
+constexpr long without_click = -1;
+
+// One load of the DLL, whose first right-click has the fault and whose second one has to be as any other.
+// False when the number was beyond the last call.
+bool Faults::fail_AndRecover(long number, bool lasts) const {
+  SCOPED_TRACE(number);
+  has_Begun = true;
+  const Library library;
+  for (const auto& group : groups)
+    for (const auto& row : group)
+      patch_Import(row.Name, row.Replacement, library.handle());
+  // What the compiler's runtime keeps of the first exception of a load, it keeps of each.
+  fail_Call(1);
+  EXPECT_EQ(library.run("DllRegisterServer"), E_OUTOFMEMORY);
+  if (number == without_click)
+    return false;
+  for (const auto& group : groups)
+    for (const auto& row : group)
+      *row.Calls = 0;
+  fail_Call(number, lasts);
+  right_Click(library, lasts ? std::ssize(m_click.Items) : 1);
+  const bool has_failed = fail_Call(0);
+  take_Starts();
+  const auto items = right_Click(library);
+  const auto started = std::ssize(take_Starts());
+  if (!m_click.MayHide || items.size() == m_click.Items.size()) {
+    EXPECT_EQ(items, m_click.Items);
+    EXPECT_EQ(started, m_click.Starts);
+  } else if (!lasts) {  // a feature is asked for once, so it stays hidden where the fault hid it
+    EXPECT_EQ(items.size() + 1, m_click.Items.size());
+  }
+  if (m_click.Items.empty()) {  // as those of an extension that captures nothing
+    set_Value(norvak + L"CardConnector", L"1");
+    EXPECT_EQ(right_Click(library), Lines{L"100 Validate PKCS7 Signature"});
+    set_Value(norvak + L"CardConnector", L"");
+  }
+  while (library.run("DllCanUnloadNow") != S_OK)  // what is done in the background ends by itself
+    Sleep(1);
+  forget_Calls();
+  return has_failed;
+}
+
+// What a load and its fault leave behind.
+Holdings Faults::left_By(long number, bool lasts) {
+  const auto before = count_Holdings();
+  m_has_failed = fail_AndRecover(number, lasts);
+  EXPECT_EQ(GetModuleHandleW(L"NorvakContextMenu.dll"), nullptr);
+  return count_Holdings() - before;
+}
+
+constexpr const char* kinds[] = {"BareMachine", "Pdf", "Envelope", "Drive"};
+
+TEST_P(Faults, OfEachCallLeaveTheNextRightClickWhole) {
+  arrange(GetParam());
+  // The runtime keeps a thread-local index of each load; for the later ones the platform needs a table once.
+  for (int index = 0; index < TLS_MINIMUM_AVAILABLE; ++index)
+    TlsSetValue(TlsAlloc(), this);
+  const char *const first = std::getenv("NORVAK_ENDURANCE"), *const seed = std::getenv("NORVAK_SEED");
+  const long chosen = seed == nullptr ? 1 : std::atol(seed);
+  const long start = first == nullptr ? 1 + (chosen + long{sizeof seed}) % stride : std::atol(first);
+  const long end = first == nullptr ? LONG_MAX : start + most_turns;
+  for (int round = 0; round < 2; ++round)
+    left_By(0);
+  const auto kept_ByRuntime = left_By(without_click);
+  // A crash leaves the last of these numbers.
+  std::cout << "NORVAK_SEED=" << chosen << ", calls that fail, and with a star all memory after them:";
+  m_has_failed = true;
+  for (long number = start; number < end && m_has_failed; number += first == nullptr ? stride : 1)
+    for (int turn = 0; turn < (first != nullptr || number % lasting_stride == 0 ? 2 : 1); ++turn) {
+      std::cout << " " << number << (turn == 0 ? "" : "*") << std::flush;
+      auto left = left_By(number, turn == 1);
+      if (left != kept_ByRuntime)  // what the platform makes once on the way of a failure is there now
+        left = left_By(number, turn == 1);
+      EXPECT_EQ(left, kept_ByRuntime) << number;
+    }
+  std::cout << std::endl << (m_has_failed ? "" : "the last call had its turn\n");
+  EXPECT_TRUE(first != nullptr || refusals_Of<HeapAlloc> > 0) << "no exception took from the reserve";
+  EXPECT_EQ(std::ranges::count_if(std::filesystem::directory_iterator(test_folder),
+                                  [](const auto& entry) { return entry.path().extension() == L".tmp"; }),
+            0);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Faults, testing::ValuesIn(kinds),
+                         [](const auto& row) { return std::string(row.param); });
+
+class RightClick : public Explorer {};
+
+// The calls of the registry and of the file system are nearly all that it costs.
+TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
+  const auto counted =
+      failing<0, false, RegOpenKeyExA, RegOpenKeyExW, RegQueryValueExA, RegQueryValueExW, CLSIDFromProgID,
+              GetFileAttributesW, GetShortPathNameW, CreateFileW, GetPrivateProfileStringW>();
+  for (const auto& row : counted)
+    EXPECT_TRUE(patch_Import(row.Name, row.Replacement, m_library.handle())) << row.Name;
+  install_Suite();
+  const auto pdf = make_File(test_folder + L"a.pdf");
+  Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
+  std::filesystem::create_directories(folders[0]);
+  folders[0] = pdf;
+  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 55 : 63),
+                                     {Lines{pdf}, 9},
+                                     {Lines(1000, pdf), 9},
+                                     {folders, 1009}}) {
+    for (const auto& row : counted)
+      *row.Calls = 0;
+    const auto object = m_library.create();
+    select(object, paths);
+    EXPECT_EQ(offered(object).size(), 6u);
+    long calls = 0;
+    for (const auto& row : counted)
+      calls += *row.Calls;
+    EXPECT_LE(calls, limit) << paths.size();
+  }
+}
+
+#ifdef NDEBUG  // the flavours that are delivered
+class FaultList : public Faults {};
+
+// A name in both lists is that of a function that only a fault has called.
+TEST_F(FaultList, AndThatOfOtherImportsHaveEveryImport) {
+  using Names = std::set<std::string>;
+  Names imports, others, called, made_ToFail;
+  {
+    const Library library;
+    for (const auto& [name, address] : imports_Of(library.handle()))
+      imports.emplace(name);
+  }
+  for (const auto& line : read_Lines(L"Z:" SOURCE_FOLDER L"/tests/whole/imports_without_fault.txt"))
+    if (line.starts_with(sizeof(void*) == 4 ? L"i686:" : L"x86_64:") || line.starts_with(L"both:"))
+      for (const auto& name : split(line.substr(line.find(L' ') + 1), L' '))
+        others.insert(to_Ansi(name));
+  for (const auto* kind : kinds) {
+    arrange(kind);
+    left_By(0);
+    for (const auto& group : groups)
+      for (const auto& row : group) {
+        made_ToFail.emplace(row.Name);
+        if (*row.Calls > 0)
+          called.emplace(row.Name);
+      }
+  }
+  Names expected = others, odd;
+  expected.insert(made_ToFail.begin(), made_ToFail.end());
+  std::ranges::set_symmetric_difference(imports, expected, std::inserter(odd, odd.end()));
+  EXPECT_EQ(odd, Names());
+  for (const auto& name : made_ToFail)
+    EXPECT_NE(called.contains(name), others.contains(name)) << name;
+}
+#endif
+
+}  // namespace

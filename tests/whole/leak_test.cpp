@@ -1,0 +1,114 @@
+// Whole right-clicks over and over, in one window or each in one that opens and closes: nothing of the
+// process may grow, not by one. With NORVAK_ENDURANCE set they are 2,000, or 1,000 windows (scripts/endure),
+// else a share of them. Each count has to find a leak that is planted for it, so that none of them passes
+// because it counts nothing.
+#include <cstdlib>
+#include <vector>
+
+#include "components/object_creation.h"
+#include "tests/components.h"
+#include "tests/explorer.h"
+#include "tests/holdings.h"
+#include "tests/window.h"
+
+namespace {
+
+class Leaks : public Machine {
+ protected:
+  void SetUp() override {
+    Machine::SetUp();
+    install_Suite();
+    answer_Boxes(m_library.handle());
+  }
+  enum class In { OneWindow, NewWindows };
+  void right_Click(const Lines& paths, In windows = In::OneWindow) const;
+  Holdings growth(
+      In windows, int clicks, const Lines& paths, const std::function<void()>& leak = [] {}) const;
+  Holdings lasting_Growth(In windows, int clicks, const Lines& paths) const;
+
+  const Library m_library;
+  const ValueStore m_store;
+  const Component m_translator{L"NorvakTranslator.Language", {{L"translateit", answers(L"")}}};
+  const Component m_pkcs7{L"norvakcsp.PKCS7", {{L"create_P7x", answers(true)}}};
+};
+
+// Picks an item that starts nothing, none, and for one file an item whose program is missing; that takes
+// long.
+void Leaks::right_Click(const Lines& paths, In windows) const {
+  if (windows == In::NewWindows)
+    return Window().run([&] {
+      const Components components;
+      right_Click(paths);
+    });
+  const auto object = m_library.create();
+  DataObject selection(paths);
+  select(object, &selection);
+  offered(object, 0);
+  char text[128];
+  object->GetCommandString(0, GCS_HELPTEXTA, nullptr, text, 100);
+  for (const ULONG_PTR offset : {3, 50, paths.size() == 1 ? 1 : 50})
+    invoke(object, offset);
+}
+
+Holdings Leaks::growth(In windows, int clicks, const Lines& paths, const std::function<void()>& leak) const {
+  constexpr int until_warm = 5;
+  Holdings before;
+  for (int click = -until_warm; click < clicks; ++click) {
+    if (click == 0) {
+      forget_Calls();
+      before = count_Holdings();
+    }
+    right_Click(paths, windows);
+    leak();
+  }
+
+  forget_Calls();
+  return count_Holdings() - before;
+}
+
+// What the runtime of this program makes once, like the event of a lock that two threads want at the same
+// time, is there the second time.
+Holdings Leaks::lasting_Growth(In windows, int clicks, const Lines& paths) const {
+  const auto grown = growth(windows, clicks, paths);
+  return grown == Holdings() ? grown : growth(windows, clicks, paths);
+}
+
+TEST_F(Leaks, NothingGrowsFromRightClickToRightClick) {
+  const bool endures = std::getenv("NORVAK_ENDURANCE") != nullptr;
+  for (const int files : {1, 100}) {
+    Lines paths;
+    for (int number = 0; number < files; ++number)
+      paths.push_back(make_File(test_folder + std::to_wstring(number) + L".pdf"));
+    right_Click(paths);
+    DeleteFileW((test_folder + LR"(the suite\quill!.exe)").c_str());
+    EXPECT_EQ(lasting_Growth(In::OneWindow, endures ? 2000 : 100 / files + 20, paths), Holdings()) << files;
+  }
+}
+
+TEST_F(Leaks, NothingGrowsFromWindowToWindow) {
+  forget_Calls(false);
+  const Lines paths{make_File(test_folder + L"a.pdf")};
+  right_Click(paths, In::NewWindows);
+  DeleteFileW((test_folder + LR"(the suite\quill!.exe)").c_str());
+  const int windows = std::getenv("NORVAK_ENDURANCE") != nullptr ? 1000 : 20;
+  EXPECT_EQ(lasting_Growth(In::NewWindows, windows, paths), Holdings());
+  EXPECT_EQ(calls_ByStrangers(), 0);
+}
+
+TEST_F(Leaks, AreFoundOneByOne) {
+  const Lines paths{make_File(test_folder + L"a.txt")};
+  constexpr int clicks = 5;
+  void (*const leaks[])() = {[] { CreateEventW(nullptr, FALSE, FALSE, nullptr); },
+                             [] { CreateBitmap(8, 8, 1, 1, nullptr); },
+                             [] { CreatePopupMenu(); },
+                             [] { HeapAlloc(GetProcessHeap(), 0, 1); },
+                             [] { [[maybe_unused]] void* const volatile lost = std::malloc(1); },
+                             [] { create_Object(L"NorvakTranslator.Language").Detach(); }};
+  const Holdings::Kind kinds[] = {Holdings::KernelHandles, Holdings::GdiObjects, Holdings::Menus,
+                                  Holdings::HeapBlocks,    Holdings::HeapBytes,  Holdings::Components};
+  for (const auto windows : {In::OneWindow, In::NewWindows})
+    for (std::size_t index = 0; index < std::size(leaks); ++index)
+      EXPECT_EQ(growth(windows, clicks, paths, leaks[index]).Counts[kinds[index]], clicks) << kinds[index];
+}
+
+}  // namespace
