@@ -137,9 +137,10 @@ void ShellExt::run_Command(const CMINVOKECOMMANDINFO& command) {
     return;
   const auto action = get_ActionString(static_cast<long>(verb));
   debug_Log(L"ActionString: ", action);
+  const auto* const row = find_Action(action);
   const auto selected = m_Files;
-  if (!action.empty() && selected)
-    run_Action(action, selected->Files, current_Selection()->Flags);
+  if (row != nullptr && selected)
+    run_Action(*row, selected->Files, current_Selection()->Flags);
 }
 
 STDMETHODIMP ShellExt::QueryInterface(REFIID iid, void** object) {

@@ -72,60 +72,80 @@ std::wstring describe_missing_card_feature() {
   return L"neither the card connector nor the credential provider is switched on" + tool;
 }
 
-/// The condition that an item lacks, in words.
-std::wstring describe(Condition condition) {
-  switch (condition) {
-    case Condition::Folders:
-      return L"the selection is not folders alone";
-    case Condition::NotOnlyFolders:
-      return L"the selection is folders alone";
-    case Condition::MultiSigner:
-      return std::wstring(L"the multi-signer is not switched on: ") + multi_signer.Path + L" is not 1";
-    case Condition::CardFeature:
-      return describe_missing_card_feature();
-    case Condition::DriveRoot:
-      return L"the selection is not the root of one drive, or Vaultware.exe is not in the install folder";
-    case Condition::Container:
-      return LR"(the drive holds no container (norvak\norvak.tc))";
-    case Condition::NoContainer:
-      return LR"(the drive holds a container (norvak\norvak.tc) already)";
-    case Condition::Mounted:
-      return L"the drive is not mounted (no mounted.txt in its root)";
-    case Condition::NotMounted:
-      return L"the drive is mounted (mounted.txt in its root)";
-    case Condition::PdfApplication:
-      return describe_missing_application();
-    case Condition::Viewable:
-      return L"no PDF, XML or image file is selected";
-    case Condition::Quill:
-      return L"no signing application: " + describe_missing({programs[3]});
-    case Condition::Signable:
-      return L"no file is selected that the signing application opens";
-    case Condition::WorkerAndApplication:
-      return find_WorkerProcess().empty() ? L"no signing worker: " + describe_missing({programs[4]})
-                                          : describe_missing_application();
-    case Condition::Convertible:
-      return L"no file is selected that is or can become a PDF";
-    case Condition::ContainerName:
-      return describe_missing_container();
-    case Condition::SigningRoute:
-      return L"no signing application (" + describe_missing({programs[3]}) + L"), " +
-             describe_missing_application() + L", and no card feature is switched on";
-    case Condition::Pkcs7:
-      return L"no PKCS#7 file (.p7m, .p7s) is selected";
-    case Condition::NoPkcs7:
-      return L"a PKCS#7 file (.p7m, .p7s) is selected";
-    case Condition::NoLink:
-      return L"a shortcut is selected";
+std::wstring describe_missing_quill() {
+  return L"no signing application: " + describe_missing({programs[3]});
+}
+
+std::wstring describe_missing_worker_or_application() {
+  return find_WorkerProcess().empty() ? L"no signing worker: " + describe_missing({programs[4]})
+                                      : describe_missing_application();
+}
+
+std::wstring describe_missing_route() {
+  return L"no signing application (" + describe_missing({programs[3]}) + L"), " +
+         describe_missing_application() + L", and no card feature is switched on";
+}
+
+std::wstring describe_missing_multi_signer() {
+  return std::wstring(L"the multi-signer is not switched on: ") + multi_signer.Path + L" is not 1";
+}
+
+struct Words {
+  Condition Missing;
+  const wchar_t* Sentence;
+  std::wstring (*Describe)() = nullptr;  // instead of a sentence
+};
+
+constexpr std::array words{
+    Words{conditions::folders, L"the selection is not folders alone"},
+    Words{conditions::files, L"the selection is folders alone"},
+    Words{conditions::multi_signer_on, nullptr, describe_missing_multi_signer},
+    Words{conditions::card_feature, nullptr, describe_missing_card_feature},
+    Words{conditions::drive_root,
+          L"the selection is not the root of one drive, or Vaultware.exe is not in the install folder"},
+    Words{conditions::container, LR"(the drive holds no container (norvak\norvak.tc))"},
+    Words{conditions::no_container, LR"(the drive holds a container (norvak\norvak.tc) already)"},
+    Words{conditions::mounted, L"the drive is not mounted (no mounted.txt in its root)"},
+    Words{conditions::not_mounted, L"the drive is mounted (mounted.txt in its root)"},
+    Words{conditions::pdf_application, nullptr, describe_missing_application},
+    Words{conditions::viewable, L"no PDF, XML or image file is selected"},
+    Words{conditions::quill, nullptr, describe_missing_quill},
+    Words{conditions::signable, L"no file is selected that the signing application opens"},
+    Words{conditions::worker_and_application, nullptr, describe_missing_worker_or_application},
+    Words{conditions::convertible, L"no file is selected that is or can become a PDF"},
+    Words{conditions::container_name, nullptr, describe_missing_container},
+    Words{conditions::signing_route, nullptr, describe_missing_route},
+    Words{conditions::pkcs7, L"no PKCS#7 file (.p7m, .p7s) is selected"},
+    Words{conditions::no_pkcs7, L"a PKCS#7 file (.p7m, .p7s) is selected"},
+    Words{conditions::no_link, L"a shortcut is selected"}};
+
+constexpr const Words* find_words(const Condition& missing) {
+  const auto* found = std::ranges::find_if(
+      words, [&](const Words& row) { return std::wstring_view(row.Missing.Name) == missing.Name; });
+  return found == words.end() ? nullptr : found;
+}
+
+constexpr bool has_words_for_all(const MenuItem& item) {
+  return std::ranges::all_of(item.Needs, [](const Condition& condition) {
+    return condition.Name == nullptr || find_words(condition) != nullptr;
+  });
+}
+static_assert(std::ranges::all_of(menu_items, has_words_for_all));
+
+/// The condition that an item lacks, in words; empty when it lacks none.
+std::wstring describe(const Condition& missing) {
+  if (missing.Name == nullptr) {
+    return {};
   }
-  return {};
+  const Words& row = *find_words(missing);
+  return row.Describe != nullptr ? row.Describe() : row.Sentence;
 }
 
 Facts list_items() {
   Facts facts;
   for (const ItemDecision& item : decide_Items(current_Selection()->Flags)) {
-    facts.push_back({item.Caption, item.Missing ? L"not offered" : L"offered",
-                     item.Missing ? describe(*item.Missing) : L""});
+    facts.push_back({item.Item->Caption, item.Missing.Name != nullptr ? L"not offered" : L"offered",
+                     describe(item.Missing)});
   }
   return facts;
 }

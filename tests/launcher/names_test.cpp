@@ -111,7 +111,7 @@ void Names::make_Folder(const std::wstring& path) {
 Lines Names::reached_By(const std::wstring& action, const std::wstring& path) {
   m_made.clear();
   m_store.Values.clear();
-  boxes_During([&] { run_Action(action, entries({path}), flags_Of(L"Pdf")); });
+  boxes_During([&] { run_Action(*find_Action(action), entries({path}), flags_Of(L"Pdf")); });
   Lines reached;
   for (const auto& start : take_Starts())
     if (const auto file = start.rfind(L" \""); file != start.npos)

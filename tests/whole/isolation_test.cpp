@@ -104,7 +104,7 @@ TEST_P(Decoys, AreNeitherLoadedNorStarted) {
     right_Click(library, path);
     for (const auto* action : {L"mount", L"unmount", L"unmount", L"create", L"view", L"quill!", L"signit",
                                L"sfolder", L"p7s", L"p7m", L"vPKCS7"}) {
-      run_Action(action, entries({path}), flags_Of(L"Image"));
+      run_Action(*find_Action(action), entries({path}), flags_Of(L"Image"));
     }
   }
   EXPECT_EQ(take_Starts(), Lines());
