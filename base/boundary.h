@@ -36,3 +36,19 @@ class ScopeExit {
  private:
   Routine m_routine;
 };
+
+// Marks what is under way until the scope ends, so that a call nested in it can tell: what looks for
+// something may need the very thing itself.
+class UnderWay {
+ public:
+  explicit UnderWay(bool& mark) : m_mark(mark), m_was_marked(std::exchange(mark, true)) {}
+  ~UnderWay() { m_mark = m_was_marked; }
+  UnderWay(const UnderWay&) = delete;
+  UnderWay& operator=(const UnderWay&) = delete;
+
+  bool is_Nested() const { return m_was_marked; }
+
+ private:
+  bool& m_mark;
+  bool m_was_marked;
+};

@@ -100,10 +100,9 @@ bool load_Translator() {
 
 void release_Translator() {
   auto& own = *translations;
-  if (own.Releasing)
+  const UnderWay release(own.Releasing);
+  if (release.is_Nested())
     return;
-  own.Releasing = true;
-  const ScopeExit done([&own] { own.Releasing = false; });
   if (own.Ready && read_Number(own.Translator.Get(), L"info"))
     own.Translator.Reset();
   own.Ready = false;

@@ -2,6 +2,7 @@
 
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -78,8 +79,9 @@ HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UI
 
 std::vector<ItemDecision> decide_Items(const SelectionFlags& flags) {
   const RememberedReads reads(RememberedReads::For::Menu);
-  std::vector<ItemDecision> decisions;
-  for (const auto& item : menu_items)
-    decisions.push_back({&item, item.find_Missing(flags)});
+  std::vector<ItemDecision> decisions(menu_items.size());
+  std::ranges::transform(menu_items, decisions.begin(), [&flags](const MenuItem& item) {
+    return ItemDecision{&item, item.find_Missing(flags)};
+  });
   return decisions;
 }

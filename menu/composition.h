@@ -17,7 +17,7 @@ HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UI
                                            UINT idCmdLast, UINT uFlags) noexcept;
 
 struct ItemDecision {
-  const MenuItem* Item;
+  const MenuItem* Item = nullptr;
   Condition Missing;  // the first one that does not hold; without a name for an item that is offered
 };
 

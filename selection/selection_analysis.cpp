@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <string_view>
 
 #include "base/log.h"
@@ -19,131 +18,98 @@ using namespace std::string_view_literals;
 constexpr std::array signable_extensions{L"p7m"sv, L"d2d"sv, L"pkcs7"sv};
 constexpr std::array convertible_extensions{L"pdf"sv, L"gif"sv, L"fax"sv, L"tif"sv, L"tiff"sv, L"pcx"sv,
                                             L"jpg"sv, L"bmp"sv, L"jp2"sv, L"jpc"sv, L"pgx"sv,  L"tga"sv};
+constexpr std::array link_extensions{L"lnk"sv, L"url"sv};
 
-// The end of a name in lower case, a byte a letter: what follows its last dot, or its last eight letters
-// where that is longer. An extension of at most eight letters is then found by comparing numbers. No
-// extension has a letter outside ASCII, so one byte stands for all of those.
-using Tail = std::uint64_t;
+// All of them, and those that are looked for by themselves.
+constexpr std::array extensions{L"pdf"sv, L"xml"sv, L"p7m"sv,  L"d2d"sv, L"pkcs7"sv, L"gif"sv,
+                                L"fax"sv, L"tif"sv, L"tiff"sv, L"pcx"sv, L"jpg"sv,   L"bmp"sv,
+                                L"jp2"sv, L"jpc"sv, L"pgx"sv,  L"tga"sv, L"p7s"sv};
+constexpr std::size_t longest_extension = 5;
 
-constexpr std::size_t tail_letters = sizeof(Tail);
-constexpr unsigned letter_bits = 8;
-
-constexpr Tail tail_Letter(wchar_t letter) {
-  constexpr Tail other_letter = 0x80;
-  if (letter >= L'A' && letter <= L'Z')
-    return letter + Tail{L'a' - L'A'};
-  return std::min<Tail>(letter, other_letter);
+// The end of a name, in lower case as far as its letters are those of extensions.
+std::wstring tail_Of(std::wstring_view name) {
+  std::wstring tail(name.substr(name.size() - std::min(name.size(), longest_extension)));
+  for (auto& letter : tail)
+    if (letter >= L'A' && letter <= L'Z')
+      letter += L'a' - L'A';
+  return tail;
 }
 
-struct NameEnd {
-  Tail Letters = 0;
-  bool IsWhole = false;  // all that follows a dot
-};
-
-constexpr NameEnd end_Of(std::wstring_view name) {
-  NameEnd end;
-  for (unsigned count = 0; count < tail_letters && !name.empty(); ++count, name.remove_suffix(1)) {
-    if (name.back() == L'.')
-      break;
-    end.Letters |= tail_Letter(name.back()) << (count * letter_bits);
-  }
-  end.IsWhole = name.ends_with(L'.');
-  return end;
-}
-
-class Extension {
- public:
-  explicit constexpr Extension(std::wstring_view letters)
-      : m_letters(end_Of(letters).Letters),
-        m_mask(~Tail{0} >> ((tail_letters - letters.size()) * letter_bits)) {}
-
-  constexpr bool ends(Tail name) const { return ((name ^ m_letters) & m_mask) == 0; }
-
- private:
-  Tail m_letters;
-  Tail m_mask;
-};
-
-bool is_Link(Tail name) {
-  constexpr Extension shortcut(L"lnk");
-  constexpr Extension internet_shortcut(L"url");
-  return shortcut.ends(name) || internet_shortcut.ends(name);
-}
-
-// The entries as the extension tests see them. Some twenty-five tests walk the same names in their order, and
-// only the first name with an ending can matter to a walk, so the endings are what is kept. The file system
-// is asked about a name once at most.
+// The entries as the extension tests see them. Some twenty tests walk the same names in their order, and only
+// the first name with an ending can matter to a walk, so its place is what is kept. The file system is asked
+// about a name once at most.
 class NameScan {
  public:
-  NameScan(std::span<const FileEntry> files, SelectionFlags& flags) : m_flags(flags) {
+  NameScan(std::span<const FileEntry> files, SelectionFlags& flags) : m_files(files), m_flags(flags) {
+    m_first.fill(no_name);
     for (const auto& entry : files) {
       if (entry.path().empty())
         break;  // a name that could not be read ends every walk
       add(entry.path());
     }
-    m_files = files.first(m_count);
   }
 
   // True when a name ends in the extension. A link ends the walk of a three-letter extension, so that it
-  // hides every later name; each name on the way is tested for an image.
-  bool has_Extension(std::wstring_view letters) {
+  // hides every later name; each name up to there is tested for an image.
+  bool has_Extension(std::wstring_view extension) {
     constexpr std::size_t link_letters = 3;
-    const Extension extension(letters);
-    for (const auto& ending : m_endings) {
-      const bool is_link = ending.IsLink && letters.size() == link_letters;
-      if (!is_link && !extension.ends(ending.Letters))
-        continue;
-      test_Images(ending.First + 1);
-      m_flags.HasLink |= is_link;
-      return !is_link;
-    }
-    test_Images(m_count);
-    return false;
+    const auto* const row = std::ranges::find(extensions, extension);
+    const auto first =
+        row == extensions.end() ? no_name : m_first[static_cast<std::size_t>(row - extensions.begin())];
+    const bool is_hidden = extension.size() == link_letters && m_first_link < first;
+    m_flags.HasLink |= is_hidden;
+    test_Images(is_hidden ? m_first_link : first);
+    return !is_hidden && first != no_name;
   }
 
   template <typename Extensions>
-  bool has_AnyExtension(const Extensions& extensions) {
-    // Every walk is made, since each sets flags on its way.
-    return std::ranges::count_if(extensions, [this](auto extension) { return has_Extension(extension); }) > 0;
+  bool has_AnyExtension(const Extensions& wanted) {
+    // Every walk is made, since each sets flags.
+    return std::ranges::count_if(wanted, [this](auto extension) { return has_Extension(extension); }) > 0;
   }
 
  private:
-  struct Ending {
-    Tail Letters;
-    std::size_t First;  // the first name that has it
-    bool IsLink;
-  };
+  static constexpr auto no_name = static_cast<std::size_t>(-1);
 
   void add(std::wstring_view name) {
-    const auto count = m_count++;
-    if (!m_last_ending.empty() && name.ends_with(m_last_ending))
-      return;
-    constexpr std::size_t remembered_endings = 16;  // a selection with more of them is walked name by name
-    const auto end = end_Of(name);
-    m_last_ending = end.IsWhole ? name.substr(name.rfind(L'.')) : std::wstring_view();
-    const auto known = std::span(m_endings).first(std::min(m_endings.size(), remembered_endings));
-    if (!end.IsWhole || std::ranges::find(known, end.Letters, &Ending::Letters) == known.end()) {
-      m_endings.push_back({end.Letters, count, is_Link(end.Letters)});
-      m_has_images |= has_ImageExtension(name);
+    const auto index = m_count++;
+    if (m_last_ending.empty() || !name.ends_with(m_last_ending)) {
+      const auto dot = name.rfind(L'.');
+      m_last_ending = dot == std::wstring_view::npos ? std::wstring_view() : name.substr(dot);
+      m_is_image = has_ImageExtension(name);
+      note_Endings(tail_Of(name), index);
     }
+    if (m_is_image)
+      m_images.push_back(index);
   }
 
-  void test_Images(std::size_t end) {
-    for (; m_has_images && m_images_tested < end; ++m_images_tested) {
+  void note_Endings(const std::wstring& tail, std::size_t index) {
+    const auto ends = [&tail](std::wstring_view extension) { return tail.ends_with(extension); };
+    for (std::size_t row = 0; row < extensions.size(); ++row)
+      if (m_first[row] == no_name && ends(extensions[row]))
+        m_first[row] = index;
+    if (m_first_link == no_name && std::ranges::any_of(link_extensions, ends))
+      m_first_link = index;
+  }
+
+  void test_Images(std::size_t last) {
+    for (; m_next_image < m_images.size() && m_images[m_next_image] <= last; ++m_next_image) {
       if (m_flags.HasImage && m_flags.HasConvertible)
         return;
-      if (is_ImageFile(std::wstring(m_files[m_images_tested].path())))
+      if (is_ImageFile(std::wstring(m_files[m_images[m_next_image]].path())))
         m_flags.HasImage = m_flags.HasConvertible = true;
     }
   }
 
-  SelectionFlags& m_flags;
   std::span<const FileEntry> m_files;
-  std::vector<Ending> m_endings;
-  std::wstring_view m_last_ending;  // with its dot, as the name before has it
+  SelectionFlags& m_flags;
   std::size_t m_count = 0;
-  bool m_has_images = false;  // some name ends like an image
-  std::size_t m_images_tested = 0;
+  std::wstring_view m_last_ending;  // from its dot on; a name with the same one needs no look at the tables
+  bool m_is_image = false;          // by that ending
+  std::array<std::size_t, extensions.size()> m_first{};  // the first name with each extension
+  std::size_t m_first_link = no_name;
+  std::vector<std::size_t> m_images;  // the names that end like images
+  std::size_t m_next_image = 0;       // of those, the first that was not asked for
 };
 
 bool all_Folders(std::span<const FileEntry> files) {
@@ -162,9 +128,8 @@ SelectionFlags analyze_Files(std::span<const FileEntry> files) {
   flags.HasConvertible |= scan.has_AnyExtension(convertible_extensions);
   flags.HasEnvelope = scan.has_Extension(L"p7m");
   flags.HasPkcs7 = scan.has_Extension(L"p7s") || flags.HasEnvelope;
-  // Links are found by any walk of three letters; the walks for them make sure that there is one to the end.
-  scan.has_Extension(L"url");
-  scan.has_Extension(L"lnk");
+  // Links are found by any walk of three letters; one for them alone goes to the end.
+  scan.has_Extension(link_extensions.front());
   return flags;
 }
 

@@ -29,7 +29,7 @@ constexpr std::array<std::wstring_view, 2> usual_install_folders{LR"(c:\programm
                                                                  LR"(c:\program files\bergstede\)"};
 
 struct Reads {
-  bool IsAtWork = false;
+  bool IsAtWork = false;  // what a read brings about itself, a message of the log for example, reads plainly
   bool LoadsSwitch = false;
   bool FindsIniFiles = false;
   bool IsQuiet = false;
@@ -46,19 +46,6 @@ constinit PerApartment<Reads> reads_state;
 constinit Guarded<std::optional<std::wstring>>
     found_folder;  // the install folder that was found last by its files
 constinit std::atomic<bool> is_ReadOnly = false;
-
-// Marks the thread's reads as at work, for what they bring about themselves: a read that logs, a log that
-// reads.
-class WorkMark {
- public:
-  WorkMark() : m_reads(*reads_state) { m_reads.IsAtWork = true; }
-  ~WorkMark() { m_reads.IsAtWork = false; }
-  WorkMark(const WorkMark&) = delete;
-  WorkMark& operator=(const WorkMark&) = delete;
-
- private:
-  Reads& m_reads;
-};
 
 FoundValue read_Value(std::wstring path) {
   if (is_KeptInIni(path)) {
@@ -139,26 +126,20 @@ FoundValue read_Full(std::wstring_view path) {
   return {folder, folder};
 }
 
-// What is looked for reads settings itself: those go on without it.
-template <typename Find>
-void find_Once(bool& is_under_way, Find&& find) {
-  if (is_under_way)
-    return;
-  is_under_way = true;
-  const ScopeExit done([&is_under_way] { is_under_way = false; });
-  find();
-}
-
 }  // namespace
 
 void load_ForceHKLM() {
-  if (!is_ForceHKLMSettled())
-    find_Once(reads_state->LoadsSwitch, [] { settle_ForceHKLM(regread_Text(force_hklm.Path)); });
+  if (is_ForceHKLMSettled())
+    return;
+  if (const UnderWay loading(reads_state->LoadsSwitch); !loading.is_Nested())
+    settle_ForceHKLM(regread_Text(force_hklm.Path));
 }
 
 void find_IniFiles() {
-  if (are_IniFilesWanted())
-    find_Once(reads_state->FindsIniFiles, [] { settle_IniFiles(get_InstallFolder()); });
+  if (!are_IniFilesWanted())
+    return;
+  if (const UnderWay search(reads_state->FindsIniFiles); !search.is_Nested())
+    settle_IniFiles(get_InstallFolder());
 }
 
 std::wstring get_InstallFolder() {
@@ -175,7 +156,7 @@ RegistryValue regread(std::wstring_view asked_path) {
   if (reads.IsQuiet)
     return std::wstring();
   find_IniFiles();
-  const WorkMark work;
+  const UnderWay work(reads_state->IsAtWork);
   load_ForceHKLM();
   auto path = normalised_ForRead(asked_path);
   if (is_LastPath(reads, path))
@@ -192,7 +173,7 @@ FoundValue find_Value(std::wstring_view path) {
   if (reads_state->IsAtWork || reads_state->IsQuiet)
     return {};
   find_IniFiles();
-  const WorkMark work;
+  const UnderWay work(reads_state->IsAtWork);
   load_ForceHKLM();
   auto found = read_Full(normalised_ForRead(path));
   if (std::wstring place(in_SuiteView(found.Place)); !is_Empty(regread_api(place)))

@@ -21,11 +21,9 @@ constinit Settled<bool> may_WriteToMachine;  // by the write test
 }  // namespace
 
 void permtest(std::wstring_view test_path) {
-  auto& is_running = write_test_run->IsRunning;
-  if (may_WriteToMachine.get() || is_running)
+  const UnderWay run(write_test_run->IsRunning);
+  if (may_WriteToMachine.get() || run.is_Nested())
     return;
-  is_running = true;
-  const ScopeExit done([&is_running] { is_running = false; });
   trace_Message(L"entering permtest");
   may_WriteToMachine.settle(try_Write(test_path.empty() ? write_test.Path : test_path));
   trace_Message(L"finished permtest");

@@ -223,23 +223,16 @@ void write_Message(Log& log, std::wstring_view message) {
 bool is_On() noexcept {
   return run_Guarded(false, [] {
     auto& log = *log_state;
-    if (log.AtWork)
-      return false;
-    bool is_wanted = false;
-    {
-      log.AtWork = true;
-      const ScopeExit done([&log] { log.AtWork = false; });
-      is_wanted = is_Wanted(log);
-    }
-    return is_wanted && (log.State != Component::Off || is_trace_on.get().value_or(false));
+    const UnderWay work(log.AtWork);
+    return !work.is_Nested() && is_Wanted(log) &&
+           (log.State != Component::Off || is_trace_on.get().value_or(false));
   });
 }
 
 void write(std::wstring_view message) noexcept {
   run_Guarded([message] {
     auto& log = *log_state;
-    log.AtWork = true;
-    const ScopeExit done([&log] { log.AtWork = false; });
+    const UnderWay work(log.AtWork);
     write_Message(log, message);
   });
 }

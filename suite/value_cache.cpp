@@ -119,10 +119,9 @@ bool is_Unchanged(const std::wstring& key, const std::wstring& value) {
 
 bool load_permcache() {
   auto& own = *cache;
-  if (is_Quiet() || own.Loading)
+  const UnderWay loading(own.Loading);
+  if (is_Quiet() || loading.is_Nested())
     return false;
-  own.Loading = true;
-  const ScopeExit done([&own] { own.Loading = false; });
   if (!is_Alive(own.Store.Get()))
     create_Store();
   return own.Store != nullptr;
@@ -135,20 +134,12 @@ std::wstring get_PermanentCache(const std::wstring& key) {
   if (!key.empty())
     if (auto last = memory.with([](const auto& known) { return known; }); last && last->Key == key)
       return last->Value;
-  auto& own = *cache;
-  if (own.Reading)
-    return {};
-  own.Reading = true;
-  const ScopeExit done([&own] { own.Reading = false; });
-  return read_Store(key);
+  const UnderWay reading(cache->Reading);
+  return reading.is_Nested() ? std::wstring() : read_Store(key);
 }
 
 void set_PermanentCache(const std::wstring& key, const std::wstring& value) {
-  auto& own = *cache;
-  if (is_Quiet() || trim(key).empty() || own.Writing)
-    return;
-  own.Writing = true;
-  const ScopeExit done([&own] { own.Writing = false; });
-  if (!is_Unchanged(key, value))
+  const UnderWay writing(cache->Writing);
+  if (!is_Quiet() && !trim(key).empty() && !writing.is_Nested() && !is_Unchanged(key, value))
     write_Store(key, value);
 }

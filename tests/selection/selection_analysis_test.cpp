@@ -33,7 +33,8 @@ TEST_F(SelectionAnalysis, SortsFilesByTheirEndings) {
         L"reportpdf>Container Pdf Signable Convertible",
         L"scantif|tablexml>Container Xml Signable Convertible", L"df|nk|a.pdf.txt|p.d.f>Container",
         L"a.p7m>Container Signable Pkcs7 Envelope", L"a.p7s|b.url>Container Pkcs7 Link",
-        L"a.txt||b.pdf>Container", L"c:\\norvaks machine\\folder.png|a.txt>Container"}) {
+        L"x     png|b.     png>Container Image Convertible", L"a.txt||b.pdf>Container",
+        L"c:\\norvaks machine\\folder.png|a.txt>Container"}) {
     const auto sides = split(row, L'>');
     EXPECT_EQ(analyze(split(sides[0], L'|')), sides[1]) << to_Ansi(row);
   }
