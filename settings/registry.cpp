@@ -112,11 +112,6 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
   });
 }
 
-void forget_Reads() {
-  reads_state->Remembered.clear();
-  forget_Keys();
-}
-
 FoundValue read_Full(std::wstring_view path) {
   const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
   if (folder.empty())
@@ -204,17 +199,15 @@ RememberedReads::RememberedReads(For purpose) {
   auto& reads = *reads_state;
   const bool is_checked = purpose == For::Menu && reads.IsFresh;
   if (!is_checked && (!reads.Watch.is_Unchanged() || is_IniMode() || reads.IsDoubtful)) {
-    forget_Reads();
+    reads.Remembered.clear();
     reads.IsDoubtful = false;
   }
   reads.IsFresh = purpose == For::Selection;
   reads.Remembers = true;
-  keep_Keys(true);
 }
 
 RememberedReads::~RememberedReads() {
   reads_state->Remembers = false;
-  keep_Keys(false);
 }
 
 bool regwrite_sz(std::wstring_view path, std::wstring value) {

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <forward_list>
 #include <span>
 #include <utility>
 
-#include "base/apartment.h"
 #include "base/process_values.h"
 #include "base/text.h"
 #include "settings/registry_view.h"
@@ -89,89 +87,19 @@ RegistryValue query_Value(Query query_function, HKEY key, const Name& name, Text
   return convert(type, std::as_bytes(bytes.first(std::min<std::size_t>(size, bytes.size()))), read_text);
 }
 
-struct OpenedKey {
-  HKEY Root = nullptr;
-  std::wstring Path;
-  unique_hkey Key;  // null with the status that opening it gave
-  LSTATUS Status = ERROR_SUCCESS;
-};
-
-struct KeptKeys {
-  bool Keeps = false;
-  std::forward_list<OpenedKey> Keys;
-};
-
-constinit PerApartment<KeptKeys> kept_keys;
-
-OpenedKey open_ByAnsiName(const RegistryPlace& place) {
-  OpenedKey key{place.Root, place.Key, {}, ERROR_INVALID_NAME};
+RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
+  status = ERROR_INVALID_NAME;
   HKEY opened = nullptr;
   assert_Unlocked();
-  if (key.Root != nullptr)
-    key.Status = RegOpenKeyExA(key.Root, to_Ansi(key.Path).c_str(), 0, KEY_READ, &opened);
-  key.Key.reset(opened);
-  return key;
-}
-
-bool is_BelowMissing(std::wstring_view path, const OpenedKey& key) {
-  const auto length = key.Path.size();
-  return key.Status == ERROR_FILE_NOT_FOUND && path.size() > length && path[length] == L'\\' &&
-         equals_IgnoringCase(path.substr(0, length), key.Path);
-}
-
-// The place's key, or a missing one above it; null when neither is kept or none is at present.
-const OpenedKey* find_Kept(const RegistryPlace& place) {
-  const auto& kept = *kept_keys;
-  if (kept.Keeps)
-    for (const auto& key : kept.Keys)
-      if (key.Root == place.Root &&
-          (equals_IgnoringCase(key.Path, place.Key) || is_BelowMissing(place.Key, key)))
-        return &key;
-  return nullptr;
-}
-
-// A key that is not kept stays in `opened`: any other failure than a missing key may pass, and concerns this
-// one read.
-const OpenedKey& find_Key(const RegistryPlace& place, OpenedKey& opened) {
-  if (const auto* known = find_Kept(place))
-    return *known;
-  opened = open_ByAnsiName(place);
-  const bool lasts = opened.Key || opened.Status == ERROR_FILE_NOT_FOUND;
-  auto& kept = *kept_keys;
-  return kept.Keeps && lasts ? kept.Keys.emplace_front(std::move(opened)) : opened;
-}
-
-RegistryValue read_AnsiValue(const RegistryPlace& place, LSTATUS& status) {
-  OpenedKey opened;
-  const auto& key = find_Key(place, opened);
-  status = key.Status;
+  if (place.Root != nullptr)
+    status = RegOpenKeyExA(place.Root, to_Ansi(place.Key).c_str(), 0, KEY_READ, &opened);
+  const unique_hkey key(opened);
   DWORD type = REG_NONE;
-  assert_Unlocked();
-  return key.Key
-             ? query_Value(RegQueryValueExA, key.Key.get(), to_Ansi(place.Name), read_AnsiText, type, status)
+  return key ? query_Value(RegQueryValueExA, opened, to_Ansi(place.Name), read_AnsiText, type, status)
              : RegistryValue();
 }
 
-// A 64-bit program's own view has nothing of the suite as a rule. One look at its maker's key below SOFTWARE
-// then spares one for each key below that.
-void look_ForMaker(const RegistryPlace& place) {
-  const auto maker_end = place.Key.find(L'\\', place.Key.find(L'\\') + 1);
-  OpenedKey opened;
-  if (kept_keys->Keeps)
-    find_Key({place.Root, place.Key.substr(0, maker_end), {}}, opened);
-}
-
 }  // namespace
-
-void keep_Keys(bool keeps) {
-  auto& kept = *kept_keys;
-  kept.Keeps = keeps;
-  kept.Keys.remove_if([](const OpenedKey& key) { return key.Key != nullptr; });
-}
-
-void forget_Keys() {
-  kept_keys->Keys.clear();
-}
 
 bool is_Empty(const RegistryValue& value) {
   return std::visit([](const auto& content) { return content.empty(); }, value);
@@ -202,13 +130,9 @@ RegistryValue regread_api(std::wstring_view path) {
 
 ApiAnswer ask_Registry(std::wstring_view path) {
   ApiAnswer answer{{}, is_Ascii(path)};
-  bool is_SuitesView = true;  // which is asked first
   answer.Value = ask_Views(path, [&](std::wstring_view path_in_view) {
     LSTATUS status = ERROR_SUCCESS;
-    const auto place = find_Place(path_in_view);
-    if (!std::exchange(is_SuitesView, false))
-      look_ForMaker(place);
-    auto value = read_AnsiValue(place, status);
+    auto value = read_AnsiValue(find_Place(path_in_view), status);
     answer.IsMissing = answer.IsMissing && status == ERROR_FILE_NOT_FOUND;
     return value;
   });

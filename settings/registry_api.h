@@ -1,5 +1,5 @@
 // The registry functions alone: reads by one path text (root, key path and value name joined by backslashes),
-// and what lies behind a place that such a path names. No state but keys that are kept for a while.
+// and what lies behind a place that such a path names. No state.
 #pragma once
 
 #include <windows.h>
@@ -37,13 +37,6 @@ struct ApiAnswer {
   bool IsMissing = false;
 };
 ApiAnswer ask_Registry(std::wstring_view path);
-
-// From now on the keys that are read stay open, and missing ones count as missing; or, at the end, open ones
-// are closed.
-void keep_Keys(bool keeps);
-
-// Every key is looked up again: a write may have made it.
-void forget_Keys();
 
 struct RegistryPlace {
   HKEY Root;

@@ -38,7 +38,6 @@ std::wstring read_ByScriptHost(std::wstring_view path) {
 }
 
 bool write_ByScriptHost(std::wstring_view path, const _variant_t& value, const wchar_t* type) {
-  forget_Keys();
   return call_Member(shell->Get(), L"RegWrite", {text_Argument(in_SuiteView(path)), value, type}).has_value();
 }
 
