@@ -111,7 +111,7 @@ class Results {
 
 bool measure_Warm(const Kind& kind, Results& results) {
   const auto paths = make_Paths(kind);
-  const auto selection = host::create_drop_list_object(paths);
+  const auto selection = host::create_DropListObject(paths);
   const std::size_t rounds = std::clamp<std::size_t>(100000 / (kind.Count + 100), 60, 600);
   constexpr std::size_t warm_up = 5;
   std::array<std::array<std::vector<double>, handlers.size()>, phase_names.size()> samples;
@@ -170,7 +170,7 @@ int run_Load(std::string_view name) {
 }
 
 int run_Cold(std::string_view name) {
-  const auto selection = host::create_drop_list_object(make_Paths(kinds.front()));
+  const auto selection = host::create_DropListObject(make_Paths(kinds.front()));
   const auto handler = std::ranges::find(handlers, name, &Handler::Name);
   const auto times = right_Click(handler->Class, selection.Get());
   return times ? static_cast<int>((*times)[static_cast<std::size_t>(Phase::Total)]) : 0;
@@ -187,7 +187,7 @@ double measure_Windows(const Handler& handler, std::size_t windows) {
     threads.emplace_back([&] {
       OleInitialize(nullptr);
       {
-        const auto selection = host::create_drop_list_object(paths);
+        const auto selection = host::create_DropListObject(paths);
         for (std::size_t round = 0; round < rounds + warm_up; ++round)
           if (const auto times = right_Click(handler.Class, selection.Get()); times && round >= warm_up)
             sample.push_back((*times)[static_cast<std::size_t>(Phase::Total)]);

@@ -1,4 +1,4 @@
-// The commands of the host, one row of a table each, and the usage text made from it. Keeps no state.
+// The commands of the host, one row of a table each, and the usage text made from it. No state.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace host {
 
-/// Carries out the command that the arguments name and gives the exit status; throws a Failure where it
-/// cannot.
-int run_command(const Arguments& arguments);
+// Carries out the command that the arguments name and returns the exit status; throws a Failure where that
+// cannot be done.
+int run_Command(const Arguments& arguments);
 
-/// The text of --help.
-std::wstring describe_usage();
+// The text of --help.
+std::wstring describe_Usage();
 
 }  // namespace host

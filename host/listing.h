@@ -1,4 +1,4 @@
-// How a selection and what the extension offers for it read, as text and as JSON. Keeps no state.
+// A selection, what the extension offers for it, and a diagnosis, written as text and as JSON. No state.
 #pragma once
 
 #include <string>
@@ -13,18 +13,17 @@ namespace host {
 
 constexpr std::wstring_view nothing_offered = L"The extension offers nothing for this selection.\n";
 
-/// The JSON value that says who made the selection's data object.
-std::wstring describe_data_object(const Selection& selection);
+// The JSON value that says who made the selection's data object.
+std::wstring describe_DataObject(const Selection& selection);
 
-/// The offer as aligned columns, and the count that the extension returned.
-std::wstring describe_offer(const Offer& offer);
+// The offer as aligned columns, and the count that the extension returned.
+std::wstring describe_Offer(const Offer& offer);
 
-/// The offer and what was asked for as one JSON object in one line.
-std::wstring describe_offer_as_json(const Selection& selection, const Offer& offer,
-                                    const Arguments& arguments);
+// The offer and what was asked for as one JSON object in one line.
+std::wstring describe_OfferAsJson(const Selection& selection, const Offer& offer, const Arguments& arguments);
 
-/// The report of a diagnosis, section by section, for reading and as one JSON object.
-std::wstring describe_diagnosis(const std::vector<Section>& sections);
-std::wstring describe_diagnosis_as_json(const std::vector<Section>& sections);
+// The report of a diagnosis, section by section, for reading and as one JSON object.
+std::wstring describe_Diagnosis(const std::vector<Section>& sections);
+std::wstring describe_DiagnosisAsJson(const std::vector<Section>& sections);
 
 }  // namespace host

@@ -5,5 +5,5 @@
 #include "host/program.h"
 
 int wmain(int count, wchar_t** words) {
-  return host::run_words(std::vector<std::wstring_view>(words + 1, words + count));
+  return host::run_Words(std::vector<std::wstring_view>(words + 1, words + count));
 }

@@ -17,13 +17,12 @@
 namespace host {
 namespace {
 
-/// COM on this thread for as long as the object lives; every interface must be released before it ends.
+// COM on this thread for as long as the object lives; every interface must be released before it ends.
 class ComApartment {
  public:
   ComApartment() {
-    if (FAILED(OleInitialize(nullptr))) {
+    if (FAILED(OleInitialize(nullptr)))
       throw Failure{L"COM cannot be started."};
-    }
   }
   ~ComApartment() {
     // The extension's DLL leaves while COM still stands: its own last steps may need COM.
@@ -34,31 +33,31 @@ class ComApartment {
   ComApartment& operator=(const ComApartment&) = delete;
 };
 
-int run_program(std::span<const std::wstring_view> words) {
-  const Arguments arguments = parse_arguments(words);
+int run_Program(std::span<const std::wstring_view> words) {
+  const Arguments arguments = parse_Arguments(words);
   if (arguments.WantsHelp) {
-    print_text(describe_usage());
+    print_Text(describe_Usage());
     return exit_success;
   }
   if (arguments.WantsVersion) {
-    print_text(L"menuhost " + std::wstring(ProgramVersion) + L"\n");
+    print_Text(L"menuhost " + std::wstring(program_version) + L"\n");
     return exit_success;
   }
   use_DiagnosticLog();
   const ComApartment apartment;
-  return run_command(arguments);
+  return run_Command(arguments);
 }
 
 }  // namespace
 
-int run_words(std::span<const std::wstring_view> words) {
+int run_Words(std::span<const std::wstring_view> words) {
   try {
-    return run_program(words);
+    return run_Program(words);
   } catch (const Failure& failure) {
-    print_note(failure.Sentence);
+    print_Note(failure.Sentence);
     return failure.ExitStatus;
   } catch (const std::exception& error) {
-    print_note(L"The program cannot go on: " +
+    print_Note(L"The program cannot go on: " +
                std::wstring(error.what(), error.what() + std::strlen(error.what())));
     return exit_failure;
   }

@@ -1,4 +1,4 @@
-// The whole program but for its entry: words in, printed text and an exit status out. Keeps no state.
+// The whole program except its entry: words in, printed text and an exit status out. No state.
 #pragma once
 
 #include <span>
@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// Carries out the words after the program name, a failure reported on stderr; gives the exit status.
-int run_words(std::span<const std::wstring_view> words);
+// Carries out the words after the program name and returns the exit status; a failure is told on stderr.
+int run_Words(std::span<const std::wstring_view> words);
 
 }  // namespace host

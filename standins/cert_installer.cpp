@@ -4,26 +4,26 @@
 #include "base/handles.h"
 #include "standins/component_server.h"
 
-namespace suite {
+namespace standins {
 namespace {
 
-unique_hkey create_key(HKEY parent, const wchar_t* path, DWORD options) {
+unique_hkey create_Key(HKEY parent, const wchar_t* path, DWORD options) {
   HKEY key = nullptr;
-  throw_unless_success(
+  throw_UnlessSuccess(
       RegCreateKeyExW(parent, path, 0, nullptr, options, KEY_READ | KEY_WRITE, nullptr, &key, nullptr));
   return unique_hkey(key);
 }
 
 // The values outlive every process but not the user's session, and never reach the disk: among them are
 // secrets. Only the last key is volatile, because a lasting key cannot be created below a volatile one.
-unique_hkey open_store() {
-  const unique_hkey branch = create_key(HKEY_CURRENT_USER, L"Software\\Norvak", REG_OPTION_NON_VOLATILE);
-  return create_key(branch.get(), L"SharedValues", REG_OPTION_VOLATILE);
+unique_hkey open_Store() {
+  const unique_hkey branch = create_Key(HKEY_CURRENT_USER, L"Software\\Norvak", REG_OPTION_NON_VOLATILE);
+  return create_Key(branch.get(), L"SharedValues", REG_OPTION_VOLATILE);
 }
 
 // The registry takes value names that differ only in case for one name and ends a name at a NUL; the
 // store's keys are exact texts. So everything but lower-case letters and digits is written as its code.
-std::wstring compose_value_name(const std::wstring& key) {
+std::wstring compose_ValueName(const std::wstring& key) {
   constexpr std::wstring_view digits = L"0123456789abcdef";
   std::wstring name;
   for (const wchar_t character : key) {
@@ -32,56 +32,54 @@ std::wstring compose_value_name(const std::wstring& key) {
       continue;
     }
     name += L'%';
-    for (const int shift : {12, 8, 4, 0}) {
+    for (const int shift : {12, 8, 4, 0})
       name += digits[static_cast<std::size_t>((character >> shift) & 0xF)];
-    }
   }
   return name;
 }
 
-_variant_t get_value(Arguments arguments) {
-  const unique_hkey store = open_store();
-  const std::wstring name = compose_value_name(convert_to_text(arguments[0]));
+_variant_t get_Value(Arguments arguments) {
+  const unique_hkey store = open_Store();
+  const std::wstring name = compose_ValueName(as_Text(arguments[0]));
   std::wstring text;
   DWORD bytes = 0;
   LSTATUS code = ERROR_SUCCESS;
-  // The first query tells the size, and so does each one that a longer text of another process overtook.
+  // The first query tells the size, and so does each one before which another process wrote a longer text.
   do {
     text.resize(bytes / sizeof(wchar_t));
     code = RegQueryValueExW(store.get(), name.c_str(), nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()),
                             &bytes);
   } while (code == ERROR_MORE_DATA);
-  if (code == ERROR_FILE_NOT_FOUND) {
+  if (code == ERROR_FILE_NOT_FOUND)
     return L"";
-  }
-  throw_unless_success(code);
+  throw_UnlessSuccess(code);
   text.resize(bytes / sizeof(wchar_t));
   return _variant_t(_bstr_t(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())), false));
 }
 
 // An empty text reads the same as no text, so it is not kept.
-_variant_t set_value(Arguments arguments) {
-  const unique_hkey store = open_store();
-  const std::wstring name = compose_value_name(convert_to_text(arguments[0]));
-  const std::wstring text = convert_to_text(arguments[1]);
+_variant_t set_Value(Arguments arguments) {
+  const unique_hkey store = open_Store();
+  const std::wstring name = compose_ValueName(as_Text(arguments[0]));
+  const std::wstring text = as_Text(arguments[1]);
   if (text.empty()) {
     const LSTATUS code = RegDeleteValueW(store.get(), name.c_str());
-    throw_unless_success(code == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : code);
+    throw_UnlessSuccess(code == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : code);
     return {};
   }
-  throw_unless_success(RegSetValueExW(store.get(), name.c_str(), 0, REG_BINARY,
-                                      reinterpret_cast<const BYTE*>(text.data()),
-                                      static_cast<DWORD>(text.size() * sizeof(wchar_t))));
+  throw_UnlessSuccess(RegSetValueExW(store.get(), name.c_str(), 0, REG_BINARY,
+                                     reinterpret_cast<const BYTE*>(text.data()),
+                                     static_cast<DWORD>(text.size() * sizeof(wchar_t))));
   return {};
 }
 
-std::vector<Member> create_store_members() {
+std::vector<Member> create_StoreMembers() {
   return {
       {L"info", call_or_read, 0, [](Arguments) { return _variant_t(1L); }},
-      // The store is no part of any session that could be unloaded: nothing has to be switched off.
+      // The store belongs to no session that could be unloaded, so there is nothing to switch off.
       {L"DisableSessionUnloading", call_or_read, 0, [](Arguments) { return _variant_t(); }},
-      {L"get_PIN", call_or_read, 1, get_value},
-      {L"set_PIN", call_or_read, 2, set_value},
+      {L"get_PIN", call_or_read, 1, get_Value},
+      {L"set_PIN", call_or_read, 2, set_Value},
   };
 }
 
@@ -91,7 +89,7 @@ const Component value_store_component = {
     L"NorvakCertInstaller",
     L"NorvakCertInstaller.iCache",
     {0xeef5b38b, 0x34b9, 0x4a50, {0x88, 0xd3, 0xca, 0xf1, 0x45, 0x7e, 0xc9, 0x99}},
-    create_store_members,
+    create_StoreMembers,
 };
 
-}  // namespace suite
+}  // namespace standins

@@ -1,4 +1,4 @@
-// Files as a whole: opened, read, written. Keeps no state.
+// Files as a whole: opened, read, written. No state.
 #pragma once
 
 #include <windows.h>
@@ -9,16 +9,16 @@
 
 #include "base/handles.h"
 
-namespace suite {
+namespace standins {
 
-/// The opened file; null, with the reason in the last error, when it cannot be opened.
-unique_kernel_handle open_file(const std::wstring& path, DWORD access, DWORD share, DWORD disposition);
+// The opened file; null, with the reason in the last error, when it cannot be opened.
+unique_kernel_handle open_File(const std::wstring& path, DWORD access, DWORD share, DWORD disposition);
 
-/// The whole content of the file; nothing, with the reason in the last error, when it cannot be read.
-std::optional<std::string> read_file(const std::wstring& path);
+// The whole content of the file; nothing, with the reason in the last error, when it cannot be read.
+std::optional<std::string> read_File(const std::wstring& path);
 
-/// Writes the file anew; one that could not be written whole is removed. Returns ERROR_SUCCESS or the
-/// platform's error code.
-DWORD write_file(const std::wstring& path, std::string_view content);
+// Writes the file, in place of one that is there; one that could not be written whole is removed. Returns
+// ERROR_SUCCESS or the platform's error code.
+DWORD write_File(const std::wstring& path, std::string_view content);
 
-}  // namespace suite
+}  // namespace standins

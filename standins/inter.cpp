@@ -5,19 +5,20 @@
 #include "base/handles.h"
 #include "standins/component_server.h"
 
-namespace suite {
+namespace standins {
 namespace {
 
 // Explorer waits here on the thread that owns the menu. A holder that takes longer is stuck, and passing it
 // by costs at worst one value; waiting for it would cost the desktop.
 constexpr DWORD longest_lock_milliseconds = 3000;
 
-// The system's surrogate has one thread for the objects of all programs, so that there each object waits for
-// the others: the one that holds the lock, and what tells that it has let go.
+// The system's surrogate has one thread for the objects of all programs, and a mutex never makes its own
+// thread wait. So the objects there wait for each other by these: the one that holds the lock, and the event
+// that it has let go.
 const void* holder_in_surrogate = nullptr;
 unique_kernel_handle released_in_surrogate;
 
-bool is_surrogate() {
+bool is_Surrogate() {
   std::wstring path(MAX_PATH, L'\0');
   path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
   constexpr std::wstring_view name = L"\\dllhost.exe";
@@ -32,9 +33,8 @@ class SharedLock {
   SharedLock(const SharedLock&) = delete;
   SharedLock& operator=(const SharedLock&) = delete;
   ~SharedLock() {
-    for (; m_holds > 0; --m_holds) {
+    for (; m_holds > 0; --m_holds)
       ReleaseMutex(m_mutex.get());
-    }
     if (holder_in_surrogate == this) {
       holder_in_surrogate = nullptr;
       SetEvent(released_in_surrogate.get());
@@ -43,38 +43,33 @@ class SharedLock {
 
   // False when the present holder has not let go in time.
   bool take() {
-    if (!m_mutex) {
+    if (!m_mutex)
       m_mutex.reset(CreateMutexW(nullptr, FALSE, L"Local\\NorvakInter.SemaPhore"));
-    }
-    const bool is_shared = is_surrogate();
-    if (is_shared && !wait_for_other_objects()) {
+    const bool is_shared = is_Surrogate();
+    if (is_shared && !wait_ForOtherObjects())
       return false;
-    }
     const DWORD waited = WaitForSingleObject(m_mutex.get(), longest_lock_milliseconds);
     // A holder that died without letting go leaves the lock to the next one.
     const bool taken = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
     m_holds += taken ? 1 : 0;
-    if (is_shared && taken) {
+    if (is_shared && taken)
       holder_in_surrogate = this;
-    }
     return taken;
   }
 
  private:
   // Calls come in meanwhile, the holder's release among them.
-  bool wait_for_other_objects() const {
-    if (!released_in_surrogate) {
+  bool wait_ForOtherObjects() const {
+    if (!released_in_surrogate)
       released_in_surrogate.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-    }
     const auto end = GetTickCount64() + longest_lock_milliseconds;
     while (holder_in_surrogate != nullptr && holder_in_surrogate != this) {
       const auto now = GetTickCount64();
       DWORD index = 0;
       HANDLE released = released_in_surrogate.get();
       if (now >= end ||
-          FAILED(CoWaitForMultipleHandles(0, static_cast<DWORD>(end - now), 1, &released, &index))) {
+          FAILED(CoWaitForMultipleHandles(0, static_cast<DWORD>(end - now), 1, &released, &index)))
         return false;
-      }
     }
     return true;
   }
@@ -83,7 +78,7 @@ class SharedLock {
   int m_holds = 0;
 };
 
-std::vector<Member> create_lock_members() {
+std::vector<Member> create_LockMembers() {
   const auto lock = std::make_shared<SharedLock>();
   return {
       {L"info", call_or_read, 0, [](Arguments) { return _variant_t(1L); }},
@@ -98,7 +93,7 @@ const Component semaphore_component = {
     L"NorvakInter",
     L"NorvakInter.SemaPhore",
     {0x6403df2d, 0x5d83, 0x4677, {0x90, 0x45, 0x00, 0x6b, 0x29, 0x2e, 0x15, 0xd6}},
-    create_lock_members,
+    create_LockMembers,
 };
 
-}  // namespace suite
+}  // namespace standins

@@ -2,8 +2,8 @@
 // and how. The record file is named by the environment variable NORVAK_SUITE_RECORD, else it is
 // command-lines.log beside the program; one line a start: file name, TAB, the command line as received.
 // NORVAK_SUITE_SHOW (milliseconds) also shows the command line in a window for that long.
-// The signing worker also works its queue off, into signed.log beside the record file; with
-// NORVAK_SUITE_WORK_DELAY (milliseconds) it keeps the queue busy for that much longer.
+// The signing worker also signs the files in its queue, into signed.log beside the record file; with
+// NORVAK_SUITE_WORK_DELAY (milliseconds) each list stays in the queue for that much longer.
 #include <windows.h>
 
 #include <array>
@@ -23,28 +23,28 @@ constexpr int window_width = 640;
 constexpr int window_height = 120;
 constexpr int text_margin = 12;
 
-std::wstring read_environment(const wchar_t* name) {
+std::wstring read_Environment(const wchar_t* name) {
   std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
   value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
   return value;
 }
 
-std::filesystem::path find_program_file() {
+std::filesystem::path find_ProgramFile() {
   std::array<wchar_t, 32768> buffer{};
   GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
   return buffer.data();
 }
 
-UINT read_milliseconds(const wchar_t* name) {
-  return static_cast<UINT>(std::wcstoul(read_environment(name).c_str(), nullptr, 10));
+UINT read_Milliseconds(const wchar_t* name) {
+  return static_cast<UINT>(std::wcstoul(read_Environment(name).c_str(), nullptr, 10));
 }
 
-bool is_asked_to_sign(const std::wstring& name) {
+bool is_AskedToSign(const std::wstring& name) {
   return CompareStringOrdinal(name.c_str(), -1, L"NorvakWorkerProcess.exe", -1, TRUE) == CSTR_EQUAL &&
          __argc == 2 && __wargv[1] == std::wstring_view(L"signit");
 }
 
-void paint_command_line(HWND hwnd) {
+void paint_CommandLine(HWND hwnd) {
   PAINTSTRUCT paint;
   const HDC dc = BeginPaint(hwnd, &paint);
   RECT area;
@@ -56,10 +56,10 @@ void paint_command_line(HWND hwnd) {
   EndPaint(hwnd, &paint);
 }
 
-LRESULT CALLBACK handle_message(HWND hwnd, UINT message, WPARAM wparam, LPARAM lparam) {
+LRESULT CALLBACK handle_Message(HWND hwnd, UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
     case WM_PAINT:
-      paint_command_line(hwnd);
+      paint_CommandLine(hwnd);
       return 0;
     case WM_TIMER:
     case WM_KEYDOWN:
@@ -75,9 +75,9 @@ LRESULT CALLBACK handle_message(HWND hwnd, UINT message, WPARAM wparam, LPARAM l
   }
 }
 
-void show_command_line(HINSTANCE instance, const std::wstring& title, UINT milliseconds) {
+void show_CommandLine(HINSTANCE instance, const std::wstring& title, UINT milliseconds) {
   WNDCLASSW window_class{};
-  window_class.lpfnWndProc = handle_message;
+  window_class.lpfnWndProc = handle_Message;
   window_class.hInstance = instance;
   window_class.hCursor = LoadCursorW(nullptr, IDC_ARROW);
   window_class.hbrBackground = GetSysColorBrush(COLOR_WINDOW);
@@ -87,36 +87,33 @@ void show_command_line(HINSTANCE instance, const std::wstring& title, UINT milli
                                   CW_USEDEFAULT, CW_USEDEFAULT, window_width, window_height, nullptr, nullptr,
                                   instance, nullptr);
   // Without a timer nothing would ever close a window that nobody sees.
-  if (hwnd == nullptr || SetTimer(hwnd, closing_timer, milliseconds, nullptr) == 0) {
+  if (hwnd == nullptr || SetTimer(hwnd, closing_timer, milliseconds, nullptr) == 0)
     return;
-  }
   MSG message;
-  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+  while (GetMessageW(&message, nullptr, 0, 0) > 0)
     DispatchMessageW(&message);
-  }
 }
 
 }  // namespace
 
-/// Records the start and, when asked to, shows it. The exit code is 0, the error of the record file
-/// or what stopped the signing.
+// Records the start and, when asked to, shows it. The exit code is 0, the error of the record file
+// or what stopped the signing.
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
-  const std::filesystem::path program = find_program_file();
+  const std::filesystem::path program = find_ProgramFile();
   const std::wstring name = program.filename().wstring();
-  std::filesystem::path record = read_environment(L"NORVAK_SUITE_RECORD");
-  if (record.empty()) {
+  std::filesystem::path record = read_Environment(L"NORVAK_SUITE_RECORD");
+  if (record.empty())
     record = program.parent_path() / L"command-lines.log";
-  }
-  const DWORD error = suite::append_line(record.wstring(), name + L'\t' + GetCommandLineW());
+  const DWORD error = standins::append_Line(record.wstring(), name + L'\t' + GetCommandLineW());
 
   long work = S_OK;
-  if (is_asked_to_sign(name)) {
-    work = suite::work_queue_off(record.parent_path() / L"signed.log",
-                                 read_milliseconds(L"NORVAK_SUITE_WORK_DELAY"));
+  if (is_AskedToSign(name)) {
+    work = standins::sign_QueuedFiles(record.parent_path() / L"signed.log",
+                                      read_Milliseconds(L"NORVAK_SUITE_WORK_DELAY"));
   }
-  if (!read_environment(L"NORVAK_SUITE_SHOW").empty()) {
-    const UINT milliseconds = read_milliseconds(L"NORVAK_SUITE_SHOW");
-    show_command_line(instance, name, milliseconds == 0 ? default_show_milliseconds : milliseconds);
+  if (!read_Environment(L"NORVAK_SUITE_SHOW").empty()) {
+    const UINT milliseconds = read_Milliseconds(L"NORVAK_SUITE_SHOW");
+    show_CommandLine(instance, name, milliseconds == 0 ? default_show_milliseconds : milliseconds);
   }
   return error == ERROR_SUCCESS ? work : static_cast<int>(error);
 }

@@ -7,7 +7,7 @@
 
 #include "standins/utf8_file.h"
 
-namespace suite {
+namespace standins {
 namespace {
 
 using _com_util::CheckError;
@@ -30,65 +30,60 @@ _variant_t call(IDispatch* object, const wchar_t* name, Values... reversed) {
 }
 
 // The other processes wait while the object lives. One thread may take it more than once.
-AutomationObject take_semaphore() {
+AutomationObject take_Semaphore() {
   AutomationObject semaphore(L"NorvakInter.SemaPhore");
   call(semaphore, L"WaitingForSemaphore", short{6}, 666L, L"SigningWorker");
   return semaphore;
 }
 
-std::wstring read_queue(IDispatch* store) {
-  const auto semaphore = take_semaphore();
+std::wstring read_Queue(IDispatch* store) {
+  const auto semaphore = take_Semaphore();
   const _bstr_t queue(call(store, L"get_PIN", queue_key));
   return {static_cast<const wchar_t*>(queue), queue.length()};
 }
 
-bool is_pdf(const std::filesystem::path& file) {
+bool is_Pdf(const std::filesystem::path& file) {
   return CompareStringOrdinal(file.extension().c_str(), -1, L".pdf", -1, TRUE) == CSTR_EQUAL;
 }
 
-// Of a folder, the PDF files in it, and in a folder that is named like one.
+// Signs a file, or the PDF files in a folder and in those of its folders that are named like one.
 // NOLINTNEXTLINE(misc-no-recursion): as deep as folders are
-void sign_path(const std::filesystem::path& path, const std::filesystem::path& log) {
+void sign_Path(const std::filesystem::path& path, const std::filesystem::path& log) {
   std::error_code error;
-  if (std::filesystem::is_regular_file(path, error)) {
-    append_line(log.wstring(), L"signed\t" + path.wstring());
-  }
-  for (const auto& entry : std::filesystem::directory_iterator(path, error)) {
-    if (is_pdf(entry)) {
-      sign_path(entry, log);
-    }
-  }
+  if (std::filesystem::is_regular_file(path, error))
+    append_Line(log.wstring(), L"signed\t" + path.wstring());
+  for (const auto& entry : std::filesystem::directory_iterator(path, error))
+    if (is_Pdf(entry))
+      sign_Path(entry, log);
 }
 
-void sign_files(const std::wstring& files, const std::filesystem::path& log) {
+void sign_Files(const std::wstring& files, const std::filesystem::path& log) {
   std::wistringstream list(files);
-  for (std::wstring path; std::getline(list, path, separator);) {
-    sign_path(path, log);
-  }
+  for (std::wstring path; std::getline(list, path, separator);)
+    sign_Path(path, log);
 }
 
 // Takes the list out of the queue. One that came in behind it, or in its place, stays.
-void remove_from_queue(IDispatch* store, const std::wstring& files) {
-  const auto semaphore = take_semaphore();
-  const std::wstring queue = read_queue(store);
-  if (queue == files || queue.starts_with(files + separator)) {
+void remove_FromQueue(IDispatch* store, const std::wstring& files) {
+  const auto semaphore = take_Semaphore();
+  const std::wstring queue = read_Queue(store);
+  if (queue == files || queue.starts_with(files + separator))
     call(store, L"set_PIN", queue.substr(std::min(files.size() + 1, queue.size())).c_str(), queue_key);
-  }
 }
 
 }  // namespace
 
-long work_queue_off(const std::filesystem::path& log, unsigned delay) try {
+long sign_QueuedFiles(const std::filesystem::path& log, unsigned delay) try {
   CheckError(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));  // until the program ends
   const AutomationObject store(L"NorvakCertInstaller.iCache");
-  for (std::wstring files = read_queue(store); !files.empty(); files = read_queue(store)) {
-    sign_files(files, log);
+  for (std::wstring files = read_Queue(store); !files.empty(); files = read_Queue(store)) {
+    sign_Files(files, log);
     Sleep(delay);
-    remove_from_queue(store, files);
+    remove_FromQueue(store, files);
   }
   return S_OK;
 } catch (const _com_error& error) {
   return error.Error();
 }
 
-}  // namespace suite
+}  // namespace standins

@@ -1,12 +1,13 @@
-// The work of the signing worker: the queue of files in the store that the suite's processes share. No state.
+// The work of the signing worker: it signs the files whose paths are in a queue, which is a value in the
+// store that the suite's processes share. No state.
 #pragma once
 
 #include <filesystem>
 
-namespace suite {
+namespace standins {
 
-/// Works the queue off until it is empty: a line, "signed", TAB, path, in the log for each file that exists.
-/// A list stays in the queue for the delay (milliseconds) longer. Returns S_OK or what stopped the work.
-long work_queue_off(const std::filesystem::path& log, unsigned delay);
+// Signs the files of the queue until it is empty: for each that exists, the log gets the line "signed", TAB,
+// path. A list stays in the queue for the delay (milliseconds) longer. Returns S_OK or what stopped the work.
+long sign_QueuedFiles(const std::filesystem::path& log, unsigned delay);
 
-}  // namespace suite
+}  // namespace standins

@@ -2,7 +2,7 @@
 
 #include "standins/file_content.h"
 
-namespace suite {
+namespace standins {
 namespace {
 
 // A writer holds the file for the time of one write only; whoever still cannot have it after this long gives
@@ -12,22 +12,21 @@ constexpr ULONGLONG longest_wait_milliseconds = 2000;
 // Append access makes Windows place each write at the end of the file in one step. Wine looks for the end
 // and writes there in two, and lines of several processes overwrote each other: so no two writers have the
 // file open at once. Readers are not kept out.
-unique_kernel_handle open_for_append(const std::wstring& path) {
+unique_kernel_handle open_ForAppend(const std::wstring& path) {
   const ULONGLONG start = GetTickCount64();
   for (;;) {
     unique_kernel_handle file =
-        open_file(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_ALWAYS);
+        open_File(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_ALWAYS);
     if (file || GetLastError() != ERROR_SHARING_VIOLATION ||
-        GetTickCount64() - start > longest_wait_milliseconds) {
+        GetTickCount64() - start > longest_wait_milliseconds)
       return file;
-    }
     Sleep(1);
   }
 }
 
 }  // namespace
 
-std::string convert_to_utf8(std::wstring_view text) {
+std::string to_Utf8(std::wstring_view text) {
   const int length = static_cast<int>(text.size());
   const int needed = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
   std::string bytes(static_cast<std::size_t>(needed), '\0');
@@ -35,11 +34,10 @@ std::string convert_to_utf8(std::wstring_view text) {
   return bytes;
 }
 
-std::wstring convert_from_utf8(std::string_view bytes) {
+std::wstring from_Utf8(std::string_view bytes) {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-  if (bytes.starts_with(byte_order_mark)) {
+  if (bytes.starts_with(byte_order_mark))
     bytes.remove_prefix(byte_order_mark.size());
-  }
   const int length = static_cast<int>(bytes.size());
   const int needed = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, nullptr, 0);
   std::wstring text(static_cast<std::size_t>(needed), L'\0');
@@ -47,17 +45,15 @@ std::wstring convert_from_utf8(std::string_view bytes) {
   return text;
 }
 
-DWORD append_line(const std::wstring& path, std::wstring_view line) {
-  const std::string bytes = convert_to_utf8(line) + "\r\n";
-  const unique_kernel_handle file = open_for_append(path);
-  if (!file) {
+DWORD append_Line(const std::wstring& path, std::wstring_view line) {
+  const std::string bytes = to_Utf8(line) + "\r\n";
+  const unique_kernel_handle file = open_ForAppend(path);
+  if (!file)
     return GetLastError();
-  }
   DWORD written = 0;
-  if (!WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr)) {
+  if (!WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr))
     return GetLastError();
-  }
   return written == bytes.size() ? ERROR_SUCCESS : ERROR_WRITE_FAULT;
 }
 
-}  // namespace suite
+}  // namespace standins

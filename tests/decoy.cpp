@@ -10,6 +10,6 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void*) {
   GetModuleFileNameW(instance, own.data(), MAX_PATH);
   GetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record.data(), MAX_PATH);
   if (reason == DLL_PROCESS_ATTACH)
-    suite::append_line(record.data(), own.data());
+    standins::append_Line(record.data(), own.data());
   return TRUE;
 }

@@ -5,13 +5,15 @@
 
 #include "base/apartment.h"
 #include "base/log.h"
+#include "base/text.h"
 #include "host/arguments.h"
+#include "host/doctor/named_programs.h"
+#include "host/doctor/reasons.h"
 #include "host/doctor/registration_state.h"
 #include "host/explorer/context_menu.h"
 #include "host/explorer/failure.h"
 #include "host/explorer/handles.h"
 #include "host/output.h"
-#include "launcher/program_locators.h"
 #include "menu/composition.h"
 #include "settings/registry.h"
 #include "settings/settings.h"
@@ -25,139 +27,23 @@ namespace {
 using Microsoft::WRL::ComPtr;
 using Facts = std::vector<Fact>;
 
-struct NamedProgram {
-  Program Kind;
-  const wchar_t* Name;
-  std::wstring (*Find)();
-};
-
-constexpr std::array programs{
-    NamedProgram{Program::PageKeeper, L"PageKeeper.exe", find_PageKeeper},
-    NamedProgram{Program::SealWriter, L"SealWriter.exe", find_SealWriter},
-    NamedProgram{Program::PdfViewer, LR"(pdfviewer\NorvakPDFViewer.exe)", find_PdfViewer},
-    NamedProgram{Program::Quill, L"quill!.exe", find_Quill},
-    NamedProgram{Program::WorkerProcess, L"NorvakWorkerProcess.exe", find_WorkerProcess}};
-
-/// Where a program was looked for, in words.
-std::wstring describe_search(Program program) {
-  std::wstring places;
-  auto candidates = list_Candidates(program);
-  std::ranges::sort(candidates);
-  candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
-  for (const std::wstring& candidate : candidates) {
-    places += (places.empty() ? L"not found as " : L", ") + candidate;
-  }
-  return places.empty() ? L"no folder is set to look for it in" : places;
-}
-
-std::wstring describe_missing(std::initializer_list<NamedProgram> wanted) {
-  std::wstring sentence;
-  for (const NamedProgram& program : wanted) {
-    sentence +=
-        (sentence.empty() ? L"" : L"; ") + std::wstring(program.Name) + L": " + describe_search(program.Kind);
-  }
-  return sentence;
-}
-
-std::wstring describe_missing_application() {
-  return L"no PDF application: " + describe_missing({programs[0], programs[1], programs[2]});
-}
-
-std::wstring describe_missing_container() {
-  return std::wstring(L"no key container: ") + users_container.Path + L" is empty";
-}
-
-std::wstring describe_missing_card_feature() {
-  const std::wstring tool = find_ConfigurationTool().empty() ? L"; NorvakConfig.exe was not found" : L"";
-  return L"neither the card connector nor the credential provider is switched on" + tool;
-}
-
-std::wstring describe_missing_quill() {
-  return L"no signing application: " + describe_missing({programs[3]});
-}
-
-std::wstring describe_missing_worker_or_application() {
-  return find_WorkerProcess().empty() ? L"no signing worker: " + describe_missing({programs[4]})
-                                      : describe_missing_application();
-}
-
-std::wstring describe_missing_route() {
-  return L"no signing application (" + describe_missing({programs[3]}) + L"), " +
-         describe_missing_application() + L", and no card feature is switched on";
-}
-
-std::wstring describe_missing_multi_signer() {
-  return std::wstring(L"the multi-signer is not switched on: ") + multi_signer.Path + L" is not 1";
-}
-
-struct Words {
-  Condition Missing;
-  const wchar_t* Sentence;
-  std::wstring (*Describe)() = nullptr;  // instead of a sentence
-};
-
-constexpr std::array words{
-    Words{conditions::folders, L"the selection is not folders alone"},
-    Words{conditions::files, L"the selection is folders alone"},
-    Words{conditions::multi_signer_on, nullptr, describe_missing_multi_signer},
-    Words{conditions::card_feature, nullptr, describe_missing_card_feature},
-    Words{conditions::drive_root,
-          L"the selection is not the root of one drive, or Vaultware.exe is not in the install folder"},
-    Words{conditions::container, LR"(the drive holds no container (norvak\norvak.tc))"},
-    Words{conditions::no_container, LR"(the drive holds a container (norvak\norvak.tc) already)"},
-    Words{conditions::mounted, L"the drive is not mounted (no mounted.txt in its root)"},
-    Words{conditions::not_mounted, L"the drive is mounted (mounted.txt in its root)"},
-    Words{conditions::pdf_application, nullptr, describe_missing_application},
-    Words{conditions::viewable, L"no PDF, XML or image file is selected"},
-    Words{conditions::quill, nullptr, describe_missing_quill},
-    Words{conditions::signable, L"no file is selected that the signing application opens"},
-    Words{conditions::worker_and_application, nullptr, describe_missing_worker_or_application},
-    Words{conditions::convertible, L"no file is selected that is or can become a PDF"},
-    Words{conditions::container_name, nullptr, describe_missing_container},
-    Words{conditions::signing_route, nullptr, describe_missing_route},
-    Words{conditions::pkcs7, L"no PKCS#7 file (.p7m, .p7s) is selected"},
-    Words{conditions::no_pkcs7, L"a PKCS#7 file (.p7m, .p7s) is selected"},
-    Words{conditions::no_link, L"a shortcut is selected"}};
-
-constexpr const Words* find_words(const Condition& missing) {
-  const auto* found = std::ranges::find_if(
-      words, [&](const Words& row) { return std::wstring_view(row.Missing.Name) == missing.Name; });
-  return found == words.end() ? nullptr : found;
-}
-
-constexpr bool has_words_for_all(const MenuItem& item) {
-  return std::ranges::all_of(item.Needs, [](const Condition& condition) {
-    return condition.Name == nullptr || find_words(condition) != nullptr;
-  });
-}
-static_assert(std::ranges::all_of(menu_items, has_words_for_all));
-
-/// The condition that an item lacks, in words; empty when it lacks none.
-std::wstring describe(const Condition& missing) {
-  if (missing.Name == nullptr) {
-    return {};
-  }
-  const Words& row = *find_words(missing);
-  return row.Describe != nullptr ? row.Describe() : row.Sentence;
-}
-
-Facts list_items() {
+Facts list_Items() {
   Facts facts;
   for (const ItemDecision& item : decide_Items(current_Selection()->Flags)) {
     facts.push_back({item.Item->Caption, item.Missing.Name != nullptr ? L"not offered" : L"offered",
-                     describe(item.Missing)});
+                     describe_Reason(item.Missing)});
   }
   return facts;
 }
 
-Facts list_settings() {
+Facts list_Settings() {
   Facts facts;
   for (const Setting* setting : all_settings) {
     if (setting->Use != Usage::Written) {
       FoundValue found = find_Value(setting->Path);
       const bool is_missing = is_Empty(found.Value);
       const bool is_text = std::holds_alternative<std::wstring>(found.Value);
-      const std::wstring text = is_text ? quote_text(as_Text(std::move(found.Value))) : L"binary data";
+      const std::wstring text = is_text ? quoted(as_Text(std::move(found.Value))) : L"binary data";
       facts.push_back(
           {setting->Path, is_missing ? L"missing" : text, is_missing ? L"" : L"from " + found.Place});
     }
@@ -165,12 +51,12 @@ Facts list_settings() {
   return facts;
 }
 
-Facts list_programs() {
+Facts list_Programs() {
   Facts facts;
   for (const NamedProgram& program : programs) {
     const std::wstring path = program.Find();
     facts.push_back({program.Name, path.empty() ? L"missing" : L"found",
-                     path.empty() ? describe_search(program.Kind) : path});
+                     path.empty() ? describe_Search(program.Kind) : path});
   }
   const std::wstring tool = find_ConfigurationTool();
   facts.push_back({L"NorvakConfig.exe", tool.empty() ? L"missing" : L"found", tool});
@@ -183,18 +69,17 @@ Facts list_programs() {
   return facts;
 }
 
-Facts describe_log() {
+Facts describe_Log() {
   return {{L"Diagnostic log", is_LogOn() ? L"on" : L"off", find_LogFile()}};
 }
 
 constexpr std::array phases{L"Create", L"Initialize", L"QueryContextMenu", L"GetCommandString", L"Release"};
 using Times = std::array<long long, phases.size()>;  // in microseconds
 
-ComPtr<IContextMenu> create_object() {
+ComPtr<IContextMenu> create_ShellExt() {
   ComPtr<IContextMenu> object(ShellExt::create());
-  if (!object) {
+  if (!object)
     throw Failure{L"There is not enough memory for a diagnosis."};
-  }
   return object;
 }
 
@@ -204,8 +89,8 @@ void initialize(const ComPtr<IContextMenu>& object, const Selection& selection) 
   initializer->Initialize(nullptr, selection.DataObject.Get(), nullptr);
 }
 
-/// One right-click without a pick, on this program's own copy of the product, and how long each phase takes.
-Times time_right_click(const Selection& selection) {
+// One right-click without a pick, on this program's own copy of the product, and how long each phase takes.
+Times time_RightClick(const Selection& selection) {
   Times times{};
   LARGE_INTEGER frequency{};
   QueryPerformanceFrequency(&frequency);
@@ -217,10 +102,10 @@ Times time_right_click(const Selection& selection) {
     QueryPerformanceCounter(&end);
     times[phase++] = (end.QuadPart - start.QuadPart) * 1'000'000 / frequency.QuadPart;
   };
-  const unique_menu menu(CreatePopupMenu());
+  const unique_hmenu menu(CreatePopupMenu());
   std::array<char, 128> text{};
   ComPtr<IContextMenu> object;
-  time([&] { object = create_object(); });
+  time([&] { object = create_ShellExt(); });
   time([&] { initialize(object, selection); });
   time([&] { object->QueryContextMenu(menu.get(), 0, 0, last_command_id, CMF_NORMAL); });
   time([&] { object->GetCommandString(0, GCS_HELPTEXTA, nullptr, text.data(), 100); });
@@ -228,11 +113,11 @@ Times time_right_click(const Selection& selection) {
   return times;
 }
 
-/// The first right-click of a process settles settings and creates components; the next one tells the usual
-/// cost.
-Facts list_times(const Selection& selection) {
-  const Times first = time_right_click(selection);
-  const Times next = time_right_click(selection);
+// The first right-click of a process settles settings and creates components; the next one tells the usual
+// cost.
+Facts list_Times(const Selection& selection) {
+  const Times first = time_RightClick(selection);
+  const Times next = time_RightClick(selection);
   Facts facts;
   for (std::size_t phase = 0; phase < phases.size(); ++phase) {
     facts.push_back({phases[phase], std::to_wstring(next[phase]) + L" microseconds",
@@ -245,15 +130,15 @@ Facts list_times(const Selection& selection) {
 
 std::vector<Section> diagnose(const Selection& selection) {
   forbid_Writes();
-  Facts times = list_times(selection);
+  Facts times = list_Times(selection);
   // The captured selection stays classified as long as the object lives.
-  const ComPtr<IContextMenu> object = create_object();
+  const ComPtr<IContextMenu> object = create_ShellExt();
   initialize(object, selection);
-  std::vector<Section> sections{{L"Items", L"items", list_items()},
-                                {L"Settings that are read", L"settings", list_settings()},
-                                {L"Programs and features", L"programs", list_programs()},
-                                {L"Registration", L"registration", list_registration()},
-                                {L"Log", L"log", describe_log()},
+  std::vector<Section> sections{{L"Items", L"items", list_Items()},
+                                {L"Settings that are read", L"settings", list_Settings()},
+                                {L"Programs and features", L"programs", list_Programs()},
+                                {L"Registration", L"registration", list_Registration()},
+                                {L"Log", L"log", describe_Log()},
                                 {L"Time of one right-click", L"times", std::move(times)}};
   leave_Apartment();
   return sections;

@@ -1,7 +1,7 @@
 // Why the extension offers what it offers: asked of the product's own modules, which this program carries
-// too, so that no rule of theirs is written twice. They answer as inside Explorer, but for what depends on
-// the folder that a module was loaded from: that is this program's here. Keeps no state; changes no setting,
-// the product's own write test aside.
+// too, so that no rule of theirs is written twice. They answer as inside Explorer, except for what depends
+// on the folder that a module was loaded from, which is this program's here. No state; no setting is changed,
+// except by the product's own write test.
 #pragma once
 
 #include <string>
@@ -18,8 +18,8 @@ struct Section {
   std::vector<Fact> Facts;
 };
 
-/// The whole report on a right-click on the selection: items, settings, programs and features, registration,
-/// log, and the time that each phase took.
+// The whole report on a right-click on the selection: items, settings, programs and features, registration,
+// log, and the time that each phase took.
 std::vector<Section> diagnose(const Selection& selection);
 
 }  // namespace host

@@ -1,5 +1,5 @@
 // The extension as Explorer uses it: created through its class factory, initialised with a selection, asked
-// for its items, for their texts, and to carry one out. Keeps no state.
+// for its items, for their texts, and to carry one out. No state.
 #pragma once
 
 #include <objidl.h>
@@ -23,7 +23,7 @@ struct MenuEntry {
   UINT Id = 0;
   UINT Offset = 0;  // what the extension's other calls know the item by
   std::wstring Caption;
-  std::wstring Verb;  // this and the help text only once they were fetched
+  std::wstring Verb;  // like the help text, empty until `fetch_Texts`
   std::wstring HelpText;
 };
 
@@ -32,20 +32,20 @@ struct Offer {
   std::vector<MenuEntry> Entries;  // what stands in the menu
 };
 
-/// Creates the extension's object through its class factory and hands it the selection; throws a Failure when
-/// the extension is not registered, cannot be loaded or refuses the selection.
-Microsoft::WRL::ComPtr<IContextMenu> create_extension(IDataObject* selection);
+// Creates the extension's object through its class factory and hands it the selection; throws a Failure when
+// the extension is not registered, cannot be loaded or refuses the selection.
+Microsoft::WRL::ComPtr<IContextMenu> create_Extension(IDataObject* selection);
 
-/// Lets the extension add its items at the end of the menu and reads back what it added.
-Offer query_menu(IContextMenu* extension, HMENU menu, UINT first_id, UINT flags);
+// Lets the extension add its items at the end of the menu and reads back what it added.
+Offer query_Menu(IContextMenu* extension, HMENU menu, UINT first_id, UINT flags);
 
-/// Asks the extension for the verb and the help text of each item, by its offset as Explorer does.
-void fetch_texts(IContextMenu* extension, Offer& offer);
+// Asks the extension for the verb and the help text of each item, by its offset as Explorer does.
+void fetch_Texts(IContextMenu* extension, Offer& offer);
 
-/// The entries that can be picked, in the menu's order.
-std::vector<MenuEntry> select_items(const Offer& offer);
+// The entries that can be picked, in the menu's order.
+std::vector<MenuEntry> select_Items(const Offer& offer);
 
-/// Carries out the item as if it had been picked; throws a Failure when the extension reports an error.
-void invoke_item(IContextMenu* extension, const MenuEntry& item, HWND owner);
+// Carries out the item as if it had been picked; throws a Failure when the extension reports an error.
+void invoke_Item(IContextMenu* extension, const MenuEntry& item, HWND owner);
 
 }  // namespace host

@@ -17,12 +17,11 @@ using Microsoft::WRL::ComPtr;
 
 constexpr FORMATETC drop_list_format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
 
-/// The block that a drop list consists of: its header, each path with its NUL, and one NUL more.
-std::vector<std::byte> compose_drop_list(std::span<const std::wstring> paths) {
+// The block that a drop list consists of: its header, each path with its NUL, and one NUL more.
+std::vector<std::byte> compose_DropList(std::span<const std::wstring> paths) {
   std::wstring names;
-  for (const std::wstring& path : paths) {
+  for (const std::wstring& path : paths)
     names.append(path).append(1, L'\0');
-  }
   names.append(1, L'\0');
   DROPFILES header{};
   header.pFiles = sizeof header;
@@ -39,14 +38,12 @@ class DropListObject final : public Unknown<IDataObject> {
 
   HRESULT STDMETHODCALLTYPE GetData(FORMATETC* format, STGMEDIUM* medium) override {
     *medium = {};
-    if (const HRESULT result = QueryGetData(format); result != S_OK) {
+    if (const HRESULT result = QueryGetData(format); result != S_OK)
       return result;
-    }
     unique_global_memory copy(GlobalAlloc(GMEM_MOVEABLE, m_block.size()));
     void* const target = copy ? GlobalLock(copy.get()) : nullptr;
-    if (target == nullptr) {
+    if (target == nullptr)
       return STG_E_MEDIUMFULL;
-    }
     std::memcpy(target, m_block.data(), m_block.size());
     GlobalUnlock(copy.get());
     medium->tymed = TYMED_HGLOBAL;
@@ -54,12 +51,10 @@ class DropListObject final : public Unknown<IDataObject> {
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE QueryGetData(FORMATETC* format) override {
-    if (format->cfFormat != drop_list_format.cfFormat) {
+    if (format->cfFormat != drop_list_format.cfFormat)
       return DV_E_FORMATETC;
-    }
-    if (format->dwAspect != DVASPECT_CONTENT) {
+    if (format->dwAspect != DVASPECT_CONTENT)
       return DV_E_DVASPECT;
-    }
     return (format->tymed & TYMED_HGLOBAL) != 0 ? S_OK : DV_E_TYMED;
   }
   HRESULT STDMETHODCALLTYPE EnumFormatEtc(DWORD direction, IEnumFORMATETC** formats) override {
@@ -85,12 +80,11 @@ class DropListObject final : public Unknown<IDataObject> {
 
 }  // namespace
 
-std::vector<std::wstring> read_drop_list(IDataObject* data_object) {
+std::vector<std::wstring> read_DropList(IDataObject* data_object) {
   FORMATETC format = drop_list_format;
   STGMEDIUM medium{};
-  if (FAILED(data_object->GetData(&format, &medium))) {
+  if (FAILED(data_object->GetData(&format, &medium)))
     return {};
-  }
   const auto drop = static_cast<HDROP>(medium.hGlobal);
   std::vector<std::wstring> paths(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0));
   for (UINT i = 0; i < paths.size(); ++i) {
@@ -102,8 +96,8 @@ std::vector<std::wstring> read_drop_list(IDataObject* data_object) {
   return paths;
 }
 
-ComPtr<IDataObject> create_drop_list_object(std::span<const std::wstring> paths) {
-  return new DropListObject(compose_drop_list(paths));
+ComPtr<IDataObject> create_DropListObject(std::span<const std::wstring> paths) {
+  return new DropListObject(compose_DropList(paths));
 }
 
 }  // namespace host

@@ -1,5 +1,5 @@
 // Drop lists (CF_HDROP): reading the paths out of a data object, and a data object of the host's own that
-// offers nothing else. Keeps no state.
+// offers nothing else. No state.
 #pragma once
 
 #include <objidl.h>
@@ -12,10 +12,10 @@
 
 namespace host {
 
-/// The paths of the data object's drop list in their order; empty when it offers none.
-std::vector<std::wstring> read_drop_list(IDataObject* data_object);
+// The paths of the data object's drop list in their order; empty when it offers none.
+std::vector<std::wstring> read_DropList(IDataObject* data_object);
 
-/// A data object that offers the paths as a drop list.
-Microsoft::WRL::ComPtr<IDataObject> create_drop_list_object(std::span<const std::wstring> paths);
+// A data object that offers the paths as a drop list.
+Microsoft::WRL::ComPtr<IDataObject> create_DropListObject(std::span<const std::wstring> paths);
 
 }  // namespace host

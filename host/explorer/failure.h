@@ -1,9 +1,7 @@
-// What ends the program early: one sentence for the user and the exit status that goes with it. Keeps no
-// state.
+// What ends the program early: one sentence for the user and the exit status that goes with it.
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace host {
 
@@ -11,13 +9,10 @@ constexpr int exit_success = 0;
 constexpr int exit_failure = 1;
 constexpr int exit_wrong_usage = 2;
 
-/// The text between double quotes, for a sentence.
-std::wstring quote_text(std::wstring_view text);
+// A result code in the form 0x80004005.
+std::wstring format_Result(long result);
 
-/// A result code in the form 0x80004005.
-std::wstring format_result(long result);
-
-/// Thrown by whatever cannot go on; run_words prints the sentence on stderr and gives the status.
+// Thrown where the program cannot go on; `run_Words` prints the sentence on stderr and returns the status.
 struct Failure {
   std::wstring Sentence;
   int ExitStatus = exit_failure;

@@ -1,4 +1,4 @@
-// The owners of what only the host works with, beside those of base/handles.h. Keeps no state.
+// The owners of what only the host works with, beside those of base/handles.h.
 #pragma once
 
 #include <objbase.h>
@@ -9,8 +9,8 @@
 
 namespace host {
 
-using unique_menu = unique_handle<HMENU, &DestroyMenu>;
-using unique_window = unique_handle<HWND, &DestroyWindow>;
+using unique_hmenu = unique_handle<HMENU, &DestroyMenu>;
+using unique_hwnd = unique_handle<HWND, &DestroyWindow>;
 using unique_id_list = unique_handle<PIDLIST_ABSOLUTE, &CoTaskMemFree>;
 using unique_global_memory = unique_handle<HGLOBAL, &GlobalFree>;
 

@@ -8,7 +8,7 @@ namespace {
 constexpr wchar_t owner_class_name[] = L"NorvakMenuHostOwner";
 constexpr int owner_size = 4;  // as good as hidden below the menu's corner, yet able to take the keyboard
 
-POINT find_pointer() {
+POINT find_Pointer() {
   POINT pointer{};
   GetCursorPos(&pointer);
   return pointer;
@@ -16,36 +16,35 @@ POINT find_pointer() {
 
 }  // namespace
 
-unique_window open_owner_window() {
+unique_hwnd open_OwnerWindow() {
   WNDCLASSW window_class{};
   window_class.lpfnWndProc = DefWindowProcW;
   window_class.hInstance = GetModuleHandleW(nullptr);
   window_class.lpszClassName = owner_class_name;
   RegisterClassW(&window_class);
-  const POINT pointer = find_pointer();
-  unique_window owner(CreateWindowExW(WS_EX_TOOLWINDOW, owner_class_name, L"menuhost", WS_POPUP, pointer.x,
-                                      pointer.y, owner_size, owner_size, nullptr, nullptr,
-                                      window_class.hInstance, nullptr));
-  if (!owner) {
+  const POINT pointer = find_Pointer();
+  unique_hwnd owner(CreateWindowExW(WS_EX_TOOLWINDOW, owner_class_name, L"menuhost", WS_POPUP, pointer.x,
+                                    pointer.y, owner_size, owner_size, nullptr, nullptr,
+                                    window_class.hInstance, nullptr));
+  if (!owner)
     throw Failure{L"No window can be opened for the menu."};
-  }
   ShowWindow(owner.get(), SW_SHOWNORMAL);
   SetForegroundWindow(owner.get());
-  handle_waiting_messages();
+  handle_WaitingMessages();
   return owner;
 }
 
-std::optional<UINT> pick_from_menu(HMENU menu, HWND owner) {
-  const POINT pointer = find_pointer();
+std::optional<UINT> pick_FromMenu(HMENU menu, HWND owner) {
+  const POINT pointer = find_Pointer();
   const BOOL picked =
       TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, pointer.x, pointer.y, 0, owner, nullptr);
   // Without a message behind it, the next menu of a window that was not in front would vanish at once.
   PostMessageW(owner, WM_NULL, 0, 0);
-  handle_waiting_messages();
+  handle_WaitingMessages();
   return picked != 0 ? std::optional<UINT>(static_cast<UINT>(picked)) : std::nullopt;
 }
 
-void handle_waiting_messages() {
+void handle_WaitingMessages() {
   MSG message{};
   while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
     TranslateMessage(&message);

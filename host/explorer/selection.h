@@ -1,5 +1,5 @@
 // The selection that the extension is shown: the paths of the command line as a data object, made by the
-// shell where it can. Keeps no state.
+// shell where it can. No state.
 #pragma once
 
 #include <objidl.h>
@@ -18,7 +18,7 @@ struct Selection {
   bool IsFromShell = false;  // false: the shell's data object lacked paths and the host's own stands in
 };
 
-/// Makes the paths full and selects them; throws a Failure for one that does not exist.
-Selection make_selection(std::span<const std::wstring> paths);
+// Makes the paths full and selects them; throws a Failure for one that does not exist.
+Selection make_Selection(std::span<const std::wstring> paths);
 
 }  // namespace host

@@ -425,7 +425,7 @@ TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
     invoke(object, item);
   EXPECT_EQ(take_Starts(), (Lines{opening(L"PageKeeper.exe", m_pdf),
                                   ::quoted(second + L"quill!.exe") + L" " + ::quoted(m_pdf)}));
-  const auto report = host::diagnose(host::make_selection(Lines{m_pdf}));
+  const auto report = host::diagnose(host::make_Selection(Lines{m_pdf}));
   EXPECT_EQ(std::ranges::count(report.front().Facts, L"offered", &host::Fact::State), 5);
 }
 

@@ -51,7 +51,7 @@ DWORD run_Here(const std::wstring& command, HANDLE output, HANDLE errors) {
   auto** const words = CommandLineToArgvW(command.c_str(), &count);
   SetStdHandle(STD_OUTPUT_HANDLE, output);
   SetStdHandle(STD_ERROR_HANDLE, errors);
-  const int status = host::run_words(std::vector<std::wstring_view>(words + 1, words + count));
+  const int status = host::run_Words(std::vector<std::wstring_view>(words + 1, words + count));
   LocalFree(words);
   return static_cast<DWORD>(status);
 }
