@@ -194,7 +194,7 @@ TEST_F(Surrogate, WorksOnFilesAndLeavesNoHalfOneWhenItDies) {
              text = make_File(test_folder + L"b.txt", L"content"), signature = text + L".p7s",
              envelope = text + L".p7m";
   const auto run = [](const wchar_t* action, const std::wstring& path) {
-    run_Action(action, entries({path}), flags_Of(L"Image"));
+    run_Action(*find_Action(action), entries({path}), flags_Of(L"Image"));
     return take_Starts();
   };
   const auto exists = [](const std::wstring& file) { return std::filesystem::exists(file); };

@@ -318,7 +318,7 @@ TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
   Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
   std::filesystem::create_directories(folders[0]);
   folders[0] = pdf;
-  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 55 : 63),
+  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 61 : 77),
                                      {Lines{pdf}, 9},
                                      {Lines(1000, pdf), 9},
                                      {folders, 1009}}) {
