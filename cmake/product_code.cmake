@@ -12,7 +12,7 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
   add_compile_options(-fno-asynchronous-unwind-tables)
 endif()
 
-# add_room(NAME BELOW SOURCE...): a room of the house is a static library, linked with the one below it. The folder's
+# add_room(NAME BELOW SOURCE...): a room is a static library, linked with the one below it. The folder's
 # own CMakeLists.txt adds what it needs of the platform.
 function(add_room name below)
   add_library(${name} STATIC ${ARGN})
