@@ -185,6 +185,10 @@ bool patch_Import(std::string_view function, void* replacement, HMODULE module) 
   return first != last;
 }
 
+void* kernel_Function(const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name));
+}
+
 void use_Clock() {
   const auto tell_Time = +[]() -> ULONGLONG { return clock_Time += clock_Step; };
   patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));

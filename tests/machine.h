@@ -58,6 +58,9 @@ Imports imports_Of(HMODULE module);
 // another is named. False when the module does not import the function.
 bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
 
+// The platform's function of that name in kernel32, also where this program's calls of it are redirected.
+void* kernel_Function(const char* name);
+
 // Gives this program a clock of its own, in milliseconds; each look at it moves it on by the step.
 inline ULONGLONG clock_Time = 0, clock_Step = 0;
 void use_Clock();

@@ -24,6 +24,8 @@ class SigningQueue : public Machine {
     patch_Import("MsgWaitForMultipleObjects", reinterpret_cast<void*>(move_Clock));
   }
   ~SigningQueue() override {
+    for (const auto* function : {"ProcessIdToSessionId", "CreateToolhelp32Snapshot"})
+      patch_Import(function, kernel_Function(function));
     while (is_ProcessRunning(L"NorvakWorkerProcess.exe"))
       SendMessageW(FindWindowW(L"NorvakSuiteProgram", nullptr), WM_KEYDOWN, 0, 0);
   }
@@ -110,9 +112,6 @@ TEST_F(SigningQueue, IsNotStaleWhenTheRunningProgramsAreUnknown) {
   queue_WhileBusy([] {});
   EXPECT_EQ(clock_Time, 60'000u);
   EXPECT_EQ(m_store.Values[L"SignFiles"], next);
-  const auto kernel = GetModuleHandleW(L"kernel32.dll");
-  patch_Import("CreateToolhelp32Snapshot",
-               reinterpret_cast<void*>(GetProcAddress(kernel, "CreateToolhelp32Snapshot")));
 }
 
 TEST_F(SigningQueue, StopsWaitingOnceItIsEmpty) {

@@ -31,10 +31,6 @@ const unique_kernel_handle inside(CreateEventW(nullptr, FALSE, FALSE, L"norvak w
 const unique_kernel_handle awaited(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer awaited"));
 constexpr DWORD patience = 20000;
 
-void* platforms(const char* function) {
-  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), function));
-}
-
 // The other writer stays in each of its writes, the lock held, until this one waits for it.
 BOOL WINAPI write_WhenAwaited(const wchar_t* section, const wchar_t* name, const wchar_t* value,
                               const wchar_t* file) {
@@ -45,7 +41,7 @@ BOOL WINAPI write_WhenAwaited(const wchar_t* section, const wchar_t* name, const
       ExitProcess(1);
   }
   static const auto write =
-      reinterpret_cast<decltype(&write_WhenAwaited)>(platforms("WritePrivateProfileStringW"));
+      reinterpret_cast<decltype(&write_WhenAwaited)>(kernel_Function("WritePrivateProfileStringW"));
   return write(section, name, value, file);
 }
 
@@ -198,7 +194,7 @@ TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {
   for (const auto& [key, count] : {std::pair(L"own", written), std::pair(L"other", many)})
     for (int number = 0; number < count; ++number)
       EXPECT_EQ(regread_Text(norvak + key + std::to_wstring(number)), std::to_wstring(number));
-  patch_Import("Sleep", platforms("Sleep"));
+  patch_Import("Sleep", kernel_Function("Sleep"));
   ResetEvent(inside.get());
   const auto dying = start_Writer(L"dying");
   EXPECT_EQ(WaitForSingleObject(inside.get(), patience), WAIT_OBJECT_0);

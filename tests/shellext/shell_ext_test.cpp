@@ -112,8 +112,7 @@ std::vector<DWORD> protections;  // that were asked for
 
 BOOL WINAPI refuse_WritableCode(void* memory, SIZE_T size, DWORD wanted, DWORD* before) {
   protections.push_back(wanted);
-  static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
+  static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(kernel_Function("VirtualProtect"));
   return wanted != PAGE_EXECUTE_READWRITE && protect(memory, size, wanted, before);
 }
 
