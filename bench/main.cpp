@@ -234,7 +234,7 @@ void register_Floor() {
 
 int main(int count, char** arguments) {
   OleInitialize(nullptr);
-  LoadLibraryW(L"oleaut32.dll");  // every Explorer has it, as it has what this program imports
+  LoadLibraryW(L"oleaut32.dll");  // Explorer has loaded it already, like all that this program imports
   if (count != 3)
     return 2;
   if (std::strcmp(arguments[1], "--load") == 0)

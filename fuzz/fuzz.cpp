@@ -1,5 +1,5 @@
-// Runs one fuzz target: first the inputs kept in its corpus, then mutations of them. A seed and an index name
-// an input, so every failure can be run again.
+// Runs one fuzz target: first the inputs that its corpus holds, then mutations of them. A seed and an index
+// name an input, so every failure can be repeated.
 #include <windows.h>
 
 #include <process.h>

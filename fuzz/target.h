@@ -61,7 +61,7 @@ struct Target {
   std::vector<std::string> Words = {};  // what the mutations insert
 };
 
-// The words between the bars.
+// The words of a text, which bars separate.
 inline std::vector<std::string> words(std::string_view text) {
   std::vector<std::string> words(1);
   for (const char letter : text)

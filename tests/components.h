@@ -54,7 +54,7 @@ void forget_Calls(bool goes_on = true);
 // How many times an object was called or destroyed on another thread than its own or after the end of its
 // apartment, or destroyed in the middle of a call.
 long calls_ByStrangers();
-// How many objects have been made and not released.
+// How many objects of components exist.
 long living_Objects();
 
 // Makes the call with this number fail, counted from now on with the making of objects and calls of `info`.

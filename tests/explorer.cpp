@@ -75,7 +75,7 @@ DataObject::DataObject(const Lines& paths) : m_block(make_Block(drop_List(paths)
 }
 
 DataObject::~DataObject() {
-  EXPECT_EQ(m_references, 0u) << "references that were not given back";
+  EXPECT_EQ(m_references, 0u) << "some references were not given back";
   EXPECT_EQ(GlobalFlags(m_block) & GMEM_LOCKCOUNT, 0u) << "the block is still locked";
   GlobalFree(m_block);
 }

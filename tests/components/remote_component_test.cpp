@@ -107,7 +107,7 @@ class Surrogate : public Machine {
   void TearDown() override {
     surrogates(NtResumeProcess);
     leave_Apartment();
-    EXPECT_TRUE(becomes_True([] { return end_RemoteWork(); })) << "work that does not end";
+    EXPECT_TRUE(becomes_True([] { return end_RemoteWork(); })) << "work in the background does not end";
     with_Servers("/u");
     surrogates(kill);
     remove_Entry();

@@ -50,7 +50,7 @@ TEST_F(Pkcs7Files, AreMadeAndValidatedUnlessAShortcutIsSelected) {
                           L"validate_P7x(" + b + L".P7M, temporary, -1)",
                           L"validate_P7x(" + a + L".p7s, temporary, -1)"}));
   EXPECT_EQ(read_Lines(a + L".p7s"), Lines{L"made"});
-  EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the content of the envelope";
+  EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the envelope gives its content back";
   EXPECT_EQ(read_Lines(b), Lines{}) << "the content does not replace a file";
   EXPECT_EQ(temporary_Files(), Lines{});
 }

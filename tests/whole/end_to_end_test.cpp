@@ -1,5 +1,5 @@
-// From the command line of the program that plays Explorer, through the registered extension, to the programs
-// of the suite.
+// The whole way from the command line of menuhost.exe, which plays Explorer, through the registered extension
+// to the programs of the suite.
 #include <windows.h>
 
 #include <shellapi.h>
