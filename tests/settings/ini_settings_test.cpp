@@ -137,15 +137,7 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
               {L"e", std::wstring(300, L'x'), {std::wstring(300, L'x'), L"(none)"}},
               {L"f", L"two\r\nlines", {L"old", L"old"}},
               {L"g", L"", {L"", L"(none)"}},
-              {L"PenetworkX", L"1", {L"1", L"1"}},
               {LR"(pdf\path)", folder, {folder, folder}},
-              {L"=", L"1", {L"1", L"1"}},
-              {L"[a", L"1", {L"1", L"1"}},
-              {L";a", L"1", {L"1", L"1"}},
-              {L" a", L"1", {L"1", L"1"}},
-              {L"a\x1A", L"1", {L"1", L"1"}},
-              {L"a\nb", L"1", {L"1", L"1"}},
-              {LR"(a]\b)", L"1", {L"1", L"1"}},
               {L"", L"1", {L"1", L"1"}}};
   for (const auto& [name, value, after] : rows) {
     set_Value(norvak + name, L"old");
@@ -153,10 +145,12 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
     regread_Text(norvak + L"another");
     EXPECT_EQ(values_Of(name), after) << to_Ansi(name) << to_Ansi(value);
   }
-  for (const auto& part :
-       split(L"currentcontrolset|CurrentVersion|utest|ctest|atest|c3979a98|Microsoft\\Office|Language|"
-             L"useini|userini|globalini|InstallDir|StickDrive|CryptDrive",
-             L'|')) {
+  // What the system or the suite reads in the registry, and what an INI file cannot hold, stays in the
+  // registry.
+  for (const auto& part : split(
+           L"currentcontrolset|CurrentVersion|utest|ctest|atest|c3979a98|Microsoft\\Office|Language|"
+           L"useini|userini|globalini|InstallDir|StickDrive|CryptDrive|Penetwork|=|[a|;a| a|\x1A|a\nb|a]\\b",
+           L'|')) {
     EXPECT_TRUE(write_Text(norvak + part + L"X", L"1"));
     EXPECT_EQ(values_Of(part + L"X"), Lines(2, L"1")) << to_Ansi(part);
   }
