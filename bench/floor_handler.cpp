@@ -1,5 +1,5 @@
-// The floor of the benchmark: a context-menu handler that does only what any handler has to. It walks the
-// drop list, keeps the paths, asks for the attributes of the first one and inserts five items.
+// The floor of the benchmark: a context-menu handler that does only what every handler has to do. It walks
+// the drop list, keeps the paths, asks for the attributes of the first one and inserts five items.
 #include "bench/floor_handler.h"
 
 #include <ole2.h>

@@ -1,9 +1,9 @@
-// Times right-clicks with the product and with the floor handler, one after the other in one run, so that
-// what slows the machine slows both.
-//   bench SUITE FILE        SUITE says in the results what is installed; FILE gets one JSON object a line
-//   bench --windows SUITE   the same for several windows at once, as many as there are processors; prints
-//   medians bench --load HANDLER    gets the handler's class in this fresh process; the exit code is the
-//   microseconds bench --cold HANDLER    the same with a whole right-click on one file
+// Times right-clicks with the product and with the floor handler in turn, so that what slows the machine
+// slows both. SUITE says in the results what is installed.
+//   bench SUITE FILE         writes one JSON object a line into FILE, and prints the same
+//   bench --windows SUITE    right-clicks in a window for each processor at once, and prints medians
+//   bench --load HANDLER     gets the handler's class in this new process; the exit code is the microseconds
+//   bench --cold HANDLER     the same with a whole right-click on one file
 #include <windows.h>
 
 #include <ole2.h>
@@ -130,7 +130,7 @@ bool measure_Warm(const Kind& kind, Results& results) {
   return true;
 }
 
-// Runs this program anew for one right-click; its microseconds.
+// Runs this program in a new process for one right-click, and returns its microseconds.
 double measure_Cold(const char* way, const char* handler) {
   std::array<char, MAX_PATH> own_path;
   GetModuleFileNameA(nullptr, own_path.data(), MAX_PATH);
@@ -160,7 +160,7 @@ void measure_ColdProcesses(const char* way, const char* phase, Results& results)
   results.add(kinds.front(), phase, samples);
 }
 
-// Loading the DLL and getting its class factory, as COM does it before the first object.
+// Loads the DLL and gets its class factory, as COM does before the first object.
 int run_Load(std::string_view name) {
   const auto handler = std::ranges::find(handlers, name, &Handler::Name);
   Microsoft::WRL::ComPtr<IClassFactory> factory;
@@ -176,8 +176,8 @@ int run_Cold(std::string_view name) {
   return times ? static_cast<int>((*times)[static_cast<std::size_t>(Phase::Total)]) : 0;
 }
 
-// Right-clicks in so many windows at once, each on a thread and in an apartment of its own; the median of
-// all.
+// Right-clicks in so many windows at once, each on a thread and in an apartment of its own, and returns the
+// median of all.
 double measure_Windows(const Handler& handler, std::size_t windows) {
   constexpr std::size_t rounds = 400, warm_up = 20;
   const auto paths = make_Paths(kinds.front());
@@ -205,7 +205,8 @@ double measure_Windows(const Handler& handler, std::size_t windows) {
 int run_Windows(const char* suite) {
   const std::size_t many = std::max(2u, std::thread::hardware_concurrency());
   for (const auto& handler : handlers) {
-    // One alone before and after, so that a machine that gets slower does not look like the windows' cost.
+    // One window alone is timed before and after, so that a machine that gets slower is not taken for what
+    // the windows cost.
     const double before = measure_Windows(handler, 1);
     const double together = measure_Windows(handler, many);
     const double alone = (before + measure_Windows(handler, 1)) / 2;
@@ -215,7 +216,7 @@ int run_Windows(const char* suite) {
   return 0;
 }
 
-// The floor handler's DLL stands beside this program.
+// The floor handler's DLL is in the folder of this program.
 void register_Floor() {
   std::array<wchar_t, MAX_PATH> path;
   GetModuleFileNameW(nullptr, path.data(), MAX_PATH);
@@ -233,7 +234,7 @@ void register_Floor() {
 
 int main(int count, char** arguments) {
   OleInitialize(nullptr);
-  LoadLibraryW(L"oleaut32.dll");  // every Explorer has it, as it has what this program imports
+  LoadLibraryW(L"oleaut32.dll");  // Explorer has loaded it already, like all that this program imports
   if (count != 3)
     return 2;
   if (std::strcmp(arguments[1], "--load") == 0)

@@ -17,5 +17,5 @@ inline constexpr std::array phase_names{"create",           "Initialize", "Query
 using Times = std::array<double, phase_names.size()>;
 
 // Makes an object of the class, hands it the selection, has an empty menu filled, asks for the help text of
-// each item, and releases the object. Nothing when the class is missing or refuses the selection.
+// each item, and releases the object. No value when the class is missing or refuses the selection.
 std::optional<Times> right_Click(REFCLSID handler, IDataObject* selection);

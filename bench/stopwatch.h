@@ -5,7 +5,7 @@
 
 #include <utility>
 
-// Gives the microseconds since its making or the last look at it.
+// Each lap takes the microseconds since the last one, the first since the making.
 class Stopwatch {
  public:
   double lap() {

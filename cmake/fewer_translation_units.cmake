@@ -2,7 +2,7 @@
 # all the same: scripts/checks/lint compiles a changed file by itself.
 
 # The delivered code is compiled file by file, so that it does not depend on how the build is cut; its headers are read
-# once for all targets that are compiled alike.
+# once for all targets that are compiled with the same options.
 set(platform_headers
   <windows.h> <ole2.h> <oleauto.h> <shlobj.h> <comdef.h> <comutil.h> <wrl/client.h>
   <algorithm> <array> <cstdint> <functional> <iterator> <map> <memory> <optional> <span> <string> <string_view> <utility>
@@ -17,16 +17,16 @@ function(read_headers_once target)
     target_precompile_headers(${target} REUSE_FROM ${ARGV1})
   endif()
   set_target_properties(${target} PROPERTIES CXX_COMPILER_LAUNCHER ${CMAKE_SOURCE_DIR}/cmake/compile-in-place)
-  # The compiler no longer sees that these headers are the platform's, and tells of their inline copies what it keeps to
-  # itself elsewhere: that they would be wrong if they could run.
+  # The compiler no longer sees that these headers are the platform's, and warns of code inlined from them that would
+  # be wrong but can never run.
   target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
   if(NOT CMAKE_BUILD_TYPE STREQUAL Release)
     compile_together(${target} 0)
   endif()
 endfunction()
 
-# compile_together(TARGET COUNT): so many of its sources are one translation unit, all of them for 0. A local may have
-# the name of another source's own.
+# compile_together(TARGET COUNT): compiles so many of its sources as one translation unit, or all of them for 0. A local
+# variable may have a name that another source has too.
 function(compile_together target count)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${count})
   target_compile_options(${target} PRIVATE -Wno-shadow -Wshadow=local)

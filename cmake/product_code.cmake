@@ -1,5 +1,5 @@
 # How the product's own folders are compiled: as small as can be, since every Explorer carries the DLL, and with
-# guarded frames wherever a buffer lies on the stack. Those are of bytes; buffers of UTF-16 are texts, on the heap.
+# guarded frames wherever a buffer is on the stack. Only byte buffers are; buffers of UTF-16 are texts on the heap.
 add_compile_options(-fstack-protector -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
   # The DLL is compiled as one whole when it is linked; what else links these folders takes the plain code.
@@ -8,11 +8,11 @@ if(CMAKE_BUILD_TYPE STREQUAL Release)
     -ffile-prefix-map=${CMAKE_SOURCE_DIR}=/${PROJECT_NAME})
 endif()
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
-  # Exceptions are thrown by calls alone; other processors find their handlers by these tables.
+  # Only calls throw exceptions, so these tables are not needed; other processors find their handlers by them.
   add_compile_options(-fno-asynchronous-unwind-tables)
 endif()
 
-# add_room(NAME BELOW SOURCE...): a room of the house is a static library, linked with the one below it. The folder's
+# add_room(NAME BELOW SOURCE...): a room is a static library, linked with the one below it. The folder's
 # own CMakeLists.txt adds what it needs of the platform.
 function(add_room name below)
   add_library(${name} STATIC ${ARGN})

@@ -1,4 +1,4 @@
-// The target of the suite's components: what the translator answers.
+// The target for the suite's components: answers of the translator.
 #include <windows.h>
 
 #include <optional>
@@ -30,7 +30,7 @@ _variant_t take_Answer(Input& input) {
   return answer;
 }
 
-// The text of an answer; nothing for a failure.
+// The text of an answer; no value for a failure.
 std::optional<std::wstring> text_OfAnswer(Input input) {
   try {
     auto answer = take_Answer(input);
@@ -52,14 +52,15 @@ void translation(Input input) {
                                                                       return take_Answer(copied);
                                                                     }}});
   static std::uint32_t count = 0;
-  const auto text = input.take_Text() + std::to_wstring(++count);  // the last one is remembered
+  const auto text = input.take_Text() + std::to_wstring(++count);  // since the last text is remembered
   answer = input;
   const auto given = text_OfAnswer(input);
   auto expected = given && !given->empty() ? *given : text;
   replace_All(expected, L"@@vbcrlf@@", L"\r\n");
-  require(translate_String(text) == expected, "the answer where it is a text, else the text");
+  require(translate_String(text) == expected,
+          "the answer counts where it is a text, otherwise the text stays");
   answer = Input({});
-  require(translate_String(text) == expected, "and the same once more");
+  require(translate_String(text) == expected, "the same text has the same translation");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Runs one fuzz target: first the inputs kept in its corpus, then mutations of them. A seed and an index name
-// an input, so every failure can be run again.
+// Runs one fuzz target: first the inputs that its corpus holds, then mutations of them. A seed and an index
+// name an input, so every failure can be repeated.
 #include <windows.h>
 
 #include <process.h>
@@ -30,7 +30,7 @@ constexpr const wchar_t* failed_input = L"fuzz-failed";
 struct {
   const Target* Running = nullptr;
   std::string Origin;  // the file, or the seed and the index
-  std::string Again;   // with all inputs before it, whose traces the process keeps
+  std::string Again;   // repeats it after all inputs before it, since the process keeps their traces
   Bytes Input;
   std::atomic<ULONGLONG> Since = 0;
 } state;
@@ -44,7 +44,7 @@ Bytes read_File(const fs::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Ends at once: the state of the process is not to be trusted.
+// Ends the process at once, as its state cannot be trusted.
 [[noreturn]] void fail(const char* what) {
   std::printf("%s: %s\n  input: %s, %u bytes, in fuzz-failed\n  again: scripts/fuzz --target %s %s\n",
               state.Running->Name, what, state.Origin.c_str(), static_cast<unsigned>(state.Input.size()),
@@ -69,7 +69,7 @@ void watch() {
       fail("takes more than twenty seconds");
 }
 
-// One change of many kinds. Ranges are cut to what is there.
+// Makes one change of many kinds. Ranges end with the input at the latest.
 void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds, std::mt19937& random) {
   const auto below = [&random](std::size_t limit) { return limit == 0 ? 0 : random() % limit; };
   const auto at = below(bytes.size() + 1);
@@ -107,7 +107,7 @@ void change(Bytes& bytes, const Target& target, const std::vector<Bytes>& seeds,
 }
 
 Bytes make_Input(const Target& target, const std::vector<Bytes>& seeds, unsigned seed, unsigned index) {
-  constexpr unsigned spread = 0x9E3779B9;  // seeds that follow each other share no input
+  constexpr unsigned spread = 0x9E3779B9;  // consecutive seeds share no input
   std::mt19937 random(seed * spread + index);
   auto bytes = seeds[random() % seeds.size()];
   for (auto changes = 1 + random() % 8; changes-- > 0;)
@@ -200,5 +200,5 @@ int main(int count, char** arguments) {
             number("--inputs") > 0 ? number("--inputs") : static_cast<unsigned>(target->Inputs),
             1000ULL * number("--seconds"), static_cast<int>(number("--index")));
   std::fflush(stdout);
-  TerminateProcess(GetCurrentProcess(), 0);  // what the product keeps has no end of its own
+  TerminateProcess(GetCurrentProcess(), 0);  // what the product keeps is never released
 }

@@ -1,4 +1,4 @@
-// What the targets on the platform share. Each process arranges the machine once.
+// What the targets share that need the platform. Each process arranges the machine once.
 #pragma once
 
 #include <string>
@@ -13,7 +13,8 @@ struct CleanMachine : Machine {
   void TestBody() override {}
 };
 
-// The stored bytes as they are: the platform looks at a letter behind a text without terminator.
+// Stores exactly these bytes. The platform looks at the letter behind a text that has no terminator, so there
+// is one.
 inline void store(const std::wstring& path, DWORD type, std::string bytes) {
   const auto place = find_Place(path);
   const auto size = static_cast<DWORD>(bytes.size());

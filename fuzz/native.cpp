@@ -1,4 +1,4 @@
-// The targets that need nothing of the platform, for the compiler's own fuzzer: `--NAME` chooses one.
+// Runs the targets that need nothing of the platform with the compiler's own fuzzer; `--NAME` chooses one.
 #include <cstdio>
 #include <cstdlib>
 

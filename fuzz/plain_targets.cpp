@@ -1,5 +1,5 @@
-// The targets that need nothing of the platform. Each holds the product's fast ways to plain ones over
-// letters.
+// The targets that need nothing of the platform. Each compares the product's fast routines with plain ones
+// that go letter by letter.
 #include <cwchar>
 #include <optional>
 
@@ -19,7 +19,7 @@ std::wstring replaced(const std::wstring& text, const std::wstring& from, const 
   return result;
 }
 
-// The number of the digits behind one sign at most.
+// The number that the digits behind at most one sign make.
 std::optional<long> number_In(const std::wstring& text) {
   const auto digits = text.substr(text.starts_with(L'-') || text.starts_with(L'+') ? 1 : 0);
   const auto number = std::wcstoll(text.c_str(), nullptr, 10);  // the nearest one for too many digits
@@ -33,7 +33,7 @@ void text(Input input) {
   const auto whole = input.take_Text();
   auto trimmed = whole.substr(0, whole.find_last_not_of(L' ') + 1);
   trimmed.erase(0, trimmed.find_first_not_of(L' '));
-  require(trim(whole) == trimmed, "blanks are off both ends");
+  require(trim(whole) == trimmed, "both ends have no blanks");
   require(to_Number(whole) == number_In(trimmed), "the whole text is the number");
 
   const auto mark = static_cast<wchar_t>(input.take<std::uint8_t>());
@@ -43,7 +43,7 @@ void text(Input input) {
     joined += mark + piece;
   }
   require(joined == mark + whole, "the joined pieces are the text");
-  require(after_Last(whole, mark) == whole.substr(whole.rfind(mark) + 1), "what is behind the last mark");
+  require(after_Last(whole, mark) == whole.substr(whole.rfind(mark) + 1), "it is what follows the last mark");
   const bool is_closed = whole.empty() || whole.ends_with(L'\\');
   require(with_Backslash(whole) == whole + (is_closed ? L"" : L"\\"), "a folder ends in a backslash");
   const auto from = input.take_Text(), to = input.take_Text();
@@ -54,7 +54,7 @@ void text(Input input) {
   require(product == replaced(whole, from, to), "every occurrence is replaced once");
 }
 
-// The letters get a heap of their own size, whose bounds the sanitizer watches.
+// The letters get heap memory of exactly their size, whose bounds the sanitizer watches.
 template <typename Letter>
 void find_AllNames(std::span<const char> bytes) {
   std::vector<Letter> letters(bytes.size() / sizeof(Letter));

@@ -1,4 +1,4 @@
-// The targets of a right-click: the drop list that Explorer hands over, and the menu that it gets.
+// The targets for a right-click: the drop list that Explorer hands over, and the menu that it gets.
 #include <windows.h>
 
 #include <shellapi.h>
@@ -17,7 +17,7 @@
 
 namespace {
 
-// Memory that ends where no access is allowed; an input's block is put at its end.
+// Memory behind whose end no access is allowed; an input's block is put right before that.
 struct GuardedMemory {
   static constexpr std::size_t size = 0x10000, page = 0x1000;
   char* const End = static_cast<char*>(VirtualAlloc(nullptr, size, MEM_COMMIT, PAGE_READWRITE)) + size - page;
@@ -28,7 +28,7 @@ struct GuardedMemory {
   std::span<char> last(std::size_t length) const { return {End - length, length}; }
 };
 
-constexpr std::size_t ansi_room = 500;  // of a name that the code page has, with its terminator
+constexpr std::size_t ansi_room = 500;  // for a name in the code page with its terminator
 
 void drop_list(Input input) {
   static const GuardedMemory memory;
@@ -78,32 +78,30 @@ struct MenuMachine : CleanMachine {
   }
 };
 
-// The files that an input chooses by a bit each, and what the whole suite offers for them.
+// The files that an input chooses by a bit each.
 constexpr std::array files{L"folder", L"a.pdf",           L"b.txt",   L"c.p7m",
                            L"d.lnk",  LR"(folder\e.jpg)", L"none.xml"};
 
-Lines captions_For(unsigned chosen) {
-  constexpr unsigned folder = 1, pdf = 2, envelope = 8, link = 16, image = 32, xml = 64, always = 128;
-  constexpr struct {
-    const wchar_t* Caption;
-    unsigned Some, None;
-  } rows[] = {{L"Open with Norvak", pdf | image | xml, 0},
-              {L"Open with quill!", pdf | envelope | xml, 0},
-              {L"Create PDF Signature", pdf | image, 0},
-              {L"Create PKCS7 Signature", always, envelope | link},
-              {L"Create PKCS7 Envelope", always, envelope | link},
-              {L"Validate PKCS7 Signature", envelope, 0}};
-  if (chosen == folder)
-    return {L"Sign PDFs in Folder"};
-  chosen = always | ((chosen & link) != 0 ? chosen & ~xml : chosen);  // the XML file is behind the link
-  Lines captions;
-  for (const auto& row : rows)
-    if ((chosen & row.Some) != 0 && (chosen & row.None) == 0)
-      captions.emplace_back(row.Caption);
+void choose_Files(const ComPtr<IContextMenu>& object, unsigned chosen) {
+  Lines paths;
+  for (std::size_t index = 0; index < files.size(); ++index)
+    if ((chosen >> index) % 2 != 0)
+      paths.push_back(test_folder + files[index]);
+  select(object, paths);
+}
+
+// What is offered in a usual menu, which has the identifiers from 1 on.
+Lines offered_Captions(const ComPtr<IContextMenu>& object) {
+  auto captions = offered(object);
+  std::erase(captions, L"-");
+  for (auto& caption : captions) {
+    caption.erase(0, caption.find(L' ') + 1);
+    replace_All(caption, L" *", L"");
+  }
   return captions;
 }
 
-// Lines behind the end are appended, as the platform does it, which then gives them no mark.
+// The platform appends lines whose position is behind the end, and gives these no mark.
 Lines expect_Lines(Lines lines, UINT position, UINT first_id, const Lines& captions) {
   const auto insert = [&](const std::wstring& line) {
     lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(position, lines.size())),
@@ -119,10 +117,10 @@ Lines expect_Lines(Lines lines, UINT position, UINT first_id, const Lines& capti
   return lines;
 }
 
-// What the last menu had: it answers until the next one.
+// The items of the last menu. They can be asked for until the next menu.
 struct Offer {
   UINT FirstId = 0;
-  Lines Captions = {};
+  Lines Captions;
 
   bool has(UINT id) const { return id - FirstId < Captions.size(); }
 };
@@ -141,8 +139,7 @@ void ask_ForText(IContextMenu* object, const Offer& offer, Input& input) {
   }
   const std::size_t size = (flags & GCS_UNICODE) != 0 ? 2 : 1;
   const auto length = std::min<std::size_t>(room, 300);
-  const auto buffer =
-      memory.last((length + 1) * size + 16);  // the one letter behind the buffer may be written
+  const auto buffer = memory.last((length + 1) * size + 16);  // one letter behind the buffer may be written
   std::ranges::fill(buffer, '?');
   std::string expected(buffer.begin(), buffer.end());
   if (!text.empty() && room != 0) {
@@ -159,7 +156,7 @@ void pick(IContextMenu* object, const Offer& offer, Input& input) {
   CMINVOKECOMMANDINFO command{};
   const UINT verb = input.take<UINT>() & (input.take<std::uint8_t>() % 2 != 0 ? 0xFF : ~0U);
   if ((verb < offer.Captions.size() || offer.has(verb)) && (verb & 0x0FFFF000) == 0)
-    return;  // an action
+    return;  // it would carry out an action
   command.cbSize = sizeof command;
   command.lpVerb = reinterpret_cast<const char*>(static_cast<ULONG_PTR>(verb));
   command.nShow = input.take<int>();
@@ -167,22 +164,13 @@ void pick(IContextMenu* object, const Offer& offer, Input& input) {
   require(take_Starts().empty(), "nothing starts for what is no item");
 }
 
-// Returns what is offered for the files.
-Lines choose_Files(const ComPtr<IContextMenu>& object, unsigned chosen) {
-  Lines paths;
-  for (std::size_t index = 0; index < files.size(); ++index)
-    if ((chosen >> index) % 2 != 0)
-      paths.push_back(test_folder + files[index]);
-  select(object, paths);
-  return captions_For(chosen);
-}
-
 void menu(Input input) {
   static const MenuMachine machine;
   const ComPtr<IContextMenu> object(ShellExt::create());
   const auto shift = input.rest().size();  // so that most changes of an input choose other files
-  const auto captions = choose_Files(object, (input.take<std::uint8_t>() + shift) % 128U);
-  Offer offer;
+  choose_Files(object, (input.take<std::uint8_t>() + shift) % 128U);
+  const auto captions = offered_Captions(object);
+  Offer offer{1, captions};
   while (input.has_More()) {
     const Menu menu;
     const auto others = input.take<std::uint8_t>() % 8U;
@@ -197,15 +185,16 @@ void menu(Input input) {
     if (is_wanted)
       offer = {first_id, captions};
     const auto count = object->QueryContextMenu(menu.Handle, position, first_id, input.take<UINT>(), flags);
-    require(count == (is_wanted ? std::ssize(captions) : 0), "the items of the files, where any are wanted");
+    require(count == (is_wanted ? std::ssize(captions) : 0),
+            "the same items come into every menu that wants any");
     require(menu.lines() == expect_Lines(before, position, first_id, is_wanted ? captions : Lines()),
-            "items of consecutive identifiers and one separator, and the others as they were");
+            "the items have consecutive identifiers and one separator, and the other lines stay");
     ask_ForText(object.Get(), offer, input);
     pick(object.Get(), offer, input);
   }
 }
 
-// The first right-click of a process, where all settings are read.
+// The first right-click of a process reads all settings.
 void first_click(Input input) {
   const MenuMachine machine;
   const bool is_usual = !input.has_More();
@@ -216,14 +205,15 @@ void first_click(Input input) {
   }
   constexpr unsigned all_files = 0x7E;
   const ComPtr<IContextMenu> object(ShellExt::create());
-  const auto captions = choose_Files(object, all_files);
-  const auto lines = offered(object);
+  const Lines captions{L"Open with Norvak", L"Open with quill!", L"Create PDF Signature",
+                       L"Validate PKCS7 Signature"};
+  choose_Files(object, all_files);
+  const auto shown = offered_Captions(object);
   std::size_t count = 0;
   for (const auto& caption : captions)
-    if (count < lines.size() && contains(lines[count], std::to_wstring(count + 1) + L" " + caption))
-      ++count;
-  require(lines.size() == count + (count != 0 ? 1 : 0), "some of the items in their order, and a separator");
-  require(!is_usual || count == captions.size(), "all of them without settings");
+    count += count < shown.size() && shown[count] == caption;
+  require(shown.size() == count, "some of the items are offered, in their order");
+  require(!is_usual || count == captions.size(), "all items are offered without further settings");
 }
 
 }  // namespace

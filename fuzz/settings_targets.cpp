@@ -1,9 +1,8 @@
-// The targets of the settings: the forms of their paths, the registry and the INI files.
+// The targets for the settings: the forms of their paths, the registry and the INI files.
 #include <windows.h>
 
 #include <array>
 #include <cstring>
-#include <cwctype>
 #include <filesystem>
 #include <fstream>
 
@@ -17,8 +16,8 @@
 
 namespace {
 
-// A path is put together from the rows of a table and free texts, and so are its forms. The input is also a
-// path as it is.
+// A path is put together from the rows of a table and free texts, and so are its forms. The whole input is a
+// path too.
 void paths(Input input) {
   static const CleanMachine machine;
   static const bool forced = (set_Value(force_hklm.Path, L"1"), load_ForceHKLM(), is_ForceHKLM());
@@ -48,11 +47,12 @@ void paths(Input input) {
     require(normalise(path) == (normalise == normalised_ForRead ? read : written), "a path has its form");
     other = normalise(other);
     require(normalise(other) == other && !contains(other, LR"(\\)"),
-            "a form is its own, without doubled backslashes");
+            "a form has no doubled backslashes and stays as it is");
   }
 }
 
-// How a value reads, from what is stored: by its size alone, or only where its terminators are there.
+// How stored bytes read. A text may have to end with its terminators, or else its last letters count as
+// these.
 template <typename Letter, typename Conversion>
 RegistryValue value_Of(DWORD type, std::string_view bytes, bool needs_terminators, Conversion to_text) {
   const auto end_size = (type == REG_MULTI_SZ ? 2 : 1) * sizeof(Letter);
@@ -76,7 +76,8 @@ std::wstring from_Wide(std::string_view bytes) {
 
 void registry(Input input) {
   static const CleanMachine machine;
-  static const std::wstring path = norvak + L"doexit", copy = norvak + L"copy";  // never answered from memory
+  static const std::wstring path = norvak + L"doexit",
+                            copy = norvak + L"copy";  // reads of the first one are never remembered
   const DWORD type = input.take<std::uint8_t>() % 13;
   const std::string stored(input.rest().begin(), input.rest().end());
   store(path, type, stored);
@@ -96,7 +97,7 @@ void registry(Input input) {
   if (is_Empty(entry.Value))
     return;
   require(write_Value(find_Place(copy), type, entry.Value), "it can be written again");
-  require(read_Entry(find_Place(copy)).Value == entry.Value, "and reads as it did");
+  require(read_Entry(find_Place(copy)).Value == entry.Value, "the written copy reads the same");
 }
 
 std::wstring read_IniText(const std::wstring& section, const std::wstring& key, const std::wstring& file) {
@@ -106,23 +107,6 @@ std::wstring read_IniText(const std::wstring& section, const std::wstring& key, 
   return {text.data(), length};
 }
 
-// What an INI file can hold, in one line, and what does not belong to the registry alone.
-bool is_Kept(const std::wstring& path) {
-  static const auto excluded = split(
-      L"currentcontrolset|currentversion|utest|ctest|atest|c3979a98|microsoft\\office|language|installdir|"
-      L"useini|userini|globalini|stickdrive|cryptdrive|hklm\\software\\norvak\\pdf\\path\n",
-      L'|');
-  const auto start = path.rfind(L'\\') + 1;
-  const auto name = path.substr(start);
-  const auto is_Blank = [](wchar_t letter) { return std::iswspace(letter) != 0 || letter == 0x1A; };
-  if (name.empty() || contains(L"[;", name.substr(0, 1)) || contains(name, L"=") || path.find(L']') < start ||
-      path.find_first_of(std::wstring_view(L"\r\n\0", 3)) != path.npos)
-    return false;
-  const auto lower = to_Lower(path) + L'\n';
-  return !is_Blank(name.front()) && !is_Blank(name.back()) &&
-         std::ranges::none_of(excluded, [&](const auto& part) { return contains(lower, part); });
-}
-
 void ini(Input input) {
   static const CleanMachine machine;
   static const bool arranged =
@@ -130,8 +114,7 @@ void ini(Input input) {
   static const std::wstring file = test_folder + L"global.ini", section = L"Software\\Norvak";
   const auto path = norvak + from_Ansi(to_Ansi(input.take_Text()));
   const auto value = from_Ansi(to_Ansi(input.take_Text()));
-  require(is_KeptInIni(path) == is_Kept(path), "a path is kept where it can and may be");
-  if (!arranged || !is_Kept(path))
+  if (!arranged || !is_KeptInIni(path))
     return;
   const auto place = find_Place(path);
   const auto form = input.take<std::uint8_t>();

@@ -1,4 +1,4 @@
-// What every fuzz target is made of: it takes an input apart and requires what must hold for every input.
+// What every fuzz target uses: it takes an input apart and requires what must hold for every input.
 #pragma once
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-// An input that is taken apart from its start; an input that has no more gives noughts and empty texts.
+// An input is taken apart from its start. Once it is used up it gives zeros and empty texts.
 class Input {
  public:
   explicit Input(std::span<const std::uint8_t> bytes) : m_rest(bytes) {}
@@ -24,8 +24,8 @@ class Input {
     return number;
   }
 
-  // A text ends at FF; FE says that the next two bytes are one letter. Other bytes are letters as they are,
-  // so that inputs can be read and written by hand.
+  // A text ends at the byte FF, and FE says that the next two bytes are one letter. Every other byte is a
+  // letter, so that inputs can be read and written by hand.
   std::wstring take_Text() {
     std::wstring text;
     while (has_More()) {
@@ -37,7 +37,7 @@ class Input {
     return text;
   }
 
-  // All that is left, or that stands before the next FF.
+  // All bytes that are left; and those before the next FF.
   std::span<const char> rest() const { return {reinterpret_cast<const char*>(m_rest.data()), m_rest.size()}; }
   std::string take_Bytes() {
     const auto end = std::ranges::find(m_rest, 0xFF);
@@ -56,12 +56,12 @@ void require(bool condition, const char* what);
 struct Target {
   const char* Name;
   void (*Run)(Input input);
-  int Inputs = 0;                       // for the share of the test command
+  int Inputs = 0;                       // unless the command line says how many
   bool IsFresh = false;                 // each input in a process of its own
   std::vector<std::string> Words = {};  // what the mutations insert
 };
 
-// The words between the bars.
+// The words of a text, which bars separate.
 inline std::vector<std::string> words(std::string_view text) {
   std::vector<std::string> words(1);
   for (const char letter : text)
@@ -69,8 +69,8 @@ inline std::vector<std::string> words(std::string_view text) {
   return words;
 }
 
-// The names of a drop list that end within its bytes. It ends with an empty name, which counts only as the
-// first.
+// The names of a drop list that end within its bytes. An empty name ends the list, unless it is the first
+// one.
 template <typename Letter>
 struct DecodedNames {
   std::basic_string<Letter> Letters;  // up to the end of the list or of the bytes

@@ -36,7 +36,7 @@ CLSID class_Of(const std::wstring& progid) {
 }
 
 std::atomic<long> calls_UntilFailure = 0;
-bool is_Lasting = false;  // the failure, for memory
+bool is_Lasting = false;  // whether requests for memory go on failing
 
 using Definition = std::shared_ptr<Component::Definition>;
 

@@ -1,5 +1,5 @@
-// Automation components of the tests' own: each stands in for the suite component of its ProgID, answers from
-// a table of members and records what is asked of it.
+// Automation components for tests. Each takes the place of the suite's component with the same ProgID,
+// answers from a table of members and records every call.
 #pragma once
 
 #include <windows.h>
@@ -23,8 +23,8 @@ Member answers(const _variant_t& value);
 Member fails();
 std::wstring text_Of(const _variant_t& value);
 
-// Registered under the ProgID from here to its end. Members, and whether an object can be made, may change in
-// between. A member `info` that answers 1 is always there unless the table says otherwise.
+// Registered under its ProgID as long as it lives. Meanwhile its members may change, and whether objects of
+// it can be made. A member `info` that answers 1 is added unless the table has one.
 class Component {
  public:
   explicit Component(const std::wstring& progid, Members members = {}, bool is_creatable = true);
@@ -36,7 +36,7 @@ class Component {
     std::wstring ProgId;
     Members Table;
     bool IsCreatable;
-    std::function<void()> AtEnd = {};  // what an object does with its last release
+    std::function<void()> AtEnd = {};  // called when an object is destroyed
   };
   Definition* operator->() const { return m_definition.get(); }
 
@@ -45,22 +45,23 @@ class Component {
   DWORD m_cookie = 0;
 };
 
-// What happened to all components so far, in its order, `info` left out: "+progid" and "-progid" for an
-// object made and released, "member(1, 2:short, text)" for a call, "Property=value". Those with `part` in
-// them.
+// What happened to all components so far, in order and without calls of `info`: "+progid" and "-progid" for
+// an object that was made or released, "member(1, 2:short, text)" for a call, "Property=value" for a property
+// that was set. Only the lines that contain `part`.
 Lines calls(std::wstring_view part = {});
-// Starts the record anew, or ends it.
+// Empties the record, which then goes on or stays empty.
 void forget_Calls(bool goes_on = true);
-// How many calls and ends of objects came on other threads than made them, after their apartments, or in the
-// middle of a call.
+// How many times an object was called or destroyed on another thread than its own or after the end of its
+// apartment, or destroyed in the middle of a call.
 long calls_ByStrangers();
-// How many objects have been made and not released.
+// How many objects of components exist.
 long living_Objects();
 
-// Has the call with this number from now on fail, the making of objects and `info` counted, and if it lasts
-// all calls for memory after it. True when the call that was to fail last has come.
+// Makes the call with this number fail, counted from now on with the making of objects and calls of `info`.
+// If the failure lasts, every request for memory after it fails too. True when the failure that was set
+// before has happened.
 bool fail_Call(long number, bool lasts = false);
-// Counts a call, of a component or of the platform's; true when it is one to fail.
+// Counts a call of a component or of the platform; true when this one has to fail.
 bool is_ToFail(bool is_memory = false);
 
 // The log component, with the log switched on and a folder for it.
@@ -82,7 +83,7 @@ struct ValueStore {
                     }}}};
 };
 
-// The suite's components; nothing that they are told stays.
+// The suite's components that a right-click calls. They have no effect outside the process.
 struct Components {
   Log Logger;
   ValueStore Store;

@@ -47,16 +47,15 @@ ComPtr<IContextMenu> Library::create() const {
   return object;
 }
 
-std::string drop_List(const Lines& names, bool wide, DWORD offset) {
-  const DROPFILES header{offset, {}, FALSE, wide};
+std::string drop_List(const Lines& names, bool is_utf16) {
+  const DROPFILES header{sizeof header, {}, FALSE, is_utf16};
   std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
-  bytes.resize(offset, '?');
   std::wstring letters;
   for (const auto& name : names)
     letters.append(name).append(1, L'\0');
   letters += L'\0';
   for (const wchar_t letter : letters)
-    bytes.append(reinterpret_cast<const char*>(&letter), wide ? sizeof letter : 1);
+    bytes.append(reinterpret_cast<const char*>(&letter), is_utf16 ? sizeof letter : 1);
   return bytes;
 }
 
@@ -76,7 +75,7 @@ DataObject::DataObject(const Lines& paths) : m_block(make_Block(drop_List(paths)
 }
 
 DataObject::~DataObject() {
-  EXPECT_EQ(m_references, 0u) << "references that were not given back";
+  EXPECT_EQ(m_references, 0u) << "some references were not given back";
   EXPECT_EQ(GlobalFlags(m_block) & GMEM_LOCKCOUNT, 0u) << "the block is still locked";
   GlobalFree(m_block);
 }
@@ -148,8 +147,8 @@ std::wstring install_Suite() {
   for (const std::wstring program :
        {L"PageKeeper.exe", L"quill!.exe", L"NorvakWorkerProcess.exe", L"Vaultware.exe", L"NorvakConfig.exe"})
     std::filesystem::copy_file(built_File(LR"(standins\)" + program), folder + program);
-  set_Value(LR"(HKLM\Software\Norvak\pdf\path)", folder);
-  set_Value(LR"(HKCU\Software\Norvak\pdf\UniqueContainerName)", L"container");
+  set_Value(norvak + LR"(pdf\path)", folder);
+  set_Value(users + LR"(pdf\UniqueContainerName)", L"container");
   SetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record_file.c_str());
   return folder;
 }
@@ -185,5 +184,5 @@ Lines take_Starts() {
 
 void Explorer::SetUp() {
   Machine::SetUp();
-  set_Value(LR"(HKLM\Software\Norvak\MultiSignator)", L"1");
+  set_Value(norvak + L"MultiSignator", L"1");
 }

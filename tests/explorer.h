@@ -1,4 +1,4 @@
-// A little Explorer: loads the extension's DLL as it was built, hands it selections and has menus filled.
+// A small Explorer: it loads the extension's DLL as it was built, hands it selections and has it fill menus.
 #pragma once
 
 #include <windows.h>
@@ -15,10 +15,10 @@
 
 using Microsoft::WRL::ComPtr;
 
-// The path of a file that was built into the folder of the test program.
+// The path of a built file in the folder of the test program.
 std::wstring built_File(const std::wstring& name);
 
-// A DLL, loaded from here to its end.
+// A DLL that stays loaded as long as this object lives.
 class Library {
  public:
   explicit Library(const std::wstring& path = built_File(L"NorvakContextMenu.dll"));
@@ -36,13 +36,13 @@ class Library {
   HMODULE m_module;
 };
 
-// The bytes of a drop list whose names start `offset` bytes behind its start; and a block of memory with
-// them.
-std::string drop_List(const Lines& names, bool wide = true, DWORD offset = sizeof(DROPFILES));
+// The bytes of a drop list, with its names in UTF-16 or in the code page; and a block of memory with these
+// bytes.
+std::string drop_List(const Lines& names, bool is_utf16 = true);
 HGLOBAL make_Block(std::string_view bytes);
 
-// A selection; `fill` answers for its data, or it lends out a drop list. At its end every reference must have
-// been given back, that of a lent list too.
+// A selection. It hands out what `fill` gives, or lends out a drop list of the paths. When it is destroyed,
+// every reference must have been given back, that of a lent list too.
 class DataObject : public IDataObject {
  public:
   using Fill = std::function<HRESULT(STGMEDIUM&)>;
@@ -72,8 +72,8 @@ class DataObject : public IDataObject {
 void select(const ComPtr<IContextMenu>& object, IDataObject* selection);
 void select(const ComPtr<IContextMenu>& object, const Lines& paths);
 
-// Picks a command, by its offset or by a text, with the long form of the record as Explorer does, or the
-// short one.
+// Picks a command by its offset or by a text. The record has the long form, as Explorer's has, unless `size`
+// is that of the short one.
 void invoke(const ComPtr<IContextMenu>& object, const char* verb, const char* folder = nullptr,
             DWORD size = sizeof(CMINVOKECOMMANDINFOEX));
 inline void invoke(const ComPtr<IContextMenu>& object, ULONG_PTR offset, const char* folder = nullptr) {
@@ -89,27 +89,27 @@ struct Menu {
   const HMENU Handle = CreatePopupMenu();
 };
 
-// The lines that the extension puts into an empty menu for its selection; for a folder there is one item.
+// The lines that the extension puts into an empty menu; and those for a folder.
 Lines offered(const ComPtr<IContextMenu>& object, UINT first_id = 1, UINT flags = CMF_NORMAL);
 inline const Lines folder_menu{L"1 Sign PDFs in Folder", L"-"};
 
-// Lays out the programs of the suite that serve a PDF file, and their settings; returns their folder.
+// Installs the suite's programs for files and drives with their settings, and returns their folder.
 std::wstring install_Suite();
-// The command line that opens a file with one of them.
+// The command line that opens a file with one of these programs.
 std::wstring opening(const std::wstring& program, const std::wstring& file);
-// How these programs were started, once it were so many times.
+// The recorded starts of these programs, as soon as there are `count`.
 Lines recorded_Starts(std::size_t count);
 
-// Has a module's starts of programs recorded in place of being made; each hands out handles and may be the
-// call that is to fail.
+// Records the programs that a module would start instead of starting them. Each recorded start gives handles,
+// and may be the call that has to fail.
 BOOL WINAPI record_Start(const wchar_t* program, wchar_t* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*,
                          BOOL, DWORD, void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION* started);
 void record_Starts(HMODULE module = GetModuleHandleW(nullptr));
-// The command lines of those since the last question; one that names its program apart has that and a TAB
-// before.
+// The command lines that were recorded since the last call. Where the program was named separately, its name
+// and a TAB come first.
 Lines take_Starts();
 
-// A machine on which folders can be signed, and the DLL loaded.
+// A machine on which folders can be signed, with the DLL loaded.
 class Explorer : public Machine {
  protected:
   void SetUp() override;

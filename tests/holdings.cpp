@@ -15,7 +15,7 @@ namespace {
 constexpr const char* names[] = {"kernel handles", "GDI objects", "menus",
                                  "heap blocks",    "heap bytes",  "components"};
 
-// Every possible handle is tried; the step is how far those of two objects are apart at least.
+// Tries every possible handle; `step` is the smallest distance between the handles of two objects.
 template <typename Handle, auto exists, ULONG_PTR step>
 long existing() {
   long count = 0;
@@ -52,8 +52,9 @@ void PrintTo(const Holdings& all, std::ostream* stream) {
 
 long kernel_Handles() {
   constexpr auto all_handles = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-  constexpr std::size_t words = sizeof(void*) == 4 ? 4 : 3;  // for each handle; the first one has its process
-  std::vector<ULONG_PTR> table(1 << 18);                     // behind their count
+  // The table begins with the number of handles; the first word of each handle is its process.
+  constexpr std::size_t words = sizeof(void*) == 4 ? 4 : 3;
+  std::vector<ULONG_PTR> table(1 << 18);
   NtQuerySystemInformation(all_handles, table.data(), static_cast<ULONG>(table.size() * sizeof table[0]),
                            nullptr);
   long count = 0;

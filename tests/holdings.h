@@ -1,5 +1,6 @@
-// What this process holds of the system and of the tests' components, so that a test can tell what grows. The
-// platform's own counters answer 0 where the tests run, so everything is counted here by looking at it.
+// Counts what this process holds: objects of the system and of the tests' components. A test compares two
+// counts to find what grows. Where the tests run, the platform's own counters answer 0, so each object is
+// looked for.
 #pragma once
 
 #include <windows.h>

@@ -136,8 +136,8 @@ std::wstring make_Picture(const std::wstring& path) {
   return path;
 }
 
-// The platform emulation reads its drives from symbolic links in a folder of the machine that hosts it. A
-// case may have the product's own starts of programs recorded.
+// The platform emulation reads its drives from symbolic links in a folder of the machine that hosts it. The
+// link is not made with the product's own way of starting a program, as a case may record that.
 void make_DriveE() {
   std::filesystem::create_directories(test_folder + L"drive");
   std::filesystem::current_path(LR"(c:\)");
@@ -183,6 +183,15 @@ bool patch_Import(std::string_view function, void* replacement, HMODULE module) 
     address = reinterpret_cast<ULONG_PTR>(replacement);
   }
   return first != last;
+}
+
+void* kernel_Function(const char* name) {
+  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name));
+}
+
+void use_Clock() {
+  const auto tell_Time = +[]() -> ULONGLONG { return clock_Time += clock_Step; };
+  patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));
 }
 
 int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT) {

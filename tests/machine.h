@@ -23,8 +23,8 @@ inline const std::wstring test_folder = LR"(c:\norvaks machine\)";
 inline const std::wstring norvak = LR"(HKLM\Software\Norvak\)";
 inline const std::wstring users = LR"(HKCU\Software\Norvak\)";
 
-// No setting and no component of the suite, no file of it, and the system's own script host. The thread is in
-// a single-threaded apartment.
+// A machine without settings, components and files of the suite, and with the system's own script host. The
+// thread is in a single-threaded apartment.
 class Machine : public testing::Test {
  protected:
   Machine();
@@ -34,15 +34,15 @@ class Machine : public testing::Test {
 // machine read-only for others, which the emulation does not do by itself.
 void become_PlainUser();
 
-// Registry values by path texts that start with HKLM, HKCU or HKCR, the suite's view of HKLM; a backslash at
-// the end names the default value. `set_Bytes` stores just these bytes, texts in the code page.
+// Registry values. A path starts with HKLM, which means the suite's view, HKCU or HKCR; a backslash at its
+// end names the default value. `set_Bytes` stores exactly these bytes, which for a text are in the code page.
 void set_Value(const std::wstring& path, const std::wstring& text);
 void set_Bytes(const std::wstring& path, DWORD type, std::string_view bytes);
 
 // A REG_SZ as it is, a REG_DWORD as "dword:" with the number, "(none)" for a missing value.
 std::wstring value_At(const std::wstring& path);
 
-// Makes a file with its folders and returns its path; one that is there gets the content behind its own.
+// Makes a file and its folders, and returns its path. A file that exists gets the content appended.
 std::wstring make_File(const std::wstring& path, const std::wstring& content = {});
 // Makes a picture of one red dot and returns its path.
 std::wstring make_Picture(const std::wstring& path);
@@ -54,9 +54,16 @@ Lines read_Lines(const std::wstring& path);
 // The functions that a module imports, with the places of their addresses.
 using Imports = std::multimap<std::string_view, IMAGE_THUNK_DATA*>;
 Imports imports_Of(HMODULE module);
-// Has a module's calls of a function of the platform land in the replacement, this program's own unless
-// another is named. False when the module does not import it.
+// Redirects a module's calls of a platform function to the replacement; the module is this program unless
+// another is named. False when the module does not import the function.
 bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
+
+// The platform's function of that name in kernel32, also where this program's calls of it are redirected.
+void* kernel_Function(const char* name);
+
+// Gives this program a clock of its own, in milliseconds; each look at it moves it on by the step.
+inline ULONGLONG clock_Time = 0, clock_Step = 0;
+void use_Clock();
 
 // Answers a module's message boxes without showing them.
 int WINAPI confirm_Box(HWND, const wchar_t*, const wchar_t*, UINT);
@@ -66,7 +73,7 @@ void answer_Boxes(HMODULE module);
 // Signable Convertible Pkcs7 Envelope Link".
 std::wstring names_Of(const SelectionFlags& flags);
 SelectionFlags flags_Of(const std::wstring& names);
-// Has this thread's last selection have these flags.
+// Gives this thread's current selection these flags.
 void select_Flags(const std::wstring& names);
 
 // The entries of a selection with these long paths.

@@ -20,7 +20,7 @@ class Window {
     start(nullptr);
     m_thread.join();
   }
-  // Returns at once, or when the routine is done.
+  // `start` returns at once, `run` when the routine is done.
   void start(std::function<void()> routine) {
     wait();
     const std::lock_guard lock(m_lock);

@@ -1,5 +1,5 @@
-// The suite's components as a 64-bit Explorer reaches them: 32-bit ones in the system's surrogate, a process
-// that may be missing, hang or die.
+// The suite's components as a 64-bit Explorer reaches them: they are 32-bit and run in the system's
+// surrogate, a process that may be missing, hang or die.
 #include "components/remote_component.h"
 
 #include <tlhelp32.h>
@@ -40,7 +40,7 @@ void with_Servers(const std::string& option) {
   EXPECT_EQ(std::system(command.c_str()), 0) << command;
 }
 
-// Does it to each surrogate that runs; how many these were.
+// Calls the routine for each surrogate that runs, and returns how many there are.
 long surrogates(const std::function<void(HANDLE)>& routine = [](HANDLE) {}) {
   long count = 0;
   const unique_kernel_handle all(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
@@ -68,7 +68,7 @@ bool becomes_True(const std::function<bool()>& condition) {
   return false;
 }
 
-// What this thread's waits were allowed to take, and when they began.
+// When the recorded waits began, and how long each was allowed to take.
 std::vector<std::pair<ULONGLONG, DWORD>> waits;
 
 DWORD WINAPI wait_Quietly(HANDLE handle, DWORD limit) {
@@ -81,7 +81,7 @@ DWORD WINAPI wait_Painting(DWORD count, const HANDLE* handles, BOOL, DWORD limit
   return MsgWaitForMultipleObjectsEx(count, handles, limit, mask, 0);
 }
 
-// The object of the first right-click whose menu is translated.
+// Right-clicks until the menu is translated, and returns the object of that right-click.
 ComPtr<IContextMenu> german_Menu(const Library& library, const std::wstring& path) {
   ComPtr<IContextMenu> object;
   EXPECT_TRUE(becomes_True([&] {
@@ -92,7 +92,8 @@ ComPtr<IContextMenu> german_Menu(const Library& library, const std::wstring& pat
   return object;
 }
 
-// One entry for the surrogates of all components. What a case does itself is an action.
+// One registry entry serves the surrogates of all components. What a case does itself counts as an action,
+// which has more patience than a menu.
 class Surrogate : public Machine {
  protected:
   void SetUp() override {
@@ -106,7 +107,7 @@ class Surrogate : public Machine {
   void TearDown() override {
     surrogates(NtResumeProcess);
     leave_Apartment();
-    EXPECT_TRUE(becomes_True([] { return end_RemoteWork(); })) << "work that does not end";
+    EXPECT_TRUE(becomes_True([] { return end_RemoteWork(); })) << "work in the background does not end";
     with_Servers("/u");
     surrogates(kill);
     remove_Entry();
@@ -118,7 +119,7 @@ class Surrogate : public Machine {
   std::optional<ActionPatience> m_action{std::in_place};
 };
 
-TEST_F(Surrogate, AnswersAndFailsAsAComponentInTheProcess) {
+TEST_F(Surrogate, AnswersAndFailsLikeAComponentInTheProcess) {
   const auto object = create_Object(logger);
   ASSERT_TRUE(object);
   EXPECT_TRUE(is_Alive(object.Get()));
@@ -128,7 +129,7 @@ TEST_F(Surrogate, AnswersAndFailsAsAComponentInTheProcess) {
   EXPECT_FALSE(call_Member(object.Get(), L"logge", {L"a line"}));
   EXPECT_FALSE(call_Member(object.Get(), L"logge", {L"a line", L"no:\\folder"}));
   EXPECT_FALSE(call_Member(object.Get(), L"logge", {L"a line", object.Get()}))
-      << "an object of another apartment";
+      << "an object belongs to its apartment";
   const auto file = test_folder + L"a.log";
   const auto write = [&] {
     for (int line = 0; line < 100; ++line)
@@ -147,13 +148,15 @@ TEST_F(Surrogate, ClassWithoutEntryIsMissingUntilItHasOne) {
   remove_Entry();
   EXPECT_FALSE(create_Object(logger));
   m_action.reset();
-  EXPECT_TRUE(becomes_True([] { return translate(L"a text").IsSettled; })) << "nobody to be asked again";
+  EXPECT_TRUE(becomes_True([] { return translate(L"a text").IsSettled; }))
+      << "a missing translator is not asked again";
   EXPECT_EQ(surrogates(), 0);
   set_Value(entry(), L"");
-  EXPECT_TRUE(becomes_True([] { return create_Object(logger) != nullptr; })) << "what was not there may come";
+  EXPECT_TRUE(becomes_True([] { return create_Object(logger) != nullptr; }))
+      << "a class may get its entry later";
 }
 
-TEST_F(Surrogate, ThatEndsIsStartedForTheNextObject) {
+TEST_F(Surrogate, IsStartedAgainForTheNextObject) {
   set_PermanentCache(L"a key", L"a value");
   set_PermanentCache(L"another", L"");  // the last key is remembered
   const auto object = create_Object(translator);
@@ -164,11 +167,11 @@ TEST_F(Surrogate, ThatEndsIsStartedForTheNextObject) {
   EXPECT_GT(surrogates(kill), 0);
   EXPECT_FALSE(translates(object) || is_Alive(object.Get()));
   EXPECT_TRUE(translates(create_Object(translator)));
-  Sleep(1000);  // for so long a sign of life is believed
+  Sleep(1000);  // a sign of life is believed for so long
   EXPECT_EQ(get_PermanentCache(L"a key"), L"a value");
 }
 
-TEST_F(Surrogate, ThatHangsIsTriedAgainAfterPausesThatGrow) {
+TEST_F(Surrogate, IsTriedAgainAfterGrowingPausesWhileItHangs) {
   constexpr DWORD limit = 20;
   const auto object = create_Object(translator, limit);
   EXPECT_GT(surrogates(NtSuspendProcess), 0);
@@ -180,15 +183,15 @@ TEST_F(Surrogate, ThatHangsIsTriedAgainAfterPausesThatGrow) {
   }));
   EXPECT_GE(waits[1].first - waits[0].first, 1000u);
   EXPECT_GE(waits[2].first - waits[1].first, 2000u);
-  EXPECT_FALSE(create_Object(translator)) << "another one of the process that hangs";
+  EXPECT_FALSE(create_Object(translator)) << "the process hangs for its other objects too";
   EXPECT_EQ(waits.size(), 3u);
   surrogates(NtResumeProcess);
   EXPECT_TRUE(becomes_True([&] { return is_Alive(object.Get()); }));
   EXPECT_LT(GetTickCount64() - waits[2].first, 4000u) << "the late answer ends the pause";
 }
 
-// It makes the files, and dies while it makes the next one: the earlier one stays.
-TEST_F(Surrogate, WorksOnFilesAndLeavesNoHalfOneWhenItDies) {
+// It makes the files, and dies while it makes one of them again: the earlier file stays.
+TEST_F(Surrogate, MakesFilesAndLeavesNoHalfFileWhenItDies) {
   install_Suite();
   const auto picture = make_Picture(test_folder + L"a.bmp"),
              text = make_File(test_folder + L"b.txt", L"content"), signature = text + L".p7s",
@@ -218,16 +221,16 @@ TEST_F(Surrogate, WorksOnFilesAndLeavesNoHalfOneWhenItDies) {
   run(L"p7s", text);
   killer.join();
   EXPECT_TRUE(exists(signature) && std::filesystem::last_write_time(signature) == earlier)
-      << "neither half a file nor none";
+      << "the earlier file is still whole";
   remove_Entry();
   run(L"p7m", text);
-  EXPECT_TRUE(exists(envelope)) << "the file of before, which nothing can make anew";
+  EXPECT_TRUE(exists(envelope)) << "the earlier file stays where no component can make another";
   std::filesystem::remove(picture + L".pdf");
   EXPECT_EQ(run(L"view", picture), Lines{opening(L"PageKeeper.exe", picture)});
 }
 
-// All hang as soon as they have started.
-TEST_F(Surrogate, ThatStartsLateServesTheNextMenu) {
+// Every surrogate hangs as soon as it has started.
+TEST_F(Surrogate, ServesTheNextMenuWhenItStartsLate) {
   const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf");
   set_Value(norvak + L"AlwaysDebug", L"1");
   std::atomic<bool> is_over = false;
@@ -248,7 +251,7 @@ TEST_F(Surrogate, ThatStartsLateServesTheNextMenu) {
   EXPECT_EQ(offered(object, 100),
             (Lines{L"100 Open with Norvak", L"101 Open with quill!", L"102 Create PDF Signature *",
                    L"103 Create PKCS7 Signature", L"104 Create PKCS7 Envelope", L"-"}));
-  EXPECT_EQ(waits.size(), 1u) << "further waits, once nothing is left of the half second";
+  EXPECT_EQ(waits.size(), 1u) << "nothing waits once the half second is used up";
   EXPECT_EQ(waits.at(0).second, menu_patience);
   EXPECT_EQ(library.run("DllCanUnloadNow"), S_FALSE);
   is_over = true;
@@ -260,7 +263,7 @@ TEST_F(Surrogate, ThatStartsLateServesTheNextMenu) {
   EXPECT_TRUE(becomes_True([&] { return library.run("DllCanUnloadNow") == S_OK; }));
 }
 
-// The lock is taken elsewhere, and the component waits three seconds for it.
+// This process holds the lock, and the component waits three seconds for it.
 TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
   unique_kernel_handle taken(CreateMutexW(nullptr, TRUE, L"Local\\NorvakInter.SemaPhore"));
   const auto wait = [](const AutomationObject& object) {
@@ -285,20 +288,21 @@ TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
   EXPECT_FALSE(wait(first));
   meanwhile.join();
   EXPECT_TRUE(is_served);
-  EXPECT_EQ(WaitForSingleObject(sender.get(), 0), WAIT_OBJECT_0) << "another thread that was left waiting";
+  EXPECT_EQ(WaitForSingleObject(sender.get(), 0), WAIT_OBJECT_0)
+      << "a message sent by another thread was not answered";
   MSG message;
-  EXPECT_TRUE(PeekMessageW(&message, window, WM_APP, WM_APP, PM_REMOVE)) << "a message that was taken";
-  // Two objects, as those of two programs.
+  EXPECT_TRUE(PeekMessageW(&message, window, WM_APP, WM_APP, PM_REMOVE)) << "a posted message was taken away";
+  // Two objects compete for the lock as those of two programs do.
   ReleaseMutex(taken.get());
   EXPECT_TRUE(wait(first));
-  EXPECT_TRUE(wait(first)) << "its own";
+  EXPECT_TRUE(wait(first)) << "its owner takes the lock again";
   const auto second = create_Object(semaphore, answer_AfterWork);
-  EXPECT_FALSE(wait(second)) << "held by another";
+  EXPECT_FALSE(wait(second)) << "the lock is held by the first object";
   first.Reset();
   EXPECT_TRUE(wait(second));
 }
 
-TEST_F(Surrogate, ServesARightClickAndIsLetGo) {
+TEST_F(Surrogate, ServesARightClickAndIsReleased) {
   const auto suite = install_Suite(), pdf = make_File(test_folder + L"a.pdf");
   std::filesystem::copy_file(built_File(LR"(..\i686\standins\NorvakWorkerProcess.exe)"),
                              suite + L"NorvakWorkerProcess.exe",
@@ -316,15 +320,15 @@ TEST_F(Surrogate, ServesARightClickAndIsLetGo) {
     EXPECT_TRUE(becomes_True([] { return !is_ProcessRunning(L"NorvakWorkerProcess.exe"); }));
   };
   right_Click(true);
-  // What each next one leaves besides what is planted for it: of the emulation's, for each process reached
-  // and for the workers' apartment.
+  // The emulation itself keeps some handles of each further right-click: for each process that was reached
+  // and for the workers' apartment. What a row plants must be found on top of them.
   constexpr long kept = 3 * 4 + 1;
   const std::pair<void (*)(), std::array<long, Holdings::Kinds>> rows[] = {
       {[] {}, {kept}},
       {[] { CreateEventW(nullptr, FALSE, FALSE, nullptr); }, {kept + 1}},
       {[] { HeapAlloc(GetProcessHeap(), 0, 1); }, {kept, 0, 0, 1, 1}}};
   for (const auto& [leak, grown] : rows) {
-    // The emulation's own threads may take or give back something meanwhile.
+    // The emulation's own threads may take or give back something at the same time.
     Holdings left;
     for (int tries = 0; tries < 5 && left != Holdings{grown}; ++tries) {
       const auto before = count_Holdings();

@@ -27,7 +27,7 @@ TEST_F(ActionTable, FindsTheFirstFittingRecord) {
   }
 }
 
-TEST_F(ActionTable, LogsEachRecordUpToTheMatchAndIsClearedTogetherWithTheFlags) {
+TEST_F(ActionTable, LogsEachRecordUpToTheMatchAndIsClearedWithTheFlags) {
   const Log log;
   action_table()[1] = {L"", 1, 1, true, L"unseen"};
   action_table()[2] = {L"shut", 8, 0, false, L"p7s"};

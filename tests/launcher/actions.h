@@ -1,4 +1,4 @@
-// Actions with the whole suite installed, for the files of cases that carry them out.
+// Actions with the whole suite installed, for the test files that carry them out.
 #pragma once
 
 #include <filesystem>
@@ -31,7 +31,7 @@ inline Member makes_File(std::size_t argument) {
   };
 }
 
-// Starts of the suite's programs are recorded, as are the calls of its components.
+// Starts of the suite's programs and calls of its components are recorded.
 class Actions : public Machine {
  protected:
   Actions() { record_Starts(); }

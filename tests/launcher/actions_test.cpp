@@ -16,21 +16,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// As a share that nobody may write to.
+// Refuses as a share does that nobody may write to.
 BOOL WINAPI refuse_CopyBeside(const wchar_t* from, const wchar_t* to, BOOL) {
   return !contains(to, test_folder) && fs::copy_file(from, to);
 }
 
-ULONGLONG clock_Now = 0;
-ULONGLONG WINAPI tell_Minutes() {
-  return clock_Now;
-}
-
-// What each starts, and what it leaves: two values of the registry, the marker file, the shared value.
+// What each action starts, and what it notes: two registry values, the marker file and the shared value.
 TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
   make_DriveE();
   fs::current_path(test_folder);
-  for (const std::wstring folder : {LR"(E:\)", LR"(E:\my stick\)", L"true"})  // the last in the current one
+  for (const std::wstring folder :
+       {LR"(E:\)", LR"(E:\my stick\)", L"true"})  // the last one below the current folder
     make_File(folder + LR"(Norvak\Vaultware.exe)");
   const Lines portable{LR"(E:\Norvak\Vaultware.exe	E:\Norvak\Vaultware.exe stop)"};
   const Lines worker{start(L"NorvakWorkerProcess.exe", L" signit")};
@@ -39,7 +35,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
     const wchar_t* Action;
     Lines Starts;
     std::wstring Notes;
-    std::wstring Setting, Value;  // set before; without a path, a shared value
+    std::wstring Setting, Value;  // set before the action; a name without a path is a shared value
   } rows[] = {{L"mount", {start(L"Vaultware.exe", L" mountdrive")}, LR"(dword:1|E:\|E:\|true)", L"", L""},
               {L"unmount", {start(L"Vaultware.exe", L" unmountdrive")}, gone, L"", L""},
               {L"unmount", {}, gone, L"", L""},
@@ -64,7 +60,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
     else
       set_PermanentCache(setting, value);
     const bool queues = std::wstring_view(action) == L"signit" || std::wstring_view(action) == L"sfolder";
-    set_PermanentCache(L"SignFiles", L"");  // as a worker that is done leaves it
+    set_PermanentCache(L"SignFiles", L"");  // as a worker leaves it when it is done
     EXPECT_EQ(run(action, entries({LR"(E:\)"})), queues ? Lines{} : box);
     EXPECT_EQ(take_Starts(), expected) << to_Ansi(action) << to_Ansi(value);
     EXPECT_EQ(m_store.Values[L"SignFiles"].empty(), expected != worker);
@@ -75,7 +71,7 @@ TEST_F(Actions, StartTheirProgramsAndNoteTheDrive) {
   }
 }
 
-TEST_F(Actions, OpenEachFileAndPassOverWhatIsNone) {
+TEST_F(Actions, OpenEachFileAndSkipWhatIsNoFile) {
   const Log log;
   Lines paths;
   const std::wstring longest(MAX_PATH - 1 - test_folder.size() - 4, L'x');
@@ -100,7 +96,7 @@ TEST_F(Actions, OpenEachFileAndPassOverWhatIsNone) {
                                        L"Tr\u00E4ger.pdf", longest + L".pdf", L"last.pdf"}));
 }
 
-TEST_F(Actions, OpenWhatCanBeSignedWithQuill) {
+TEST_F(Actions, OpenSignableFilesWithQuill) {
   Lines paths;
   for (const auto* ending : {L"d2d", L"p7m", L"p7s", L"pdf", L"PKCS7", L"png", L"xml"})
     paths.push_back(make_File(test_folder + L"a." + ending));
@@ -131,15 +127,15 @@ TEST_F(Actions, KeepThePdfOfAPictureBesideIt) {
   EXPECT_EQ(read_Lines(done + L".pdf"), Lines{L"kept"});
   EXPECT_EQ(temporary_Files(), Lines{});
   EXPECT_EQ(take_Starts(), starts(L"PageKeeper.exe", {L"a.PNG.pdf", L"b.tif.pdf", L"c.doc"}));
-  m_editor->Table[L"img2pdf"] = answers(done.c_str());  // nothing temporary: must not be deleted
+  m_editor->Table[L"img2pdf"] = answers(done.c_str());  // is not a temporary file, so it must not be deleted
   run(L"view", entries({done}));
   EXPECT_EQ(take_Starts(), starts(L"PageKeeper.exe", {L"b.tif.pdf"}));
   EXPECT_TRUE(fs::exists(done));
 }
 
-TEST_F(Actions, ShowAPictureBesideWhichNoPdfCanBeKept) {
+TEST_F(Actions, ShowAPictureWhenNoPdfCanBeKeptBesideIt) {
   patch_Import("CopyFileW", reinterpret_cast<void*>(refuse_CopyBeside));
-  patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Minutes));
+  use_Clock();
   select_Flags(L"Image");
   const auto picture = make_File(test_folder + L"a.png"), envelope = make_File(test_folder + L"b.p7m");
   run(L"view", entries({picture}));
@@ -149,13 +145,13 @@ TEST_F(Actions, ShowAPictureBesideWhichNoPdfCanBeKept) {
   EXPECT_EQ(started, Lines{start(L"PageKeeper.exe", L" " + ::quoted(shown))});
   EXPECT_EQ(read_Lines(shown), Lines{L"made"});
   for (const auto& [minutes, left] : {std::pair(9, 1u), {11, 0u}}) {
-    clock_Now = minutes * 60'000ull;
+    clock_Time = minutes * 60'000ull;
     run(L"vPKCS7", entries({envelope}));
     EXPECT_EQ(temporary_Files().size(), left) << minutes;
   }
 }
 
-// Every component call on the way fails once, the making of objects included: the steps after it are still
+// Every call of a component fails once, and so does the making of its objects: the later steps are still
 // taken, and nothing stays behind.
 TEST_F(Actions, GoOnAfterACallThatFails) {
   make_DriveE();
@@ -197,7 +193,8 @@ TEST_F(Actions, GoOnAfterACallThatFails) {
   }
 }
 
-// What is missing or refuses, and what is done all the same: programs started and files left in the folder.
+// Each row: what is missing or refuses, the action, and what happens all the same: programs started and files
+// left.
 TEST_F(Actions, GoOnWithoutWhatIsMissing) {
   const auto picture = make_File(test_folder + L"a.png"), text = make_File(test_folder + L"b.txt");
   make_File(text + L".p7s", L"older");
@@ -242,8 +239,8 @@ TEST_F(Actions, GoOnWithoutWhatIsMissing) {
     EXPECT_EQ(temporary_Files(), Lines{}) << fault;
   }
   EXPECT_EQ(m_store.Values[L"StickDrive"], L"true");
-  EXPECT_EQ(m_store.Values[L"SignFiles"], L"") << "an order that nobody would carry out";
-  EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)"), L"(none)") << "the key that may not be written";
+  EXPECT_EQ(m_store.Values[L"SignFiles"], L"") << "nobody would carry this order out";
+  EXPECT_EQ(value_At(users + LR"(CSP\StickMounted)"), L"(none)") << "this key may not be written";
 }
 
 TEST_F(Actions, MarkADriveWithoutFollowingALinkOnIt) {
@@ -263,7 +260,7 @@ BOOL WINAPI refuse_Start(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURIT
   return FALSE;
 }
 
-TEST_F(Actions, LeaveTheNotesOfADriveWhereTheProgramDoesNotStart) {
+TEST_F(Actions, LeaveTheNotesOfADriveWhenItsProgramDoesNotStart) {
   make_DriveE();
   const auto notes = [] {
     return Lines{value_At(users + LR"(CSP\StickMounted)"), value_At(users + LR"(CSP\LastCryptDrive)")};
@@ -284,7 +281,7 @@ TEST_F(Actions, LeaveTheNotesOfADriveWhereTheProgramDoesNotStart) {
   EXPECT_EQ(m_store.Values[L"StickDrive"], L"");
 }
 
-TEST_F(Actions, TellWhatDoesNotOpen) {
+TEST_F(Actions, TellWhichFilesCouldNotBeOpened) {
   patch_Import("CreateProcessW", reinterpret_cast<void*>(refuse_Start));
   const auto file = make_File(test_folder + L"a.pdf"), other = make_File(test_folder + L"b.pdf");
   const auto not_opened = L"Norvak: The file could not be opened.\r\n" + file + L"\r\n" + other;
@@ -297,7 +294,7 @@ TEST_F(Actions, TellWhatDoesNotOpen) {
     EXPECT_EQ(run(action, entries({file, other})), (Lines{told, box[0]}));
 }
 
-TEST_F(Actions, EndInATranslatedMessageButForTheQueue) {
+TEST_F(Actions, EndWithATranslatedMessageExceptThoseOfTheQueue) {
   const Component translator(L"NorvakTranslator.Language",
                              {{L"translateit", [](const Arguments& arguments) {
                                  return _variant_t((L"de " + text_Of(arguments.at(0))).c_str());

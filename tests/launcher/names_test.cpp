@@ -1,5 +1,5 @@
-// Names of every kind, from the drop list to what a program or a component gets: it reaches the selected file
-// and no other one, whatever stands beside it.
+// File names of every kind, on their way from the drop list to a program or a component: each leads to the
+// selected file and to no other one, whatever lies beside it.
 #include <algorithm>
 #include <deque>
 #include <span>
@@ -17,7 +17,7 @@ namespace {
 
 const std::wstring prefix = LR"(\\?\)";
 
-TEST(FileNames, HaveAFormThatThePlatformTakesExactly) {
+TEST(FileNames, HaveAFormThatThePlatformTakesLiterally) {
   const std::wstring long_name = LR"(C:\)" + std::wstring(300, L'x') + L".pdf",
                      share = LR"(\server\share\a.)";
   const std::pair<std::wstring, std::wstring> rows[] = {
@@ -51,7 +51,7 @@ DWORD WINAPI keep_LongNames(const wchar_t* path, wchar_t* buffer, DWORD room) {
   return length;
 }
 
-// What the file holds that a program with the code page, or one without, gets at by that name.
+// The content of the file that a program opens by this name, with the code page where the name is in it.
 std::wstring content_At(const std::wstring& name) {
   const auto open = [](auto function, const auto* path) {
     return own_File(function(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -71,10 +71,10 @@ class Names : public Machine, public testing::WithParamInterface<bool> {
     std::ranges::for_each(m_files, [](const auto& path) { DeleteFileW((prefix + path).c_str()); });
     std::ranges::for_each(m_folders, [](const auto& path) { RemoveDirectoryW((prefix + path).c_str()); });
   }
-  // Make just this file, with its path as its content, and just this folder.
+  // Make exactly this file, with its path as its content, and exactly this folder.
   std::wstring make_Exactly(const std::wstring& path);
   void make_Folder(const std::wstring& path);
-  // The file of which the suite's programs and components hear when the action is carried out.
+  // The files that the suite's programs and components are given when the action is carried out.
   Lines reached_By(const std::wstring& action, const std::wstring& path);
 
   const std::wstring m_suite = install_Suite();
@@ -88,7 +88,7 @@ class Names : public Machine, public testing::WithParamInterface<bool> {
 
  private:
   Lines m_files;
-  std::deque<std::wstring> m_folders;  // the last one first
+  std::deque<std::wstring> m_folders;  // inner ones first
 };
 
 INSTANTIATE_TEST_SUITE_P(, Names, testing::Bool(),
@@ -131,7 +131,7 @@ TEST_P(Names, LeadToTheSelectedFileAlone) {
                      inner = outer + LR"(\)" + std::wstring(150, L'y');
   make_Folder(outer);
   make_Folder(inner);
-  // The selected file, and those beside it that it might be taken for.
+  // Each row: the selected file, and files beside it that it could be mistaken for.
   const Lines rows[] = {{L"a.pdf"},
                         {L"Tr\u00E4ger.pdf", L"Trager.pdf"},
                         {L"Tra\u0308ger.pdf", L"Tr\u00E4ger.pdf", L"Trager.pdf"},
@@ -167,8 +167,8 @@ TEST_P(Names, LeadToTheSelectedFileAlone) {
   expect_Reached(make_Exactly(inner + LR"(\a.pdf)"));
 }
 
-// These cannot be opened as they stand, and without the mark at their end they are another file's.
-TEST_P(Names, ThatEndInABlankOrDotAreNotCutToAnothers) {
+// The platform drops such an end, and what is left is another file's name.
+TEST_P(Names, EndingInABlankOrDotStayWhole) {
   record_Starts();
   for (const std::wstring name : {L"a.pdf", L"folder"})
     make_Exactly(test_folder + name);
@@ -192,7 +192,7 @@ TEST_P(Names, AreNeverSplitOrCompleted) {
   const auto names = read_DropNames(list).Names;
   ASSERT_EQ(names.size(), 2u);
   EXPECT_EQ(names[0].size(), 499u);
-  EXPECT_EQ(names[1], L"") << "its end may be missing";
+  EXPECT_EQ(names[1], L"") << "a name that fills the buffer may lack its end";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The files of the PKCS#7 actions: what is made, what stays, and what goes.
+// The files of the PKCS#7 actions: which are made, which stay, and which are deleted.
 #include <windows.h>
 
 #include <aclapi.h>
@@ -27,7 +27,7 @@ void make_Older(const fs::path& folder, int hours) {
   EXPECT_TRUE(SetFileTime(opened.get(), nullptr, nullptr, &then));
 }
 
-TEST_F(Pkcs7Files, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
+TEST_F(Pkcs7Files, AreMadeAndValidatedUnlessAShortcutIsSelected) {
   const auto file = make_File(test_folder + L"a.txt"), other = make_File(test_folder + L"b.txt");
   make_File(file + L".p7s", L"an older one, ");
   set_Value(norvak + LR"(CSP\CertificateAlwaysValid)", L" 1 ");
@@ -50,17 +50,18 @@ TEST_F(Pkcs7Files, MakeAndValidatePkcs7FilesUnlessThereAreShortcuts) {
                           L"validate_P7x(" + b + L".P7M, temporary, -1)",
                           L"validate_P7x(" + a + L".p7s, temporary, -1)"}));
   EXPECT_EQ(read_Lines(a + L".p7s"), Lines{L"made"});
-  EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the content of the envelope";
-  EXPECT_EQ(read_Lines(b), Lines{}) << "a file in the way";
+  EXPECT_EQ(read_Lines(a), Lines{L"made"}) << "the envelope gives its content back";
+  EXPECT_EQ(read_Lines(b), Lines{}) << "the content does not replace a file";
   EXPECT_EQ(temporary_Files(), Lines{});
 }
 
-// What the component does, and what is there afterwards: under the name of the output, and aside.
-TEST_F(Pkcs7Files, KeepAnEarlierFileUntilTheNewOneIsWhole) {
+// Each row: what the component writes, whether it fails, what the output holds afterwards, and what the user
+// is told.
+TEST_F(Pkcs7Files, ReplaceAnEarlierFileOnlyOnceTheyAreWhole) {
   const auto file = make_File(test_folder + L"a.txt"), output = file + L".p7s";
   const auto writes = [&](const wchar_t* content, bool fails) {
     return [=, &output](const Arguments&) -> _variant_t {
-      EXPECT_FALSE(fs::exists(output)) << "it stands in the component's way";
+      EXPECT_FALSE(fs::exists(output)) << "the earlier file is in the component's way";
       if (content != nullptr)
         std::ofstream(fs::path(output)) << to_Ansi(content);
       return fails ? throw HRESULT{E_FAIL} : _variant_t(true);
@@ -105,7 +106,7 @@ TEST_F(Pkcs7Files, KeepAnEarlierFileUntilTheNewOneIsWhole) {
   EXPECT_TRUE(fs::is_directory(output));
 }
 
-TEST_F(Pkcs7Files, WriteContentBackAfterAClearYesAloneAndWithItsOrigin) {
+TEST_F(Pkcs7Files, GiveTheirContentBackOnlyAfterAClearYesAndWithItsOrigin) {
   const std::wstring content = test_folder + L"a.txt", mark = L":Zone.Identifier";
   const auto envelope = make_File(content + L".p7m");
   std::ofstream(fs::path(envelope + mark)) << "[ZoneTransfer]\r\nZoneId=3\r\n";
@@ -125,7 +126,7 @@ TEST_F(Pkcs7Files, WriteContentBackAfterAClearYesAloneAndWithItsOrigin) {
   }
 }
 
-TEST_F(Pkcs7Files, DeleteDecryptedContentAsSoonAsNobodyHasIt) {
+TEST_F(Pkcs7Files, LeaveNoDecryptedContentOnceNobodyHasItOpen) {
   const auto envelope = make_File(test_folder + L"b.txt.p7m");
   unique_kernel_handle scanner;
   bool is_scanned = true;

@@ -15,8 +15,8 @@ const std::wstring suite_folder = test_folder + L"suite";
 
 class Features : public Machine, public testing::WithParamInterface<const wchar_t*> {};
 
-// Settings and what they switch on: card connector, credential provider, multiple signer, signing with a
-// card.
+// Each row: settings, and what they switch on: card connector, credential provider, multi-signer, signing
+// with a card.
 INSTANTIATE_TEST_SUITE_P(
     Settings, Features,
     testing::Values(
@@ -65,11 +65,12 @@ TEST_F(ProgramLocators, FindTheToolInItsSecondFolderAndTheWorkerOfADeveloper) {
   EXPECT_EQ(find_WorkerProcess(), worker);
 }
 
-// A value of a type that the registry functions leave out is asked of the script host, which shows the order.
+// A value whose type the registry functions do not read is asked of the script host, whose calls show the
+// order.
 TEST_F(ProgramLocators, TryTheirFoldersInOrderAndKeepWhatTheyFound) {
   const Component host(L"WScript.Shell", {{L"RegRead", answers(L"")}, {L"RegWrite", answers({})}});
   const Log log;
-  // The folders that are tried, and the file.
+  // Each row: the folders that are tried, and the file.
   const std::pair<std::wstring (*)(), std::wstring> rows[] = {
       {find_PageKeeper, LR"(Norvak\pagekeeper\path|Norvak\pdf\path|Norvak\pdf\INSTALLDIR|PageKeeper.exe)"},
       {find_PdfViewer,
@@ -91,7 +92,7 @@ TEST_F(ProgramLocators, TryTheirFoldersInOrderAndKeepWhatTheyFound) {
       if (!is_SuitesBitness)
         expected.push_back(L"RegRead(" + path + L")");
     }
-    if (find != find_WorkerProcess)  // which alone a developer may have elsewhere
+    if (find != find_WorkerProcess)  // a developer may have the worker there, and no other program
       make_File(LR"(c:\srcbox\worker\)" + std::wstring(after_Last(row, L'|')));
     EXPECT_EQ(find(), L"");
   }

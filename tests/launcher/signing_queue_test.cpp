@@ -11,27 +11,25 @@ constexpr const wchar_t* waiting = L"Signatur Process active - waiting";
 constexpr const wchar_t* busy = LR"(C:\busy.pdf)";
 constexpr const wchar_t* next = LR"(C:\next.pdf)";
 
-// A clock that only the waiting moves on.
-ULONGLONG now = 0;
-ULONGLONG WINAPI tell_Time() {
-  return now;
-}
+// Only waiting moves the clock.
 DWORD WINAPI move_Clock(DWORD, const HANDLE*, BOOL, DWORD milliseconds, DWORD) {
-  now += milliseconds;
+  clock_Time += milliseconds;
   return WAIT_TIMEOUT;
 }
 
 class SigningQueue : public Machine {
  protected:
   SigningQueue() {
-    patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));
+    use_Clock();
     patch_Import("MsgWaitForMultipleObjects", reinterpret_cast<void*>(move_Clock));
   }
   ~SigningQueue() override {
+    for (const auto* function : {"ProcessIdToSessionId", "CreateToolhelp32Snapshot"})
+      patch_Import(function, kernel_Function(function));
     while (is_ProcessRunning(L"NorvakWorkerProcess.exe"))
       SendMessageW(FindWindowW(L"NorvakSuiteProgram", nullptr), WM_KEYDOWN, 0, 0);
   }
-  // Queues a file while the worker has another; the step is taken each time that the store is asked.
+  // Queues a file while the worker has another one; calls the step each time that the store is asked.
   void queue_WhileBusy(const std::function<void()>& step) {
     SetEnvironmentVariableW(L"NORVAK_SUITE_SHOW", L"60000");
     start_Program(m_suite + L"NorvakWorkerProcess.exe");
@@ -83,7 +81,7 @@ TEST_F(SigningQueue, WaitsForABusyWorkerForAMinuteAtMost) {
         seen.push_back(text);
     }
   });
-  EXPECT_EQ(now, 60'000u);
+  EXPECT_EQ(clock_Time, 60'000u);
   EXPECT_EQ(m_store.Values[L"SignFiles"], next);
   EXPECT_EQ(take_Starts(), Lines{m_command});
   ASSERT_EQ(seen.size(), 21u);
@@ -94,7 +92,7 @@ TEST_F(SigningQueue, WaitsForABusyWorkerForAMinuteAtMost) {
   EXPECT_EQ(messages[4], L"Signature Process active: " + std::wstring(busy));
 }
 
-BOOL WINAPI know_NoSession(DWORD process, DWORD* session) {
+BOOL WINAPI know_OtherSession(DWORD process, DWORD* session) {
   *session = process == GetCurrentProcessId() ? 1 : 2;
   return TRUE;
 }
@@ -103,35 +101,32 @@ HANDLE WINAPI know_NoProcess(DWORD, DWORD) {
 }
 
 TEST_F(SigningQueue, BelongsToTheWorkersOfThisSession) {
-  patch_Import("ProcessIdToSessionId", reinterpret_cast<void*>(know_NoSession));
+  patch_Import("ProcessIdToSessionId", reinterpret_cast<void*>(know_OtherSession));
   queue_WhileBusy([] {});
-  EXPECT_EQ(now, 3'000u) << "time for another program's worker to start";
+  EXPECT_EQ(clock_Time, 3'000u) << "another program's worker has this time to start";
   EXPECT_EQ(m_store.Values[L"SignFiles"], next);
 }
 
-TEST_F(SigningQueue, IsNotStaleWhereNobodyKnowsWhatRuns) {
+TEST_F(SigningQueue, IsNotStaleWhenTheRunningProgramsAreUnknown) {
   patch_Import("CreateToolhelp32Snapshot", reinterpret_cast<void*>(know_NoProcess));
   queue_WhileBusy([] {});
-  EXPECT_EQ(now, 60'000u);
+  EXPECT_EQ(clock_Time, 60'000u);
   EXPECT_EQ(m_store.Values[L"SignFiles"], next);
-  const auto kernel = GetModuleHandleW(L"kernel32.dll");
-  patch_Import("CreateToolhelp32Snapshot",
-               reinterpret_cast<void*>(GetProcAddress(kernel, "CreateToolhelp32Snapshot")));
 }
 
-TEST_F(SigningQueue, StopsWaitingWithThePassThatFindsTheQueueEmpty) {
+TEST_F(SigningQueue, StopsWaitingOnceItIsEmpty) {
   int asked = 0;
   queue_WhileBusy([&] {
     if (++asked == 4)
       m_store.Values[L"SignFiles"] = L"";
   });
-  EXPECT_EQ(now, 1'000u);
+  EXPECT_EQ(clock_Time, 1'000u);
   EXPECT_EQ(m_store.Values[L"SignFiles"], next);
 }
 
-TEST_F(SigningQueue, LeavesTheQueueToAWorkerWhenTheUserCancels) {
+TEST_F(SigningQueue, IsLeftToItsWorkerWhenTheUserCancels) {
   queue_WhileBusy([] { SendMessageW(FindWindowW(nullptr, waiting), WM_COMMAND, IDCANCEL, 0); });
-  EXPECT_EQ(now, 0u);
+  EXPECT_EQ(clock_Time, 0u);
   EXPECT_EQ(m_store.Values[L"SignFiles"], busy);
   EXPECT_EQ(take_Starts(), Lines());
 }

@@ -24,7 +24,7 @@ class Translation : public Machine {
 };
 
 TEST_F(Translation, LooksUpPlainAndEscapedTexts) {
-  // A text, its translation and how often the translator is asked.
+  // Each row: a text, its translation and how often the translator is asked.
   for (const auto* row : {L"a>b>1", L"a>b>0", L"empty>empty>1", L"c\r\nd>found>2", L"a>b>1", L"x\ty>u\r\nv>2",
                           L"un\r\nknown>un\r\nknown>2", L"un\tknown>un\r\nknown>2", L"broken>broken>1",
                           L">>1", L"broken>broken>0"}) {
@@ -50,7 +50,8 @@ TEST_F(Translation, PassesTextsThroughUntilATranslatorLives) {
   m_translator->Table[L"info"] = answers(L"1");
   EXPECT_EQ(translate_String(L"a"), L"b");
   EXPECT_EQ(calls(L"translateit"), Lines{L"translateit(a)"});
-  // It is asked for its life once, also while its answer lets go of it in its turn, and goes with each end.
+  // A release asks once whether it is alive, also when that very answer releases it again, and then lets it
+  // go.
   for (const std::size_t released : {4, 5}) {
     EXPECT_TRUE(load_Translator());
     int asked = 0;

@@ -7,9 +7,9 @@
 
 namespace {
 
-const std::wstring container = LR"(HKCU\Software\Norvak\pdf\UniqueContainerName)";
+const std::wstring container = users + LR"(pdf\UniqueContainerName)";
 
-// Fills a menu of the shell's, which has two items of its own.
+// Fills a menu between two items that it has already.
 HRESULT compose(const Menu& menu, UINT flags = CMF_NORMAL) {
   AppendMenuW(menu.Handle, MF_STRING, 1, L"above");
   AppendMenuW(menu.Handle, MF_STRING, 2, L"below");
@@ -24,7 +24,8 @@ void install(const std::wstring& programs) {
 
 class Composition : public Machine, public testing::WithParamInterface<const wchar_t*> {};
 
-// Programs, settings that are on, flags and the keywords of the items.
+// Each row: installed programs, settings that are on, the selection's flags, and the keywords of the offered
+// items.
 INSTANTIATE_TEST_SUITE_P(
     Offers, Composition,
     testing::Values(
@@ -81,7 +82,7 @@ TEST_P(Composition, FillsTheMenuAndTheTable) {
 
 TEST_F(Composition, DependsOnTheKindOfMenu) {
   install(L"quill!");
-  for (const UINT others : {0u, ~0xFu}) {  // what Explorer sets besides changes nothing
+  for (const UINT others : {0u, ~0xFu}) {  // the other flags change nothing
     for (const UINT kind : {1u, 8u, 9u})
       EXPECT_EQ(compose(Menu(), others | kind), 0) << others << kind;
     for (const UINT kind : {0u, 2u, 3u, 4u, 5u, 0xAu})
@@ -89,7 +90,7 @@ TEST_F(Composition, DependsOnTheKindOfMenu) {
   }
 }
 
-TEST_F(Composition, KeepsCaptionsAndContainerNameOnceKnown) {
+TEST_F(Composition, KeepsCaptionsAndTheContainerNameOnceKnown) {
   install(L"PageKeeper NorvakWorkerProcess");
   Component translator(L"NorvakTranslator.Language", {{L"translateit", answers(L"Unterschrift")}});
   select_Flags(L"Convertible");

@@ -53,12 +53,12 @@ TEST_F(Insertion, KeepsTheBitmapsOfEachPosition) {
     return count_GdiObjects();
   };
   const auto before = count_GdiObjects();
-  const auto none = before + 2, picture = 1L;  // the contexts and the picture stay
+  const auto none = before + 2, picture = 1L;  // two device contexts and the loaded picture are kept
   EXPECT_EQ(insert({0, 3, 250}, 101, 101), none + 6 + picture);
   EXPECT_EQ(insert({0, 3, 250}, 101, 101), none + 6 + picture);
   EXPECT_EQ(insert({0, 3, 250}, 199, 101), none + 3) << "a missing resource leaves no bitmap";
   EXPECT_EQ(insert({0, 3, 250, 5}, 101, 0), none + 7 + picture);
-  free_MenuBitmaps();  // those of the positions below 100 that showed a picture
+  free_MenuBitmaps();  // frees those that were shown at positions below 100
   EXPECT_EQ(count_GdiObjects(), none + 3 + picture);
   leave_Apartment();
   EXPECT_EQ(count_GdiObjects(), before);
@@ -83,7 +83,7 @@ TEST_F(Insertion, ScalesThePictureToACharacterCell) {
 
 class MenuMode : public Machine, public testing::WithParamInterface<const wchar_t*> {};
 
-// The shared value, the registry's, the mode, and both values afterwards.
+// Each row: the shared value, the registry's, the mode, and both values afterwards.
 INSTANTIATE_TEST_SUITE_P(Sources, MenuMode,
                          testing::Values(L"||0||dword:0", L"2|1|2|2|1", L"| 3 |3|3| 3 ", L"|4|0|4|4",
                                          L"|-1|0|-1|-1", L"word|1|0|word|1"));

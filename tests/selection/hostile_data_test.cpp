@@ -1,4 +1,4 @@
-// Selections as no shell should hand them over; the fuzzing has many more (fuzz/).
+// Selections that no shell should hand over; the fuzzing has many more (fuzz/).
 #include "tests/components.h"
 #include "tests/explorer.h"
 
@@ -6,7 +6,7 @@ namespace {
 
 class HostileData : public Explorer {
  protected:
-  // Captures it with these messages, and the next right-click works.
+  // Captures the selection, expects these messages, and then a right-click that works.
   void expect_Captured(IDataObject* selection, const Lines& messages) {
     const auto object = m_library.create();
     const auto known = m_log.messages().size();
@@ -22,7 +22,7 @@ class HostileData : public Explorer {
   const Log m_log;
 };
 
-TEST_F(HostileData, WithoutAUsableDropListIsASelectionOfNothing) {
+TEST_F(HostileData, IsAnEmptySelectionWithoutAUsableDropList) {
   struct Refusing : DataObject {
     using DataObject::DataObject;
     STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
@@ -55,7 +55,7 @@ TEST_F(HostileData, WithoutAUsableDropListIsASelectionOfNothing) {
   EXPECT_EQ(stream.Reset(), 0u) << "the stream was not released";
 }
 
-TEST_F(HostileData, WithOddNamesIsCapturedByTheSameSteps) {
+TEST_F(HostileData, IsCapturedByTheSameStepsWithOddNames) {
   const std::wstring a600(600, L'a');
   Lines many;
   std::wstring all;

@@ -51,7 +51,7 @@ TEST_F(SelectionAnalysis, RecognisesASecureDrive) {
   make_DriveE();
   const std::wstring end = L"Files are all Directory";
   const std::wstring one = L"DataFiles contains one entry|", drive = L"This is a drive|";
-  // A new file, the selection, its flags and the messages.
+  // Each row: a new file, the selection, its flags and the messages.
   const std::wstring rows[][4] = {
       {L"x", L"E:", L"Folders Container", L"DataFiles contains 1 entries|" + end},
       {L"Vaultware.exe", L"E:", L"Folders Drive", one + drive + end},
@@ -85,7 +85,7 @@ TEST_F(SelectionAnalysis, RepairsTheIconsForAnEnvelope) {
   EXPECT_EQ(value_At(LR"(HKCR\.p7s\DefaultIcon\)"), L"own.ico");
 }
 
-// One walk for an ending, made in full.
+// A plain walk for one ending, name by name; the product walks all of them at once.
 bool has_Extension(const Lines& paths, const std::wstring& extension, SelectionFlags& flags) {
   for (const auto& path : paths) {
     if (path.empty())
@@ -116,7 +116,7 @@ TEST_F(SelectionAnalysis, AgreesWithPlainWalks) {
       split(L".txt|.doc|.c|pdf|.pdf|.XML|.p7m|.p7s|.d2d|.pkcs7|.png|.tiff|tif|.lnk|.url|x", L'|');
   std::mt19937 random(20240229);
   for (int round = 0; round < 400; ++round) {
-    // A few kinds in a selection, so that most flags stay unset.
+    // A selection has only a few kinds of file, so that most flags stay unset.
     Lines paths(1 + random() % 5);
     const auto first_kind = random() % endings.size();
     for (auto& path : paths)

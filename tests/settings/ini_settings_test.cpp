@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 const std::wstring folder = test_folder + LR"(suite\)";
 const std::wstring users_file = test_folder + get_UserName() + L".own.ini";
-constexpr const wchar_t* written_key = L"NORVAK_TEST_KEY";  // what another process is to write
+constexpr const wchar_t* written_key = L"NORVAK_TEST_KEY";  // tells another process what to write
 constexpr int many = 20;
 
 bool write_Text(const std::wstring& path, const std::wstring& text) {
@@ -26,15 +26,10 @@ Lines values_Of(const std::wstring& name) {
   return {regread_Text(norvak + name), value_At(norvak + name)};
 }
 
-// Both processes have these: the other writer is within a write, and this one waits for it.
+// Both processes share these events: the other writer is within a write, and this one waits for it.
 const unique_kernel_handle inside(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer inside"));
 const unique_kernel_handle awaited(CreateEventW(nullptr, FALSE, FALSE, L"norvak writer awaited"));
 constexpr DWORD patience = 20000;
-ULONGLONG clock_Step = 0;
-
-void* platforms(const char* function) {
-  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), function));
-}
 
 // The other writer stays in each of its writes, the lock held, until this one waits for it.
 BOOL WINAPI write_WhenAwaited(const wchar_t* section, const wchar_t* name, const wchar_t* value,
@@ -46,18 +41,13 @@ BOOL WINAPI write_WhenAwaited(const wchar_t* section, const wchar_t* name, const
       ExitProcess(1);
   }
   static const auto write =
-      reinterpret_cast<decltype(&write_WhenAwaited)>(platforms("WritePrivateProfileStringW"));
+      reinterpret_cast<decltype(&write_WhenAwaited)>(kernel_Function("WritePrivateProfileStringW"));
   return write(section, name, value, file);
 }
 
 void WINAPI sleep_Visibly(DWORD milliseconds) {
   SetEvent(awaited.get());
   SleepEx(milliseconds, FALSE);
-}
-
-ULONGLONG WINAPI tell_Time() {
-  static ULONGLONG now = 0;
-  return now += clock_Step;
 }
 
 bool write_Number(const std::wstring& key, int number) {
@@ -71,7 +61,7 @@ struct Writer : testing::Environment {
     if (GetEnvironmentVariableW(written_key, key.data(), 32) == 0)
       return;
     CoInitialize(nullptr);
-    patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));
+    use_Clock();
     patch_Import("WritePrivateProfileStringW", reinterpret_cast<void*>(write_WhenAwaited));
     for (int number = 0; number < many; ++number)
       EXPECT_TRUE(write_Number(key.data(), number));
@@ -113,9 +103,8 @@ struct FirstCall {
 
 class FirstCallInIniMode : public IniMode, public testing::WithParamInterface<FirstCall> {};
 
-// The install folder is the one that is found by its icon, and not the one that a plain look at its value
-// gives.
-TEST_P(FirstCallInIniMode, FindsTheFilesInTheSameFolder) {
+// The install folder is then the one that is found by its icon, not the one that its registry value names.
+TEST_P(FirstCallInIniMode, FindsTheFilesInTheFolderOfTheIcon) {
   set_Value(norvak + LR"(pdf\path)", L"");
   set_Value(norvak + LR"(pdf\INSTALLDIR)", folder);
   make_File(LR"(c:\programme\bergstede\norvak.ico)");
@@ -131,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(, FirstCallInIniMode,
                                          FirstCall{"Deletion", [] { deletevalue(norvak + L"x"); }}),
                          [](const auto& row) { return std::string(row.param.Name); });
 
-TEST_F(IniMode, IsOffForANought) {
+TEST_F(IniMode, IsOffForAZero) {
   set_Value(norvak + L"useini", L"0");
   EXPECT_EQ(regread_Text(norvak + L"a"), L"");
 }
@@ -141,15 +130,14 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
   const struct {
     const wchar_t* Name;
     std::wstring Value;
-    Lines After;  // what a read gives, what the registry holds
+    Lines After;  // what a read gives, and what the registry holds
   } rows[] = {{L"b", L"1", {L"1", L"(none)"}},
               {L"e", umlauts, {umlauts, L"(none)"}},
               {L"e", L"'", {L"'", L"(none)"}},
               {L"e", std::wstring(300, L'x'), {std::wstring(300, L'x'), L"(none)"}},
               {L"f", L"two\r\nlines", {L"old", L"old"}},
               {L"g", L"", {L"", L"(none)"}},
-              {L"PenetworkX", L"1", {L"1", L"1"}},
-              {L"=", L"1", {L"1", L"1"}},
+              {LR"(pdf\path)", folder, {folder, folder}},
               {L"", L"1", {L"1", L"1"}}};
   for (const auto& [name, value, after] : rows) {
     set_Value(norvak + name, L"old");
@@ -157,10 +145,12 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
     regread_Text(norvak + L"another");
     EXPECT_EQ(values_Of(name), after) << to_Ansi(name) << to_Ansi(value);
   }
-  for (const auto& part :
-       split(L"currentcontrolset|CurrentVersion|utest|ctest|atest|c3979a98|Microsoft\\Office|Language|"
-             L"useini|userini|globalini|InstallDir|StickDrive|CryptDrive",
-             L'|')) {
+  // What the system or the suite reads in the registry, and what an INI file cannot hold, stays in the
+  // registry.
+  for (const auto& part : split(
+           L"currentcontrolset|CurrentVersion|utest|ctest|atest|c3979a98|Microsoft\\Office|Language|"
+           L"useini|userini|globalini|InstallDir|StickDrive|CryptDrive|Penetwork|=|[a|;a| a|\x1A|a\nb|a]\\b",
+           L'|')) {
     EXPECT_TRUE(write_Text(norvak + part + L"X", L"1"));
     EXPECT_EQ(values_Of(part + L"X"), Lines(2, L"1")) << to_Ansi(part);
   }
@@ -185,7 +175,7 @@ TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {
     CloseHandle(started.hThread);
     return unique_kernel_handle(started.hProcess);
   };
-  patch_Import("GetTickCount64", reinterpret_cast<void*>(tell_Time));
+  use_Clock();
   patch_Import("Sleep", reinterpret_cast<void*>(sleep_Visibly));
   const auto other = start_Writer(L"other");
   EXPECT_EQ(WaitForSingleObject(inside.get(), patience), WAIT_OBJECT_0);
@@ -194,16 +184,16 @@ TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {
     EXPECT_TRUE(write_Number(L"own", written++));
   DWORD status = 1;
   GetExitCodeProcess(other.get(), &status);
-  EXPECT_EQ(status, 0u) << "a write that nobody had to wait for";
+  EXPECT_EQ(status, 0u) << "no write was waited for";
   for (const auto& [key, count] : {std::pair(L"own", written), std::pair(L"other", many)})
     for (int number = 0; number < count; ++number)
       EXPECT_EQ(regread_Text(norvak + key + std::to_wstring(number)), std::to_wstring(number));
-  patch_Import("Sleep", platforms("Sleep"));
+  patch_Import("Sleep", kernel_Function("Sleep"));
   ResetEvent(inside.get());
   const auto dying = start_Writer(L"dying");
   EXPECT_EQ(WaitForSingleObject(inside.get(), patience), WAIT_OBJECT_0);
   clock_Step = 500;
-  EXPECT_FALSE(write_Text(norvak + L"after", L"1")) << "a lock that is not let go";
+  EXPECT_FALSE(write_Text(norvak + L"after", L"1")) << "the other program still holds the lock";
   EXPECT_EQ(WaitForSingleObject(dying.get(), 0), WAIT_TIMEOUT);
   TerminateProcess(dying.get(), 1);
   clock_Step = 1;

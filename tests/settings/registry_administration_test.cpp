@@ -1,7 +1,6 @@
 #include "settings/registry_administration.h"
 
 #include "settings/registry.h"
-#include "settings/registry_administration.h"
 #include "settings/registry_view.h"
 #include "tests/components.h"
 
@@ -55,7 +54,7 @@ TEST_P(RegistryAdministration, WritesListsAndRemovesValues) {
   }
 }
 
-TEST_P(RegistryAdministration, KeepsAPlainUsersBranchApartAndTurnsToTheScriptHost) {
+TEST_P(RegistryAdministration, KeepsAPlainUsersBranchApartAndFallsBackToTheScriptHost) {
   const Component host(L"WScript.Shell", {{L"RegWrite", answers({})}, {L"RegDelete", answers({})}}, false);
   const Log log;
   const auto pdf = norvak + LR"(pdf\k\)", own = LR"(HKCU\SOFTWARE\Norvak\pdf\k\)"s;

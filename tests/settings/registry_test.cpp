@@ -21,7 +21,7 @@ bool write(const std::wstring& path, long number) {
   return regwrite_dw(path, number);
 }
 
-TEST_F(Registry, DeliversEachTypeInItsForm) {
+TEST_F(Registry, ReadsEachTypeInItsForm) {
   using namespace std::string_view_literals;
   const auto large = std::string(20000, 'x') + '\0';
   const std::tuple<DWORD, std::string_view, std::wstring> rows[] = {
@@ -65,7 +65,7 @@ TEST_F(Registry, RemembersTheLastPathOnlyAndRestsWhileQuiet) {
   EXPECT_FALSE(write(a, L"3") || write(a, 3L));
 }
 
-TEST_F(Registry, ForcedToTheMachineByAFirstReadEvenForAPlainUser) {
+TEST_F(Registry, IsForcedToTheMachineByItsFirstReadEvenForAPlainUser) {
   set_Value(norvak + L"forceHKLM", L" 1 ");
   set_Value(norvak + L"a", L"machine");
   set_Value(users + L"a", L"user");
@@ -105,20 +105,21 @@ TEST_F(Registry, RemembersReadsUntilASettingIsWritten) {
     const RememberedReads reads(RememberedReads::For::Selection);
     EXPECT_EQ(regread_Text(path), L"");
     EXPECT_EQ(read_AfterChange(L"1"), L"");
-    EXPECT_EQ(regread_Text(spelled), L"1") << "another spelling may be another value";
+    EXPECT_EQ(regread_Text(spelled), L"1") << "another spelling may lead to another value";
   }
-  EXPECT_EQ(read_AfterChange(L"2"), L"2") << "between the two";
+  EXPECT_EQ(read_AfterChange(L"2"), L"2") << "nothing is remembered between the two";
   {
     const RememberedReads reads(RememberedReads::For::Menu);
     EXPECT_EQ(read_AfterChange(L"3"), L"");
     for (const auto* name : {LR"(missing\a)", LR"(missing\below\a)"})
       EXPECT_EQ(regread_Text(norvak + name), L"");
     EXPECT_TRUE(write(norvak + LR"(missing\below\a)", L"written"));
-    EXPECT_EQ(regread_Text(norvak + LR"(missing\below\a)"), L"written") << "below a key that was not there";
+    EXPECT_EQ(regread_Text(norvak + LR"(missing\below\a)"), L"written")
+        << "the key above it was missing before";
     EXPECT_EQ(regread_Text(path), L"3");
   }
-  // What another program does is seen by the next selection: each change, that of the user's branch, a value
-  // in a key that is new or goes, and nothing at all.
+  // The next selection sees what another program has changed: a value, one in the user's branch, one in a new
+  // key, and at last the removal of everything.
   const std::pair<std::wstring, const wchar_t*> changes[] = {
       {path, L"4"}, {path, L"5"}, {users + L"b", L"6"}, {users + L"b", L"7"}, {users + LR"(new\c)", L"8"}};
   for (const auto& [place, text] : changes) {
@@ -144,13 +145,13 @@ TEST_F(Registry, FallsBackToTheScriptHost) {
   const auto made = L"+WScript.Shell"s, probe = L"RegRead(" + suites + L"ctest)";
   Lines expected{made, L"RegWrite(" + suites + L"ctest, 1, REG_DWORD)", probe, L"RegRead(" + suites + L"x)"};
   EXPECT_EQ(calls(), expected);
-  host->Table[L"RegRead"] = fails();  // the object has died
+  host->Table[L"RegRead"] = fails();  // as an object whose process has died
   EXPECT_EQ(regread_Text(norvak + L"y"), L"");
   expected.insert(expected.end(), {probe, made, L"-WScript.Shell", L"RegRead(" + suites + L"y)"});
   if (!is_SuitesBitness)
     expected.push_back(L"RegRead(" + own + L"y)");
   EXPECT_EQ(regread_Text(norvak + L"missing"), L"");
-  EXPECT_EQ(calls(), expected) << "a working host is not asked for what is not there";
+  EXPECT_EQ(calls(), expected) << "a working host is not asked for a missing value";
 }
 
 TEST_F(Registry, ReportsAMissingScriptHost) {
@@ -177,8 +178,8 @@ TEST_F(Registry, FindsTheInstallFolderByItsIconAndRepairsTheValue) {
   EXPECT_EQ(value_At(path), LR"(c:\other)");
 }
 
-TEST_F(Registry, WritesToTheSuitesViewAndReadsTheOwnOneWhereThatHasNothing) {
-  constexpr auto* own_key = LR"(Software\Norvak\views)";  // in a 32-bit program the suite's too
+TEST_F(Registry, WritesToTheSuitesViewAndReadsItsOwnWhereThatHasNothing) {
+  constexpr auto* own_key = LR"(Software\Norvak\views)";  // for a 32-bit program this is the suite's view too
   const auto key = norvak + LR"(views\)", path = key + L"a";
   const std::tuple<std::function<bool()>, std::wstring, std::wstring> steps[] = {
       {[&] { return write(path, L"host's"); }, L"host's", L"host's"},

@@ -12,7 +12,7 @@ namespace {
 
 class Settings : public Machine {};
 
-TEST_F(Settings, AreTheRowsOfTheDocumentAndThePoliciesOfTheTemplates) {
+TEST_F(Settings, AreListedInTheDocumentAndInThePolicyTemplates) {
   const std::wstring source = L"Z:" SOURCE_FOLDER L"/";
   auto rows = read_Lines(source + L"docs/settings.md");
   std::erase_if(rows, [](const auto& line) { return !line.starts_with(L"| `HK"); });

@@ -1,5 +1,5 @@
-// What the DLL writes into the registry, and what it leaves of it. The process has three roots of its own,
-// and all that is in them is read back, so that nothing beside the expected rows goes unnoticed.
+// What the DLL writes into the registry and removes again. The process gets three registry roots of its own,
+// and everything in them is read back, so that no unexpected row goes unnoticed.
 #include <algorithm>
 #include <iterator>
 
@@ -10,7 +10,7 @@
 
 namespace {
 
-// In lower case as they are read back.
+// In lower case, as rows are read back.
 const std::wstring clsid = L"{2e416da3-34e8-444a-8288-8c2ff373681d}";
 const std::wstring class_key = LR"(clsid\)" + clsid;
 const std::wstring library_key = LR"(typelib\{60b0373e-c543-4525-a664-e9d775e867d8})";
@@ -40,7 +40,7 @@ void append_Rows(HKEY parent, const std::wstring& name, const std::wstring& path
     append_Rows(key.get(), text, to_Lower(path + text + LR"(\)"), rows);
 }
 
-// The last one is where the others are.
+// While a case runs, all three lead to keys below the last one.
 const std::pair<HKEY, std::wstring> roots[] = {
     {HKEY_CLASSES_ROOT, L"hkcr"}, {HKEY_LOCAL_MACHINE, L"hklm"}, {HKEY_CURRENT_USER, L"hkcu"}};
 
@@ -76,13 +76,13 @@ class Registration : public Explorer {
   }
 };
 
-TEST_F(Registration, WritesTheseRowsAndRemovesThemAgain) {
+TEST_F(Registration, WritesTheListedRowsAndRemovesThemAgain) {
   const auto path = to_Lower(built_File(L"NorvakContextMenu.dll"));
   auto expected = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/shellext/registration_rows.txt"));
   for (auto& row : expected)
     for (const auto& [name, meant] : {std::pair(L"FOLDER", path.substr(0, path.rfind(L'\\'))),
                                       {L"VERSION", version},
-                                      {L"WIDTH", std::to_wstring(sizeof(void*) * 8)}})
+                                      {L"BITNESS", std::to_wstring(sizeof(void*) * 8)}})
       replace_All(row, name, meant);
   std::ranges::sort(expected);
   const auto before = all_Rows();
@@ -105,7 +105,7 @@ TEST_F(Registration, WritesTheseRowsAndRemovesThemAgain) {
   }
 }
 
-TEST_F(Registration, RemovalKeepsWhatOthersHaveAdded) {
+TEST_F(Registration, KeepsWhatOthersHaveAddedWhenItIsRemoved) {
   m_library.run("DllRegisterServer");
   set_Value(LR"(HKCR\)" + class_key + LR"(\InprocServer32\Note)", L"theirs");
   set_Value(LR"(HKCR\)" + progid + LR"(\shell\)", L"theirs");
@@ -140,7 +140,7 @@ HRESULT WINAPI refuse_Library(REFGUID, WORD, WORD, LCID, SYSKIND) {
   return E_ACCESSDENIED;
 }
 
-TEST_F(Registration, RemovalThatFailsSaysSo) {
+TEST_F(Registration, ReportsAFailedRemoval) {
   const auto patch = [&](const char* import, auto* replacement) {
     EXPECT_TRUE(patch_Import(import, reinterpret_cast<void*>(replacement), m_library.handle()));
   };
@@ -159,7 +159,7 @@ TEST_F(Registration, RemovalThatFailsSaysSo) {
   EXPECT_EQ(all_Rows(), before);
 }
 
-TEST_F(Registration, ThatCannotBeWrittenWholeLeavesEverythingAsItWas) {
+TEST_F(Registration, LeavesEverythingAsItWasWhenARowCannotBeWritten) {
   for (const bool was_registered : {false, true}) {
     for (const auto& obstacle : {class_key, progid, library_key}) {
       SCOPED_TRACE(to_Ansi(obstacle) + (was_registered ? ", registered before" : ""));

@@ -23,7 +23,7 @@ std::wstring short_Form(const std::wstring& path) {
   return text;
 }
 
-class ShellExtTest : public Explorer {
+class ShellExtension : public Explorer {
  protected:
   void SetUp() override {
     Explorer::SetUp();
@@ -36,7 +36,7 @@ class ShellExtTest : public Explorer {
   const std::wstring m_note = test_folder + LR"(two words\a note.txt)";
 };
 
-TEST_F(ShellExtTest, RefusesWhatItIsNot) {
+TEST_F(ShellExtension, RefusesOtherClassesAndInterfaces) {
   ComPtr<IClassFactory> factory;
   ASSERT_EQ(m_library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory)), S_OK);
   EXPECT_EQ(m_library.get_Class(clsid_ShellExt, IID_IClassFactory, nullptr), E_POINTER);
@@ -52,19 +52,19 @@ TEST_F(ShellExtTest, RefusesWhatItIsNot) {
   EXPECT_EQ(may_Unload(), S_OK) << "a refused object still counts";
 }
 
-TEST_F(ShellExtTest, LibraryMayGoOnceNothingNeedsIt) {
+TEST_F(ShellExtension, LetsItsLibraryUnloadOnceNothingNeedsIt) {
   EXPECT_EQ(may_Unload(), S_OK);
   ComPtr<IClassFactory> factory;
   ASSERT_EQ(m_library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory)), S_OK);
-  EXPECT_EQ(may_Unload(), S_FALSE) << "factory";
+  EXPECT_EQ(may_Unload(), S_FALSE) << "a factory is left";
   factory->LockServer(TRUE);
   factory.Reset();
-  EXPECT_EQ(may_Unload(), S_FALSE) << "lock";
+  EXPECT_EQ(may_Unload(), S_FALSE) << "a lock is left";
   auto object = m_library.create();
   ASSERT_EQ(m_library.get_Class(clsid_ShellExt, IID_PPV_ARGS(&factory)), S_OK);
   factory->LockServer(FALSE);
   factory.Reset();
-  EXPECT_EQ(may_Unload(), S_FALSE) << "object";
+  EXPECT_EQ(may_Unload(), S_FALSE) << "an object is left";
   EXPECT_EQ(object.Reset(), 0u);
   EXPECT_EQ(may_Unload(), S_OK);
 }
@@ -86,7 +86,7 @@ void expect_OneIdentity(IUnknown* object, std::span<const IID> interfaces) {
   }
 }
 
-TEST_F(ShellExtTest, EveryInterfaceLeadsToEveryOther) {
+TEST_F(ShellExtension, LeadsFromEveryInterfaceToEveryOther) {
   const IID of_object[] = {IID_IUnknown, IID_IContextMenu, IID_IShellExtInit, IID_IDispatch, iid_ShellExt};
   const IID of_factory[] = {IID_IUnknown, IID_IClassFactory};
   auto object = m_library.create();
@@ -98,7 +98,7 @@ TEST_F(ShellExtTest, EveryInterfaceLeadsToEveryOther) {
   EXPECT_EQ(factory.Reset(), 0u);
 }
 
-TEST_F(ShellExtTest, AnswersLateBoundCallers) {
+TEST_F(ShellExtension, AnswersLateBoundCallers) {
   ComPtr<IDispatch> object;
   m_library.create().As(&object);
   EXPECT_EQ(read_Number(object.Get(), L"info"), 1);
@@ -108,16 +108,15 @@ TEST_F(ShellExtTest, AnswersLateBoundCallers) {
   EXPECT_FALSE(call_Member(object.Get(), L"info", {1L}).has_value());
 }
 
-std::vector<DWORD> protections;  // those asked for
+std::vector<DWORD> protections;  // that were asked for
 
 BOOL WINAPI refuse_WritableCode(void* memory, SIZE_T size, DWORD wanted, DWORD* before) {
   protections.push_back(wanted);
-  static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect")));
+  static const auto protect = reinterpret_cast<decltype(&VirtualProtect)>(kernel_Function("VirtualProtect"));
   return wanted != PAGE_EXECUTE_READWRITE && protect(memory, size, wanted, before);
 }
 
-// Also in a process that forbids writable code.
+// After the first round the process forbids writable code.
 TEST(PatchVTableEntry, ExchangesOneEntryOfAProtectedTable) {
   auto* const table = static_cast<ULONG_PTR*>(VirtualAlloc(nullptr, 4096, MEM_COMMIT, PAGE_READWRITE));
   for (const DWORD protection : {PAGE_EXECUTE_READ, PAGE_READONLY, PAGE_READWRITE}) {
@@ -143,16 +142,16 @@ TEST(PatchVTableEntry, ExchangesOneEntryOfAProtectedTable) {
   }
 }
 
-TEST_F(ShellExtTest, ClassIdentifierTextIsBracedOrTellsTheFailure) {
+class Redirection : public Machine {};
+
+TEST_F(Redirection, ReadsAClassIdentifierOrTellsTheFailure) {
   set_Value(LR"(HKCR\NorvakTranslator.Language\CLSID\)", L"{00000000-0000-0000-c000-0000000000ab}");
   EXPECT_EQ(get_ClsidString(L"NorvakTranslator.Language"), L"{00000000-0000-0000-C000-0000000000AB}");
   EXPECT_EQ(get_ClsidString(L"pIContextMenu.ShellExt"), L"Bad ProgId rc::-2147221005");
 }
 
-class Redirection : public Machine {};
-
-TEST_F(Redirection, LastsWhileAnObjectLivesAndStartsAnewWithTheLibrary) {
-  set_Value(LR"(HKLM\Software\Norvak\MultiSignator)", L"1");
+TEST_F(Redirection, LastsWhileAnObjectLivesAndWorksAgainAfterAReload) {
+  set_Value(norvak + L"MultiSignator", L"1");
   for (const char* const load : {"first load", "second load"}) {
     SCOPED_TRACE(load);
     EXPECT_EQ(GetModuleHandleW(L"NorvakContextMenu.dll"), nullptr);
@@ -181,7 +180,7 @@ TEST_F(Redirection, LastsWhileAnObjectLivesAndStartsAnewWithTheLibrary) {
   }
 }
 
-TEST_F(ShellExtTest, LogsWhatItCapturesInThisOrder) {
+TEST_F(ShellExtension, LogsWhatItCapturesInOrder) {
   const Log log;
   const auto object = m_library.create();
   const auto folder = test_folder + L"two words";
@@ -197,7 +196,7 @@ TEST_F(ShellExtTest, LogsWhatItCapturesInThisOrder) {
                    L"Subscript out of range", L"ifiles: 0", all}));
 }
 
-TEST_F(ShellExtTest, HasEveryFeatureWhereItWasUnpackedAtADriveRoot) {
+TEST_F(ShellExtension, HasEveryFeatureInASuiteFolderAtADriveRoot) {
   set_Value(norvak + L"MultiSignator", L"0");
   const auto unpacked = test_folder + L"NorvakContextMenu.dll";
   CopyFileW(built_File(L"NorvakContextMenu.dll").c_str(), unpacked.c_str(), FALSE);
@@ -210,8 +209,7 @@ TEST_F(ShellExtTest, HasEveryFeatureWhereItWasUnpackedAtADriveRoot) {
   EXPECT_EQ(offered_By(Library(unpacked)), folder_menu);
 }
 
-TEST_F(ShellExtTest, EmptySelectionOffersNothingForTheOneBefore) {
-  const Log log;
+TEST_F(ShellExtension, ForgetsTheEarlierSelectionWhenAnEmptyOneComes) {
   const auto fresh = m_library.create();
   select(fresh, nullptr);
   const auto expected = offered(fresh);
@@ -223,7 +221,7 @@ TEST_F(ShellExtTest, EmptySelectionOffersNothingForTheOneBefore) {
   }
 }
 
-TEST_F(ShellExtTest, AnswersForTheIdentifierInTheFormAskedFor) {
+TEST_F(ShellExtension, AnswersForAnIdentifierInTheRequestedForm) {
   const auto object = m_library.create();
   const std::string none = "nothing is written", caption = "Sign PDFs in Folder",
                     validation = "(GCS_VALIDATE)" + caption;
@@ -232,11 +230,11 @@ TEST_F(ShellExtTest, AnswersForTheIdentifierInTheFormAskedFor) {
     select(object, Lines{test_folder});
     offered(object, first_id);
     // The whole buffer is compared, so that nothing behind the terminator goes unseen.
-    const std::size_t width = flags < GCS_UNICODE ? 1 : 2;
+    const std::size_t letter = flags < GCS_UNICODE ? 1 : 2;
     std::string buffer(256, '#');
     auto expected = buffer;
     for (std::size_t index = 0; answer != none && index <= answer.size(); ++index)
-      expected.replace(index * width, width, std::string{answer.c_str()[index], '\0'}, 0, width);
+      expected.replace(index * letter, letter, std::string{answer.c_str()[index], '\0'}, 0, letter);
     EXPECT_EQ(object->GetCommandString(id, flags, nullptr, buffer.data(), room), S_OK);
     EXPECT_EQ(buffer, expected) << first_id << " " << id << " " << flags << " " << room;
     EXPECT_EQ(object->GetCommandString(id, flags, nullptr, nullptr, room), S_OK);
@@ -251,13 +249,13 @@ TEST_F(ShellExtTest, AnswersForTheIdentifierInTheFormAskedFor) {
       expect_Answer(0, 0, flags, room, caption.substr(0, room));
   expect_Answer(0, 0, GCS_HELPTEXTA, 0, none);
   expect_Answer(0, 0, GCS_HELPTEXTW, 0, none);
-  // The identifier is the menu's own, the number in the verb is that identifier's.
+  // The identifier is the menu item's own, not an offset, and the verb holds its number plus one.
   for (const UINT_PTR id : {UINT_PTR{0}, UINT_PTR{8}, UINT_PTR{10}, ~UINT_PTR{0}})
     expect_Answer(9, id, GCS_HELPTEXTA, 60, none);
   expect_Answer(9, 9, GCS_VERBW, 60, verb + "10");
 }
 
-TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
+TEST_F(ShellExtension, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
   const Log log;
   install_Suite();
   record_Starts(m_library.handle());
@@ -273,7 +271,7 @@ TEST_F(ShellExtTest, RunsTheActionOfAnOffsetAndNothingForATextVerb) {
   Lines expected{L"ActionString: view",   L"ActionString: quill!",    L"InvokeCommand:  c:\\here",
                  L"ActionString: quill!", L"ActionString: ",          L"ActionString: ",
                  L"ActionString: ",       L"InvokeCommand: c:\\there"};
-  if (sizeof(void*) == 8)  // where the four high bits of 32 are those of an address
+  if (sizeof(void*) == 8)  // 0xF0000000 is then the address of a text verb
     expected.erase(expected.begin() + 4);
   const auto quill = opening(L"quill!.exe", m_pdf);
   for (const auto size : {DWORD{sizeof(CMINVOKECOMMANDINFO)}, DWORD{sizeof(CMINVOKECOMMANDINFOEX)}}) {
@@ -299,7 +297,7 @@ int WINAPI note_Owner(HWND owner, const wchar_t*, const wchar_t*, UINT) {
   return IDOK;
 }
 
-TEST_F(ShellExtTest, GivesItsMessagesToTheWindowOfTheMenu) {
+TEST_F(ShellExtension, ShowsItsMessagesOverTheWindowOfTheMenu) {
   patch_Import("MessageBoxW", reinterpret_cast<void*>(note_Owner), m_library.handle());
   const auto object = m_library.create();
   select(object, Lines{m_pdf});
@@ -314,15 +312,15 @@ TEST_F(ShellExtTest, GivesItsMessagesToTheWindowOfTheMenu) {
   EXPECT_EQ(owners, (std::vector<HWND>{window, nullptr}));
 }
 
-// The table of actions belongs to all objects: Explorer may report a pick to another one than filled the
-// menu.
-TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
+// All objects share one table of actions, because Explorer may report a pick to another object than the one
+// that filled the menu.
+TEST_F(ShellExtension, SharesTheActionsOfTheLastMenuUntilASelectionOrTheEndOfAnObject) {
   const Log log;
   install_Suite();
   record_Starts(m_library.handle());
   const auto first = m_library.create();
   auto second = m_library.create();
-  // What it finds to do for the first item, and how often it starts the viewer for that.
+  // Expects that the object finds this action for the first item and starts so many programs for it.
   const auto expect_Picked = [&](const ComPtr<IContextMenu>& object, const std::wstring& action,
                                  std::size_t starts) {
     boxes_During([&] { invoke(object, nullptr); });
@@ -347,7 +345,7 @@ TEST_F(ShellExtTest, SharesTheActionsOfTheLastMenuUntilTheNextSelectionOrEnd) {
   expect_Picked(first, L"view", 1);
 }
 
-TEST_F(ShellExtTest, EnsuresItsCertificateCacheAtEveryStep) {
+TEST_F(ShellExtension, EnsuresItsCertificateCacheAtEveryStep) {
   const std::wstring progid = L"NorvakCertInstaller.icache";
   const Component cache(progid);
   for (const auto& [info, lives] : {std::pair(answers(1L), true),
@@ -379,7 +377,7 @@ TEST_F(ShellExtTest, EnsuresItsCertificateCacheAtEveryStep) {
   }
 }
 
-TEST_F(ShellExtTest, FillsAMenuThatHasItemsAlreadyAndSurvivesOneThatIsNone) {
+TEST_F(ShellExtension, FillsAMenuThatHasItemsAndSurvivesAnInvalidOne) {
   install_Suite();
   const auto object = m_library.create();
   select(object, Lines{m_pdf});
@@ -406,9 +404,9 @@ TEST_F(ShellExtTest, FillsAMenuThatHasItemsAlreadyAndSurvivesOneThatIsNone) {
   EXPECT_EQ(offered(object).size(), 6u);
 }
 
-// The user's own folder of the suite takes the place of the machine's where it is asked for in the usual
-// spelling, and there alone. The doctor tells the same.
-TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
+// Where the suite's folder is read in its usual spelling, the user's value takes the place of the machine's,
+// and nowhere else. The doctor reports the same.
+TEST_F(ShellExtension, ServesAUserWhoMayNotWriteForTheMachine) {
   const auto suite = install_Suite(), second = test_folder + LR"(second\)";
   set_Value(users + LR"(pdf\path)", suite);
   set_Value(norvak + LR"(pdf\path)", second);
@@ -429,7 +427,7 @@ TEST_F(ShellExtTest, ServesAUserWhoMayNotWriteForTheMachine) {
   EXPECT_EQ(std::ranges::count(report.front().Facts, L"offered", &host::Fact::State), 5);
 }
 
-TEST_F(ShellExtTest, FreesADropListThatItIsGiven) {
+TEST_F(ShellExtension, FreesADropListThatItIsGiven) {
   const auto object = m_library.create();
   const HGLOBAL block = make_Block(drop_List({test_folder}));
   DataObject given([block](STGMEDIUM& medium) {

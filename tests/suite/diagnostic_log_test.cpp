@@ -19,8 +19,9 @@ std::wstring day_AndHour() {
 
 class DiagnosticLog : public Machine, public testing::WithParamInterface<int> {};
 
-// Program, project, file: each row of the table by either name, where the rows behind it would say otherwise.
-TEST_F(DiagnosticLog, ChoosesTheFileAfterTheProgramThenTheProject) {
+// Each row: program, project, file. A row of the product's table is found by either name, also where a later
+// row would name another file.
+TEST_F(DiagnosticLog, ChoosesItsFileByTheProgramThenTheProject) {
   const auto rows = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/suite/log_files.txt"));
   EXPECT_EQ(rows.size(), 29u);
   for (const auto& row : rows) {
@@ -29,7 +30,7 @@ TEST_F(DiagnosticLog, ChoosesTheFileAfterTheProgramThenTheProject) {
   }
 }
 
-TEST_F(DiagnosticLog, IsOffForOtherSettings) {
+TEST_F(DiagnosticLog, IsOffWithInvalidSettings) {
   const Log log;
   set_Value(norvak + L"AlwaysDebug", L"true");
   set_Value(norvak + L"debugpath", LR"(c:\tool.exe\)");
@@ -70,8 +71,8 @@ INSTANTIATE_TEST_SUITE_P(Folders, DiagnosticLog, testing::Values(-1, 0, 1, 2));
 
 TEST_P(DiagnosticLog, WritesToTheFirstFolderThatIsSet) {
   const Log log;
-  set_Value(norvak + L"AlternativeWritePath", L"pdf.log");  // no full path counts as none
-  // The fallbacks, from the last one up.
+  set_Value(norvak + L"AlternativeWritePath", L"pdf.log");  // a relative path counts as none
+  // The fallbacks, the last one first.
   const wchar_t* names[] = {LR"(pdf\path)", LR"(pdf\INSTALLDIR)", L"AlternativeWritePath"};
   const wchar_t* files[] = {LR"(, c:\0\pdf.log))", LR"(, c:\1\pdf.log))", LR"(, c:\2\\pdf.log))"};
   for (int index = 0; index <= GetParam(); ++index)

@@ -49,7 +49,7 @@ TEST_F(ValueCache, RemembersOneEntry) {
 TEST_F(ValueCache, CountsFromZero) {
   for (const auto* key : {L"key", L"saverkey", L"crypterkey", L"cspkey"})
     EXPECT_EQ(get_PermanentCache(key), L"0");
-  EXPECT_EQ(get_PermanentCache(L"cspkey"), L"") << "the memory keeps what the store said";
+  EXPECT_EQ(get_PermanentCache(L"cspkey"), L"") << "the value of the store is remembered, not the zero";
   m_store.Values[L"key"] = L"5";
   EXPECT_EQ(get_PermanentCache(L"key"), L"5");
 }

@@ -1,5 +1,5 @@
-// From the command line of the program that plays Explorer, through the registered extension, to the programs
-// of the suite.
+// The whole way from the command line of menuhost.exe, which plays Explorer, through the registered extension
+// to the programs of the suite.
 #include <windows.h>
 
 #include <shellapi.h>
@@ -56,8 +56,8 @@ DWORD run_Here(const std::wstring& command, HANDLE output, HANDLE errors) {
   return static_cast<DWORD>(status);
 }
 
-// What was printed, "! " before each note, and at last the status in brackets with the message boxes that
-// were closed.
+// What was printed, with "! " before each line of the error output; at last the status in brackets, with a
+// word for each message box that was closed.
 Lines run_MenuHost(const std::wstring& arguments, bool here = false) {
   auto command = ::quoted(built_File(L"menuhost.exe")) + L" " + arguments;
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
@@ -95,7 +95,7 @@ Lines run_MenuHost(const std::wstring& arguments, bool here = false) {
   return shown;
 }
 
-class EndToEnd : public Explorer {
+class MenuHost : public Explorer {
  protected:
   void SetUp() override {
     Explorer::SetUp();
@@ -113,7 +113,7 @@ class EndToEnd : public Explorer {
   std::wstring m_suite;
 };
 
-TEST_F(EndToEnd, PickedItemsStartTheirProgramsAndAreLogged) {
+TEST_F(MenuHost, StartsTheProgramsOfPickedItemsAndLogsThem) {
   const Library log_component(built_File(LR"(standins\logmod.dll)"));
   ASSERT_EQ(log_component.run("DllRegisterServer"), S_OK);
   set_Value(LR"(HKLM\Software\Norvak\AlwaysDebug)", L"1");
@@ -134,7 +134,7 @@ TEST_F(EndToEnd, PickedItemsStartTheirProgramsAndAreLogged) {
   }
 }
 
-TEST_F(EndToEnd, TheSuitesComponentsMakeFilesThatHold) {
+TEST_F(MenuHost, MakesSoundFilesWithTheSuitesComponents) {
   const Library editor(built_File(LR"(standins\norvakpdf.dll)")),
       signer(built_File(LR"(standins\norvakcsp.dll)"));
   for (const auto* component : {&editor, &signer})
@@ -161,33 +161,33 @@ TEST_F(EndToEnd, TheSuitesComponentsMakeFilesThatHold) {
   std::filesystem::remove(pdf);
   change(envelope, static_cast<std::streamoff>(read_Bytes(envelope).find(content)));
   invoke(L"2", envelope);
-  EXPECT_FALSE(std::filesystem::exists(pdf)) << "the content of an envelope that was changed";
+  EXPECT_FALSE(std::filesystem::exists(pdf)) << "a changed envelope must not give its content back";
   for (const auto* component : {&editor, &signer})
     component->run("DllUnregisterServer");
 }
 
-// Each case of the file is a line with the words, "$ " before those that run here and "> " before those that
-// need a process of their own, and the lines that are shown; "| part" leaves those with the part, "|! part"
-// those without.
-// "= " sets a value.
+// A case in the file is a line with the command and then the lines that it shows. "$ " runs the command in
+// this process, "> " in one of its own, "= " sets a registry value instead. Behind the command, "| part"
+// keeps only the lines that contain the part, "|! part" only the others.
 void run_Cases(const std::wstring& name) {
-  BOOL is_guest = FALSE;  // 32-bit on a 64-bit Windows
-  IsWow64Process(GetCurrentProcess(), &is_guest);
-  const bool is_NarrowWindows = is_SuitesBitness && !is_guest;
+  BOOL on_other_bitness = FALSE;  // this is a 32-bit program on a 64-bit Windows
+  IsWow64Process(GetCurrentProcess(), &on_other_bitness);
+  const bool is_32BitWindows = is_SuitesBitness && !on_other_bitness;
   const std::pair<const wchar_t*, std::wstring> names[] = {
       {L"FILE", ::quoted(pdf)},
       {L"VERSION", L"" PROJECT_VERSION},
       {L"OWN_DLL", built_File(L"NorvakContextMenu.dll")},
       {L"VIEW", is_SuitesBitness ? L"" : LR"(WOW6432Node\)"},
-      {L"WIDTHS", is_NarrowWindows ? L"fits        Windows and the extension are 32-bit"
-                  : is_guest       ? L"mismatch    only the 32-bit DLL is registered, which a 64-bit Explorer"
-                               L" cannot load; run the setup again (it has none for ARM processors)"
-                             : L"mismatch    only the 64-bit DLL is registered, which 32-bit programs"
-                               L" cannot load; run the setup again"}};
+      {L"BITNESS", is_32BitWindows ? L"fits        Windows and the extension are 32-bit"
+                   : on_other_bitness
+                       ? L"mismatch    only the 32-bit DLL is registered, which a 64-bit Explorer"
+                         L" cannot load; run the setup again (it has none for ARM processors)"
+                       : L"mismatch    only the 64-bit DLL is registered, which 32-bit programs"
+                         L" cannot load; run the setup again"}};
   auto lines = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/whole/") + name);
   ASSERT_FALSE(lines.empty());
-  const auto wide = std::ranges::find(lines, L"64-bit:");
-  lines.erase(wide, wide == lines.end() || is_NarrowWindows ? lines.end() : wide + 1);
+  const auto only_64Bit = std::ranges::find(lines, L"64-bit:");  // the cases below need a 64-bit Windows
+  lines.erase(only_64Bit, only_64Bit == lines.end() || is_32BitWindows ? lines.end() : only_64Bit + 1);
   for (auto& line : lines)
     for (auto [text, meant] : names) {
       if (line.starts_with(L'{'))
@@ -211,7 +211,7 @@ void run_Cases(const std::wstring& name) {
   }
 }
 
-TEST_F(EndToEnd, MenuHostListsInvokesAndExplainsItself) {
+TEST_F(MenuHost, ListsInvokesAndExplains) {
   answer_Boxes(m_library.handle());
   for (int line = 1; line <= 21; ++line)
     make_File(test_folder + L"pdf.log", std::to_wstring(line) + L"\n");
@@ -232,7 +232,7 @@ void CALLBACK press_Keys(HWND, UINT, UINT_PTR timer, DWORD) {
     PostMessageW(menu, WM_KEYDOWN, key, 0);
 }
 
-TEST_F(EndToEnd, TheItemThatIsPickedInTheRealMenuIsCarriedOut) {
+TEST_F(MenuHost, CarriesOutTheItemThatIsPickedInTheRealMenu) {
   answer_Boxes(m_library.handle());
   for (const auto& [key, shown] : {std::pair(VK_ESCAPE, L"Nothing was picked."),
                                    std::pair(VK_RETURN, L"Invoked item 2: \"Open with quill!\".")}) {

@@ -1,7 +1,7 @@
-// Whole right-clicks in which one call fails, of the platform or of a component, and that for every call on
-// the way: nothing may crash, stay behind or spoil the next right-click. In some of them there is no memory
-// from that call on. With NORVAK_ENDURANCE set every call has its turn (scripts/endure), else a share of them
-// that NORVAK_SEED chooses.
+// Whole right-clicks during which one call of the platform or of a component fails: nothing may crash, stay
+// behind or spoil the next right-click. In some of them there is no memory from that call on. With
+// NORVAK_ENDURANCE set (scripts/endure) every call fails once, otherwise a share of them that NORVAK_SEED
+// chooses.
 #include <windows.h>
 
 #include <sddl.h>
@@ -29,7 +29,8 @@ std::atomic<long> calls_Of;
 template <auto function>
 std::atomic<long> refusals_Of;
 
-// A worker begins once there is memory for what the runtime keeps of its first exception.
+// Requests for memory fail only on threads that have begun. A worker begins when the runtime has the memory
+// that its first exception needs.
 thread_local bool has_Begun = false;
 
 template <auto function, auto stand_in, LONG_PTR failure, bool is_memory, typename... Arguments>
@@ -46,7 +47,7 @@ auto answer(Arguments... arguments) {
     return static_cast<Result>(failure);
 }
 
-// Takes the place of a function: gives its failure when it is its turn, else what the stand-in answers.
+// Takes the place of a function. It fails when it has to, and otherwise answers as the stand-in does.
 template <auto function, auto stand_in, LONG_PTR failure, bool is_memory>
 struct Failing;
 template <typename Result, typename... Arguments, Result(WINAPI* function)(Arguments...), auto stand_in,
@@ -57,7 +58,7 @@ struct Failing<function, stand_in, failure, is_memory> {
   }
 };
 
-// No process serves a class; the system's own, which would look for it, is not started.
+// No other process serves a class, and the system's own process that would look for one is not started.
 HRESULT WINAPI get_Class(REFCLSID clsid, DWORD context, void* server, REFIID iid, void** factory) {
   return context == CLSCTX_INPROC_SERVER ? CoGetClassObject(clsid, context, server, iid, factory)
                                          : CO_E_SERVER_EXEC_FAILURE;
@@ -89,7 +90,7 @@ Fault fault() {
   return fault_Of<function>(reinterpret_cast<void*>(&Failing<function, stand_in, failure, is_memory>::call));
 }
 
-// Those of the compiler's runtime are called in another way.
+// The functions of the compiler's runtime have another calling convention.
 template <auto function, typename... Arguments>
 Fault memory_Fault() {
   return fault_Of<function>(reinterpret_cast<void*>(&answer<function, function, 0, true, Arguments...>));
@@ -131,8 +132,9 @@ const std::vector<Fault> groups[] = {
      fault<CoCreateInstance, E_OUTOFMEMORY, false, make_Object>(),
      fault<CreateProcessW, 0, false, record_Start>(), fault<MessageBoxW, 0, false, confirm_Box>()}};
 
-// The share of the calls and, of it, that of a lasting fault; and how many calls have both turns in a
-// process, where the runtime of each load uses up a thread-local index.
+// One call in `stride` fails; where `lasting_stride` divides its number, it fails a second time and memory
+// stays used up. With NORVAK_ENDURANCE a process makes `most_turns` calls fail, since each load of the DLL
+// uses up a thread-local index.
 constexpr long stride = 31;
 constexpr long lasting_stride = 5;
 constexpr long most_turns = 400;
@@ -161,7 +163,7 @@ void Faults::arrange(const std::string& kind) {
   SetEnvironmentVariableW(L"TMP", test_folder.c_str());
   const auto pdf = make_File(test_folder + L"a letter.pdf");
   if (kind == "BareMachine") {
-    // What a component left behind that is gone.
+    // The class of a component that is no longer there.
     set_Value(LR"(HKCR\NorvakCertInstaller.iCache\CLSID\)", L"{0EBE81BA-307A-4EE2-BF4F-597C8AF7C2D6}");
     m_click = {make_File(test_folder + L"b.txt.p7m"), {0, 50}, {}, 0};
     return;
@@ -189,7 +191,7 @@ void Faults::arrange(const std::string& kind) {
   }
 }
 
-// The items that came into the menu; none when there was no memory for an object.
+// The items that came into the menu; none where there was no memory for an object.
 Lines Faults::right_Click(const Library& library, std::ptrdiff_t most_lost) const {
   constexpr UINT first_id = 100;
   DeleteFileW(LR"(E:\mounted.txt)");
@@ -207,7 +209,7 @@ Lines Faults::right_Click(const Library& library, std::ptrdiff_t most_lost) cons
   const auto count = object->QueryContextMenu(menu.Handle, 0, first_id, 0x7FFF, CMF_NORMAL);
   auto items = menu.lines();
   std::erase(items, L"-");
-  // An item that failed on its way into the menu counts all the same.
+  // An item that could not be inserted is counted all the same.
   EXPECT_GE(count, std::ssize(items));
   EXPECT_LE(count, std::ssize(items) + most_lost);
   for (UINT id = first_id; id < first_id + 8; ++id) {
@@ -221,8 +223,8 @@ Lines Faults::right_Click(const Library& library, std::ptrdiff_t most_lost) cons
 
 constexpr long without_click = -1;
 
-// One load of the DLL, whose first right-click has the fault and whose second one has to be as any other.
-// False when the number was beyond the last call.
+// Loads the DLL and right-clicks twice: the first right-click has the fault, the second one has to be as any
+// other. False when there are fewer calls than the number says.
 bool Faults::fail_AndRecover(long number, bool lasts) const {
   SCOPED_TRACE(number);
   has_Begun = true;
@@ -230,7 +232,7 @@ bool Faults::fail_AndRecover(long number, bool lasts) const {
   for (const auto& group : groups)
     for (const auto& row : group)
       patch_Import(row.Name, row.Replacement, library.handle());
-  // What the compiler's runtime keeps of the first exception of a load, it keeps of each.
+  // The compiler's runtime keeps something of the first exception of each load, so every load gets one.
   fail_Call(1);
   EXPECT_EQ(library.run("DllRegisterServer"), E_OUTOFMEMORY);
   if (number == without_click)
@@ -250,12 +252,12 @@ bool Faults::fail_AndRecover(long number, bool lasts) const {
   } else if (!lasts) {  // a feature is asked for once, so it stays hidden where the fault hid it
     EXPECT_EQ(items.size() + 1, m_click.Items.size());
   }
-  if (m_click.Items.empty()) {  // as those of an extension that captures nothing
+  if (m_click.Items.empty()) {  // an extension that captures nothing would offer none either
     set_Value(norvak + L"CardConnector", L"1");
     EXPECT_EQ(right_Click(library), Lines{L"100 Validate PKCS7 Signature"});
     set_Value(norvak + L"CardConnector", L"");
   }
-  while (library.run("DllCanUnloadNow") != S_OK)  // what is done in the background ends by itself
+  while (library.run("DllCanUnloadNow") != S_OK)  // work in the background ends by itself
     Sleep(1);
   forget_Calls();
   return has_failed;
@@ -271,9 +273,10 @@ Holdings Faults::left_By(long number, bool lasts) {
 
 constexpr const char* kinds[] = {"BareMachine", "Pdf", "Envelope", "Drive"};
 
-TEST_P(Faults, OfEachCallLeaveTheNextRightClickWhole) {
+TEST_P(Faults, LeaveTheNextRightClickWhole) {
   arrange(GetParam());
-  // The runtime keeps a thread-local index of each load; for the later ones the platform needs a table once.
+  // The runtime keeps a thread-local index of each load. Beyond the first indexes the platform makes a table
+  // once.
   for (int index = 0; index < TLS_MINIMUM_AVAILABLE; ++index)
     TlsSetValue(TlsAlloc(), this);
   const char *const first = std::getenv("NORVAK_ENDURANCE"), *const seed = std::getenv("NORVAK_SEED");
@@ -283,19 +286,19 @@ TEST_P(Faults, OfEachCallLeaveTheNextRightClickWhole) {
   for (int round = 0; round < 2; ++round)
     left_By(0);
   const auto kept_ByRuntime = left_By(without_click);
-  // A crash leaves the last of these numbers.
+  // After a crash, the last of these numbers is the call that failed.
   std::cout << "NORVAK_SEED=" << chosen << ", calls that fail, and with a star all memory after them:";
   m_has_failed = true;
   for (long number = start; number < end && m_has_failed; number += first == nullptr ? stride : 1)
     for (int turn = 0; turn < (first != nullptr || number % lasting_stride == 0 ? 2 : 1); ++turn) {
       std::cout << " " << number << (turn == 0 ? "" : "*") << std::flush;
       auto left = left_By(number, turn == 1);
-      if (left != kept_ByRuntime)  // what the platform makes once on the way of a failure is there now
+      if (left != kept_ByRuntime)  // the platform may have made something once, for this failure
         left = left_By(number, turn == 1);
       EXPECT_EQ(left, kept_ByRuntime) << number;
     }
   std::cout << std::endl << (m_has_failed ? "" : "the last call had its turn\n");
-  EXPECT_TRUE(first != nullptr || refusals_Of<HeapAlloc> > 0) << "no exception took from the reserve";
+  EXPECT_TRUE(first != nullptr || refusals_Of<HeapAlloc> > 0) << "no exception needed the reserve of memory";
   EXPECT_EQ(std::ranges::count_if(std::filesystem::directory_iterator(test_folder),
                                   [](const auto& entry) { return entry.path().extension() == L".tmp"; }),
             0);
@@ -306,7 +309,7 @@ INSTANTIATE_TEST_SUITE_P(, Faults, testing::ValuesIn(kinds),
 
 class RightClick : public Explorer {};
 
-// The calls of the registry and of the file system are nearly all that it costs.
+// The calls of the registry and of the file system are nearly all that a right-click costs.
 TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
   const auto counted =
       failing<0, false, RegOpenKeyExA, RegOpenKeyExW, RegQueryValueExA, RegQueryValueExW, CLSIDFromProgID,
@@ -315,7 +318,7 @@ TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
     EXPECT_TRUE(patch_Import(row.Name, row.Replacement, m_library.handle())) << row.Name;
   install_Suite();
   const auto pdf = make_File(test_folder + L"a.pdf");
-  Lines folders(1000, test_folder + L"a folder.png");  // it must know of each that it is no picture
+  Lines folders(1000, test_folder + L"a folder.png");  // each is looked at, to find that it is no picture
   std::filesystem::create_directories(folders[0]);
   folders[0] = pdf;
   for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 61 : 77),
@@ -335,10 +338,11 @@ TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
 }
 
 #ifdef NDEBUG  // the flavours that are delivered
-class FaultList : public Faults {};
+class FaultLists : public Faults {};
 
-// A name in both lists is that of a function that only a fault has called.
-TEST_F(FaultList, AndThatOfOtherImportsHaveEveryImport) {
+// One list is the table above, the other imports_without_fault.txt. A function in both is called only after a
+// fault.
+TEST_F(FaultLists, HaveEveryImport) {
   using Names = std::set<std::string>;
   Names imports, others, called, made_ToFail;
   {

@@ -1,5 +1,5 @@
-// What the extension must not take from where a user works, and what it must not change for the process that
-// it lives in.
+// The extension must not load or start anything from the folder in which a user works, nor change anything
+// for the process that it lives in.
 #include <cfloat>
 #include <clocale>
 #include <filesystem>
@@ -49,7 +49,8 @@ std::set<std::string> names_InSources() {
 
 const std::wstring current = test_folder + LR"(current\)", selected = test_folder + LR"(selected\)";
 
-// The registry names folders that are no full paths, where decoys lie under all names that the product knows.
+// The registry names folders by relative paths. Decoys lie there under all names of files that the product
+// knows.
 class Decoys : public Machine, public testing::WithParamInterface<const wchar_t*> {
  protected:
   void SetUp() override;
@@ -108,7 +109,7 @@ TEST_P(Decoys, AreNeitherLoadedNorStarted) {
     }
   }
   EXPECT_EQ(take_Starts(), Lines());
-  EXPECT_EQ(processes_Of(job.get()), 1u) << "this process has started others";
+  EXPECT_EQ(processes_Of(job.get()), 1u) << "this process must not start others";
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
@@ -118,7 +119,7 @@ TEST_P(Decoys, AreNeitherLoadedNorStarted) {
   EXPECT_EQ(processes_Of(job.get()), 2u);
   FreeLibrary(LoadLibraryW((selected + L"norvakpdf.dll").c_str()));
   const auto recorded = recorded_Starts(2);
-  EXPECT_EQ(recorded.size(), 2u) << "more than the two that the test itself takes";
+  EXPECT_EQ(recorded.size(), 2u) << "the test itself takes two decoys";
   EXPECT_EQ(recorded.back(), selected + L"norvakpdf.dll");
 }
 
@@ -165,7 +166,7 @@ Names changed_By(const std::function<void()>& routine) {
 
 class Isolation : public Machine {};
 
-TEST_F(Isolation, NothingAroundTheExtensionChanges) {
+TEST_F(Isolation, KeepsEverythingAroundTheExtensionUnchanged) {
   install_Suite();
   const auto pdf = make_File(test_folder + L"a.pdf");
   EXPECT_EQ(changed_By([&] {
@@ -175,7 +176,7 @@ TEST_F(Isolation, NothingAroundTheExtensionChanges) {
               EXPECT_EQ(library.run("DllCanUnloadNow"), S_OK);
             }),
             Names());
-  EXPECT_EQ(recorded_Starts(3).size(), 3u) << "viewer, signing application and worker";
+  EXPECT_EQ(recorded_Starts(3).size(), 3u) << "viewer, signing application and worker start";
   const std::pair<const char*, void (*)()> changes[] = {
       {"current folder", [] { SetCurrentDirectoryW(LR"(c:\windows)"); }},
       {"folder of libraries", [] { SetDllDirectoryW(LR"(c:\windows)"); }},

@@ -1,7 +1,7 @@
-// Whole right-clicks over and over, in one window or each in one that opens and closes: nothing of the
-// process may grow, not by one. With NORVAK_ENDURANCE set they are 2,000, or 1,000 windows (scripts/endure),
-// else a share of them. Each count has to find a leak that is planted for it, so that none of them passes
-// because it counts nothing.
+// Repeats whole right-clicks, in one window or each in a new window: nothing that the process holds may grow,
+// not even by one. With NORVAK_ENDURANCE set (scripts/endure) there are 2,000 right-clicks and 1,000 windows,
+// otherwise fewer. Each count has to find a leak that is planted for it, so that none passes because it
+// counts nothing.
 #include <cstdlib>
 #include <vector>
 
@@ -32,8 +32,8 @@ class Leaks : public Machine {
   const Component m_pkcs7{L"norvakcsp.PKCS7", {{L"create_P7x", answers(true)}}};
 };
 
-// Picks an item that starts nothing, none, and for one file an item whose program is missing; that takes
-// long.
+// Picks an item that starts nothing and an offset that is no item; for one file also an item whose program is
+// missing, which takes long.
 void Leaks::right_Click(const Lines& paths, In windows) const {
   if (windows == In::NewWindows)
     return Window().run([&] {
@@ -61,19 +61,18 @@ Holdings Leaks::growth(In windows, int clicks, const Lines& paths, const std::fu
     right_Click(paths, windows);
     leak();
   }
-
   forget_Calls();
   return count_Holdings() - before;
 }
 
-// What the runtime of this program makes once, like the event of a lock that two threads want at the same
-// time, is there the second time.
+// Counts a second time where something has grown: the runtime of this program makes some things once, such as
+// the event of a lock that two threads want at the same time.
 Holdings Leaks::lasting_Growth(In windows, int clicks, const Lines& paths) const {
   const auto grown = growth(windows, clicks, paths);
   return grown == Holdings() ? grown : growth(windows, clicks, paths);
 }
 
-TEST_F(Leaks, NothingGrowsFromRightClickToRightClick) {
+TEST_F(Leaks, AreNotMadeByRightClicks) {
   const bool endures = std::getenv("NORVAK_ENDURANCE") != nullptr;
   for (const int files : {1, 100}) {
     Lines paths;
@@ -85,7 +84,7 @@ TEST_F(Leaks, NothingGrowsFromRightClickToRightClick) {
   }
 }
 
-TEST_F(Leaks, NothingGrowsFromWindowToWindow) {
+TEST_F(Leaks, AreNotMadeByWindows) {
   forget_Calls(false);
   const Lines paths{make_File(test_folder + L"a.pdf")};
   right_Click(paths, In::NewWindows);

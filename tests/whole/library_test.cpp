@@ -1,11 +1,11 @@
-// What the DLL carries beside its code.
+// What the built files hold beside their code.
 #include "tests/explorer.h"
 
 namespace {
 
-class LibraryFile : public Explorer {};
+class BuiltFiles : public Machine {};
 
-TEST_F(LibraryFile, AndTheHostCarryTheVersionOfTheProject) {
+TEST_F(BuiltFiles, HaveTheVersionOfTheProject) {
   for (const auto* file : {L"NorvakContextMenu.dll", L"menuhost.exe"}) {
     const auto path = built_File(file);
     std::string version(GetFileVersionInfoSizeW(path.c_str(), nullptr), '\0');
@@ -20,7 +20,7 @@ TEST_F(LibraryFile, AndTheHostCarryTheVersionOfTheProject) {
   }
 }
 
-TEST_F(LibraryFile, CarriesItsTypeLibrary) {
+TEST_F(BuiltFiles, IncludeTheTypeLibraryInTheDll) {
   ComPtr<ITypeLib> library;
   ASSERT_EQ(LoadTypeLibEx(built_File(L"NorvakContextMenu.dll").c_str(), REGKIND_NONE, &library), S_OK);
   _bstr_t name;

@@ -21,7 +21,7 @@ class Windows : public Machine, public testing::WithParamInterface<const char*> 
  protected:
   void SetUp() override;
 
-  // What a right-click on the files shows, the help texts of its first two items behind the menu.
+  // The menu of a right-click on the files, and then the help texts of its first two items.
   Lines right_Click(const Lines& paths) const;
 
   const Library m_library;
@@ -57,7 +57,7 @@ Lines Windows::right_Click(const Lines& paths) const {
 
 INSTANTIATE_TEST_SUITE_P(Machines, Windows, testing::Values("Suite", "Log", "Bare"));
 
-// A selection is another one in each window at any time.
+// At any time each window has another selection.
 TEST_P(Windows, SeeNoMenuOfAnother) {
   const std::string machine = GetParam();
   if (machine != "Bare")
@@ -104,8 +104,8 @@ TEST_P(Windows, SeeNoMenuOfAnother) {
   EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
-// They ask for their menus after both have selected, and pick after both have asked; the second item that
-// they pick has the script host write.
+// Both windows select, then both ask for their menus, then both pick. The second item that they pick writes
+// through the script host.
 TEST_F(Windows, PickTheirOwnItemOfTheirOwnFile) {
   install_Suite();
   make_File(test_folder + LR"(drive\norvak\norvak.tc)");
@@ -135,7 +135,7 @@ TEST_F(Windows, PickTheirOwnItemOfTheirOwnFile) {
     invoke(side.Object, ULONG_PTR{1});
   });
   EXPECT_EQ(calls(L"RegWrite(HKCU\\SOFTWARE\\Norvak\\CSP\\StickMounted").size(), 2u)
-      << "mounted and unmounted";
+      << "one window mounts and the other unmounts";
   in_turn([](Side& side, std::size_t) {
     side.Object.Reset();
     side.Own.reset();
@@ -144,7 +144,7 @@ TEST_F(Windows, PickTheirOwnItemOfTheirOwnFile) {
 }
 
 // The first window's translator waits until the second one's right-clicks are done.
-TEST_F(Windows, WaitForNoOther) {
+TEST_F(Windows, DoNotWaitForEachOther) {
   install_Suite();
   const unique_kernel_handle asked(CreateEventW(nullptr, TRUE, FALSE, nullptr)),
       done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -169,7 +169,8 @@ TEST_F(Windows, WaitForNoOther) {
   EXPECT_EQ(waited, WAIT_OBJECT_0);
 }
 
-// Two objects of one method table: one is made while the other is released, at another moment in each round.
+// Two objects share a method table. In each round one is made while the other is released, each time at
+// another moment.
 TEST(MethodTable, LeadsToTheMenuWhileAnObjectLives) {
   constexpr int rounds = 20'000, moments = 256, looks = 200;
   std::array<void*, context_menu_methods> methods{};
@@ -201,8 +202,8 @@ TEST(MethodTable, LeadsToTheMenuWhileAnObjectLives) {
   EXPECT_EQ(wrong, 0);
 }
 
-// The DLL stays while a window keeps something of it; it goes and comes with its last window, while others
-// come.
+// The DLL stays loaded while a window keeps something of it. It is unloaded with the last window and loaded
+// again while others open.
 TEST_F(Windows, LoadAndUnloadTheDll) {
   install_Suite();
   {
@@ -239,7 +240,7 @@ TEST_F(Windows, LoadAndUnloadTheDll) {
   m_library.run("DllUnregisterServer");
 }
 
-// What a component does to the object that calls it: lets it go, or right-clicks again from inside.
+// A component may release the object that is calling it, or right-click again during the call.
 TEST_F(Windows, OutliveWhatAComponentDoesToThem) {
   install_Suite();
   ComPtr<IContextMenu> object;
@@ -271,7 +272,7 @@ TEST_F(Windows, OutliveWhatAComponentDoesToThem) {
   EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
-TEST_F(Windows, LetComponentsGoBeforeTheirApartmentEnds) {
+TEST_F(Windows, ReleaseComponentsBeforeTheirApartmentEnds) {
   Lines last;
   std::thread([&] {
     CoInitialize(nullptr);
@@ -284,7 +285,7 @@ TEST_F(Windows, LetComponentsGoBeforeTheirApartmentEnds) {
     CoUninitialize();
     EXPECT_EQ(living_Objects(), 0);
   }).join();
-  EXPECT_FALSE(last.empty()) << "a component that right-clicks with its last release";
+  EXPECT_FALSE(last.empty()) << "a component may right-click during its last release";
   EXPECT_EQ(calls_ByStrangers(), 0);
 }
 
