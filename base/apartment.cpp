@@ -48,7 +48,7 @@ class Apartment final : public Unknown<IInitializeSpy> {
   bool is_Ending() const { return m_is_ending; }
   void end_Parts() {
     m_is_ending = true;
-    while (!m_parts.empty()) {  // what a part's end asks for is made anew, and ends too
+    while (!m_parts.empty()) {  // what a part's end asks for is made again, and ends too
       const auto last = std::move(m_parts.back());
       m_parts.pop_back();
     }

@@ -1,4 +1,4 @@
-// How long a thread of Explorer waits for others, and what it does meanwhile. On the way to a menu it waits
+// How long a thread of Explorer waits for others, and what it does meanwhile. Before a menu it waits
 // half a second in all, however many components in other processes it asks: whoever presses the right button
 // expects a menu. A person who has picked an action expects work, so that may take longer, with windows that
 // still paint. Each thread keeps what is left of its patience.
@@ -9,7 +9,7 @@
 constexpr DWORD menu_patience = 500;
 constexpr DWORD making_patience = 20'000;  // for all components that one action makes
 
-// The way to a menu starts here: the thread has its half second again.
+// A menu is asked for from here on: the thread has its half second again.
 void begin_MenuPatience() noexcept;
 
 // The thread carries out a picked action for as long as this lives.
@@ -31,7 +31,7 @@ bool is_InAction() noexcept;
 // Whether this thread may wait for an answer at all.
 bool has_Patience() noexcept;
 
-// Waits until the event is set, for `limit` milliseconds at most, and on the way to a menu for no longer than
+// Waits until the event is set, for `limit` milliseconds at most, and before a menu for no longer than
 // the thread still may. False when the event was not set in time.
 bool wait_ForAnswer(HANDLE answered, DWORD limit) noexcept;
 

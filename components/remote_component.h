@@ -13,12 +13,12 @@
 #include "base/module.h"
 
 // A factory of objects from another process, a 32-bit one first. It makes an object without waiting for it,
-// except in a picked action: that waits, and there is no object when it was not made. On the way to a menu
+// except in a picked action: that waits, and there is no object when it was not made. Before a menu
 // there is none only when the class is known to be registered nowhere.
 //
 // A call that passes no room for a result is sent and not waited for; it fails only where the object is known
 // to be gone. Others take `answer_limit` milliseconds at most. The sign of life (`info`) is what is known of
-// it on the way to a menu, and asked for in the background. Calls take and give plain values: numbers, truth
+// it before a menu, and asked for in the background. Calls take and give plain values: numbers, truth
 // values and texts. Threads may use one object; its calls are made in their order, and objects never wait for
 // each other.
 Microsoft::WRL::ComPtr<IClassFactory> make_RemoteFactory(REFCLSID clsid, DWORD answer_limit);

@@ -41,7 +41,7 @@ std::wstring collect(std::span<const FileEntry> files) {
 }
 
 // The last key is answered from memory; only after another one does the store tell what the worker left.
-std::wstring read_QueueAnew() {
+std::wstring reread_Queue() {
   get_PermanentCache(L"MenuMode");
   return get_PermanentCache(queue_key);
 }
@@ -53,7 +53,7 @@ void clear_StaleQueue() {
   constexpr DWORD look_milliseconds = 250;
   const auto queue = get_PermanentCache(queue_key);
   for (int look = 0;; ++look) {
-    if (queue.empty() || is_ProcessRunning(L"NorvakWorkerProcess.exe") || read_QueueAnew() != queue)
+    if (queue.empty() || is_ProcessRunning(L"NorvakWorkerProcess.exe") || reread_Queue() != queue)
       return;
     if (look == looks)
       break;
@@ -70,7 +70,7 @@ bool wait_ForEmptyQueue() {
     debug_Log(L"Signature Process Problem: ", _com_error(status.problem()).ErrorMessage());
   for (int pass = 1; pass <= longest_wait_passes; ++pass) {
     status.show(text + L" " + std::wstring(static_cast<std::size_t>(pass / passes_per_dot), L'.'));
-    if (read_QueueAnew().empty())
+    if (reread_Queue().empty())
       return true;
     if (!status.wait(pass_milliseconds))
       return false;

@@ -25,7 +25,7 @@ using PictureColours = std::array<COLORREF, 3>;
 // A picture scaled for the place of a check mark, with what it was made for.
 class CheckBitmap {
  public:
-  // The resource's; made anew only if the size of a character cell, the user's colours or the id are others
+  // The resource's; made again only if the size of a character cell, the user's colours or the id are others
   // than before. Null when it cannot be made.
   HBITMAP renew(UINT id);
 

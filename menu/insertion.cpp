@@ -91,7 +91,7 @@ void insert_MenuItem(UINT position, UINT command, UINT check_bitmap_id, UINT ite
     return;
   assert_Unlocked();
   auto& own = *menu_state;
-  // The ids alone decide, so that the configured mode is never asked for on the way of a right-click.
+  // The ids alone decide, so that the configured mode is never asked for during a right-click.
   own.MenuMode = mode_Of(check_bitmap_id, item_bitmap_id);
   if (shows_Text())
     InsertMenuW(hmenu, position, text_item, command, caption.c_str());

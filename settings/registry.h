@@ -33,7 +33,7 @@ struct FoundValue {
 // What `regread` delivers, not from memory, with its place. Nothing while another read is under way.
 FoundValue find_Value(std::wstring_view path);
 
-// From now on settings are read only: each write answers false, but for the test of `permtest`.
+// From now on settings are read only: each write answers false, except the test of `permtest`.
 void forbid_Writes();
 
 // `regread` as text; binary values give the empty text.

@@ -1,5 +1,5 @@
 // The registry provider of the system's management service (class StdRegProv), called by method names. The
-// connection is kept until the module unloads or a call does not get through; the next call makes it anew.
+// connection is kept until the module unloads or a call does not get through; the next call makes it again.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
 // The script host's shell object ("WScript.Shell"): the second way of reading the registry and the only one
-// of writing settings. The object is made with the first need, made anew when it stops answering, and kept
+// of writing settings. The object is made with the first need, made again when it stops answering, and kept
 // for the life of the process.
 #pragma once
 

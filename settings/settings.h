@@ -87,7 +87,7 @@ inline constexpr Setting drive_root_trace{LR"(HKLM\Software\Norvak\pdf\clog)", L
 inline constexpr Setting skip_auto_unload{LR"(HKLM\Software\Norvak\SkipAutoUnload)", L"REG_SZ", L"0",
                                           Usage::Read};
 
-// Below these all of them stand, but for how file types look.
+// Below these all of them stand, except how file types look.
 inline constexpr std::array<std::wstring_view, 2> settings_branches{LR"(HKLM\SOFTWARE\Norvak)",
                                                                     LR"(HKCU\SOFTWARE\Norvak)"};
 

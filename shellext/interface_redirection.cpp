@@ -56,10 +56,10 @@ class WritableMemory {
 }  // namespace
 
 void* patch_VTableEntry(void* interface_pointer, std::int16_t entry, void* address) {
-  constexpr int width = sizeof(void*);
+  constexpr int size = sizeof(void*);
   auto* table = *static_cast<char**>(interface_pointer);
   // Volatile: the compiler knows the tables of its classes and would answer from that knowledge.
-  auto* slot = reinterpret_cast<void* volatile*>(table + static_cast<std::int16_t>(entry * width - width));
+  auto* slot = reinterpret_cast<void* volatile*>(table + static_cast<std::int16_t>(entry * size - size));
   void* const replaced = *slot;
   if (replaced == address)
     return replaced;
@@ -67,11 +67,11 @@ void* patch_VTableEntry(void* interface_pointer, std::int16_t entry, void* addre
     *slot = address;
     return replaced;
   }
-  const WritableMemory memory(const_cast<void**>(slot), width);
+  const WritableMemory memory(const_cast<void**>(slot), size);
   if (memory.succeeded())
     *slot = address;
   else  // still attempted, but where the entry is write-protected a plain write would end Explorer
-    WriteProcessMemory(GetCurrentProcess(), const_cast<void**>(slot), &address, width, nullptr);
+    WriteProcessMemory(GetCurrentProcess(), const_cast<void**>(slot), &address, size, nullptr);
   return replaced;
 }
 

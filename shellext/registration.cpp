@@ -191,7 +191,7 @@ LSTATUS remove_Row(const Row& row) {
   return empty ? RegDeleteKeyW(HKEY_CLASSES_ROOT, row.Key.c_str()) : ERROR_SUCCESS;
 }
 
-// Whether the DLL of either width is registered. The two have a class each and share the ProgID.
+// Whether the DLL of either bitness is registered. The two have a class each and share the ProgID.
 bool is_ClassThere() {
   const auto server = LR"(CLSID\)" + guid_Text(clsid_ShellExt) + LR"(\InprocServer32)";
   return std::ranges::any_of(std::array{KEY_WOW64_32KEY, KEY_WOW64_64KEY}, [&](REGSAM view) {

@@ -9,5 +9,5 @@
 HRESULT register_Module() noexcept;
 
 // Removes what `register_Module` writes, and nothing that others have put there; the ProgID stays while the
-// DLL of the other width is registered. S_OK also when there was nothing to remove.
+// DLL of the other bitness is registered. S_OK also when there was nothing to remove.
 HRESULT unregister_Module() noexcept;
