@@ -83,11 +83,3 @@ bool register_Server(const std::wstring& path) noexcept {
   return entry != nullptr &&
          SUCCEEDED(reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(entry))());
 }
-
-AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<std::wstring> servers,
-                                   DWORD answer_limit) noexcept {
-  if (auto object = create_Object(progid, answer_limit))
-    return object;
-  std::ranges::for_each(servers, register_Server);
-  return create_Object(progid, answer_limit);
-}

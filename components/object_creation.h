@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <initializer_list>
 #include <string>
 
 #include "components/automation.h"
@@ -23,7 +22,3 @@ AutomationObject create_Object(const wchar_t* progid, DWORD answer_limit = quick
 // Runs the registration entry point of a COM server DLL. False when the path is no full one, or the file
 // cannot be loaded, has no such entry or the entry fails.
 bool register_Server(const std::wstring& path) noexcept;
-
-// `create_Object`; when that fails, each of the DLLs is registered and the object is tried once more.
-AutomationObject create_OrRegister(const wchar_t* progid, std::initializer_list<std::wstring> servers,
-                                   DWORD answer_limit = quick_answer) noexcept;

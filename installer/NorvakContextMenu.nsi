@@ -63,15 +63,8 @@ SetCompressor /SOLID lzma
   !insertmacro For64Bit ${STEP} '64 "${CLASSES}\Interface\${INTERFACE}"'
 !macroend
 
-; The suite's components that are DLLs.
-!macro Components STEP
-  !insertmacro ${STEP} logging.logme
-  !insertmacro ${STEP} NorvakTranslator.Language
-  !insertmacro ${STEP} NorvakCertInstaller.iCache
-  !insertmacro ${STEP} NorvakInter.SemaPhore
-  !insertmacro ${STEP} norvakpdf.edit
-  !insertmacro ${STEP} norvakcsp.PKCS7
-!macroend
+; The suite's components that are DLLs: the macro `Components`, of the list that the product itself works with.
+!include "${COMPONENTS}"
 
 !macro Values STEP
   !insertmacro ${STEP} 32 "${CLASSES}\*\${HANDLER}" "" REG_SZ "${CLASS}"

@@ -3,11 +3,10 @@
 #include "base/owner_window.h"
 #include "base/text.h"
 #include "components/automation.h"
-#include "components/object_creation.h"
 #include "files/file_names.h"
 #include "files/files.h"
 #include "files/temporary_file.h"
-#include "settings/registry.h"
+#include "suite/components.h"
 
 namespace {
 
@@ -48,8 +47,7 @@ std::wstring keep_Beside(const std::wstring& picture, const std::wstring& pdf) {
 }  // namespace
 
 std::wstring convert_ToPdf(const std::wstring& picture) {
-  const auto editor =
-      create_OrRegister(L"norvakpdf.edit", {get_InstallFolder() + L"norvakpdf.dll"}, answer_AfterWork);
+  const auto editor = create_Component(pdf_component);
   if (!editor)
     return picture;
   if (get_hwnd() != nullptr)

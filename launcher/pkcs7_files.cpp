@@ -9,7 +9,6 @@
 #include "base/owner_window.h"
 #include "base/text.h"
 #include "components/automation.h"
-#include "components/object_creation.h"
 #include "components/remote_component.h"
 #include "files/file_names.h"
 #include "files/files.h"
@@ -19,15 +18,15 @@
 #include "launcher/messages.h"
 #include "settings/registry.h"
 #include "settings/settings.h"
+#include "suite/components.h"
 
 namespace {
 
 constexpr std::wstring_view envelope_ending = L".p7m";
 constexpr std::wstring_view signature_ending = L".p7s";
 
-AutomationObject create_Component() {
-  auto component =
-      create_OrRegister(L"norvakcsp.PKCS7", {get_InstallFolder() + L"norvakcsp.dll"}, answer_AfterWork);
+AutomationObject create_Maker() {
+  auto component = create_Component(pkcs7_component);
   if (get_hwnd() != nullptr)
     put_Property(component.Get(), L"WindowHandle", hwnd_Argument(get_hwnd()));
   return component;
@@ -36,7 +35,7 @@ AutomationObject create_Component() {
 // A missing component leaves every file as it is.
 template <typename Process>
 void process_Each(std::span<const FileEntry> files, Process&& process) {
-  const auto component = create_Component();
+  const auto component = create_Maker();
   for (const auto& entry : files) {
     debug_Log(entry.LongName);
     if (entry.path().empty())

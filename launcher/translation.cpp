@@ -7,9 +7,8 @@
 #include "base/boundary.h"
 #include "base/text.h"
 #include "components/automation.h"
-#include "components/object_creation.h"
 #include "components/remote_component.h"
-#include "suite/suite_folders.h"
+#include "suite/components.h"
 
 namespace {
 
@@ -91,8 +90,7 @@ bool load_Translator() {
   auto& own = *translations;
   ask_ForLife(own);
   if (!own.Ready) {
-    own.Translator = create_OrRegister(L"NorvakTranslator.Language",
-                                       {get_CommonProgramFolder() + L"NorvakTranslator.dll"});
+    own.Translator = create_Component(translator_component);
     ask_ForLife(own);
   }
   return own.Ready;

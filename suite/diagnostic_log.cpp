@@ -14,13 +14,12 @@
 #include "base/process_values.h"
 #include "base/text.h"
 #include "components/automation.h"
-#include "components/object_creation.h"
 #include "components/remote_component.h"
 #include "files/file_names.h"
 #include "files/user.h"
 #include "settings/registry.h"
 #include "settings/settings.h"
-#include "suite/suite_folders.h"
+#include "suite/components.h"
 
 namespace {
 
@@ -136,8 +135,7 @@ std::wstring compose_Header() {
 
 bool ensure_Logger(Log& log) {
   if (log.State == Component::Untried || is_Gone(log.Logger.Get())) {
-    log.Logger = create_OrRegister(
-        L"logging.logme", {get_InstallFolder() + L"logmod.dll", get_CommonProgramFolder() + L"logmod.dll"});
+    log.Logger = create_Component(log_component);
     log.State = log.Logger ? Component::Ready : Component::Off;
   }
   return log.State == Component::Ready;

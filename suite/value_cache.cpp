@@ -11,10 +11,9 @@
 #include "base/process_values.h"
 #include "base/text.h"
 #include "components/automation.h"
-#include "components/object_creation.h"
 #include "components/remote_component.h"
 #include "settings/registry.h"
-#include "suite/suite_folders.h"
+#include "suite/components.h"
 
 namespace {
 
@@ -35,9 +34,6 @@ struct Memory {
 constinit PerApartment<Cache> cache;
 constinit Guarded<std::optional<Memory>> memory;
 
-// How long a component in another process may wait for the present holder.
-constexpr DWORD longest_wait = 15'000;
-
 // Other processes wait while this lives. A component in the same process lets its thread hold it once more;
 // one that serves several programs cannot know whose objects it has, so this thread does not ask it again.
 class SemaphoreHold {
@@ -46,10 +42,7 @@ class SemaphoreHold {
     auto& own = *cache;
     if (own.IsHeldRemotely)
       return;
-    const auto folder = get_CommonProgramFolder();
-    m_semaphore =
-        create_OrRegister(L"NorvakInter.SemaPhore",
-                          {folder + L"NorvakInter.dll", folder + LR"(norvak\NorvakInter.dll)"}, longest_wait);
+    m_semaphore = create_Component(semaphore_component);
     const long number = 666;
     const short kind = 6;
     call_Member(m_semaphore.Get(), L"WaitingForSemaphore", {caller, number, kind});
@@ -68,10 +61,8 @@ class SemaphoreHold {
 };
 
 void create_Store() {
-  const SemaphoreHold semaphore(L"load_permcache");
-  constexpr std::wstring_view server = L"NorvakCertInstaller.dll";
-  cache->Store = create_OrRegister(L"NorvakCertInstaller.iCache", {get_CommonProgramFolder().append(server),
-                                                                   get_InstallFolder().append(server)});
+  const SemaphoreHold hold(L"load_permcache");
+  cache->Store = create_Component(store_component);
 }
 
 // Both or neither: they come as copies, since memory may run out in between.
@@ -92,7 +83,7 @@ bool counts_FromZero(const std::wstring& key) {
 }
 
 std::wstring read_Store(const std::wstring& key) {
-  const SemaphoreHold semaphore(L"PermanentCache");
+  const SemaphoreHold hold(L"PermanentCache");
   load_permcache();
   const auto answer = call_Member(cache->Store.Get(), L"get_PIN", {text_Argument(key)});
   const auto value = answer ? as_Text(*answer) : std::wstring();
@@ -104,7 +95,7 @@ void write_Store(const std::wstring& key, const std::wstring& value) {
   load_permcache();
   if (contains(to_Lower(key), L"readerlock"))
     debug_Log(L"Permanent Cache: ", key);
-  const SemaphoreHold semaphore(L"set_PermanentCache");
+  const SemaphoreHold hold(L"set_PermanentCache");
   call_Member(cache->Store.Get(), L"set_PIN", {text_Argument(key), text_Argument(value)});
   remember(key, value);
 }

@@ -12,6 +12,7 @@
 #include "base/handles.h"
 #include "base/text.h"
 #include "settings/registry_view.h"
+#include "suite/components.h"
 #include "suite/diagnostic_log.h"
 #include "suite/suite_folders.h"
 
@@ -56,12 +57,12 @@ Machine::Machine() {
   RevertToSelf();
   CoInitialize(nullptr);
   use_DiagnosticLog();
-  for (
-      const auto& key : split(
-          LR"(HKLM\Software\Norvak|HKLM\Software\WOW6432Node\Norvak|HKCU\Software\Norvak|HKCR\.p7m|HKCR\.p7s|HKCR\logging.logme|)"
-          LR"(HKCR\NorvakInter.SemaPhore|HKCR\NorvakCertInstaller.iCache|HKCR\NorvakTranslator.Language|)"
-          LR"(HKCR\norvakpdf.edit|HKCR\norvakcsp.PKCS7)",
-          L'|'))
+  auto keys = split(
+      LR"(HKLM\Software\Norvak|HKLM\Software\WOW6432Node\Norvak|HKCU\Software\Norvak|HKCR\.p7m|HKCR\.p7s)",
+      L'|');
+  for (const auto* component : all_components)
+    keys.push_back(std::wstring(LR"(HKCR\)") + component->ProgId);
+  for (const auto& key : keys)
     RegDeleteTreeW(find_Place(key).Root, key.substr(5).c_str());
   set_Value(LR"(HKCR\WScript.Shell\CLSID\)", L"{72C24DD5-D70A-438B-8A42-98424B88AFB8}");
   for (const auto* file : {L"NorvakWorkerProcess.exe", L"NorvakTranslator.dll", L"NorvakInter.dll",

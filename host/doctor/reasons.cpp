@@ -53,54 +53,54 @@ std::wstring describe_MissingMultiSigner() {
   return std::wstring(L"the multi-signer is not switched on: ") + multi_signer.Path + L" is not 1";
 }
 
-struct Words {
+struct Reason {
   Condition Missing;
   const wchar_t* Sentence;
   std::wstring (*Describe)() = nullptr;  // instead of a sentence
 };
 
-constexpr std::array words{
-    Words{conditions::folders, L"the selection is not folders alone"},
-    Words{conditions::files, L"the selection is folders alone"},
-    Words{conditions::multi_signer_on, nullptr, describe_MissingMultiSigner},
-    Words{conditions::card_feature, nullptr, describe_MissingCardFeature},
-    Words{conditions::drive_root,
-          L"the selection is not the root of one drive, or Vaultware.exe is not in the install folder"},
-    Words{conditions::container, LR"(the drive holds no container (norvak\norvak.tc))"},
-    Words{conditions::no_container, LR"(the drive holds a container (norvak\norvak.tc) already)"},
-    Words{conditions::mounted, L"the drive is not mounted (no mounted.txt in its root)"},
-    Words{conditions::not_mounted, L"the drive is mounted (mounted.txt in its root)"},
-    Words{conditions::pdf_application, nullptr, describe_MissingApplication},
-    Words{conditions::viewable, L"no PDF, XML or image file is selected"},
-    Words{conditions::quill, nullptr, describe_MissingQuill},
-    Words{conditions::signable, L"no file is selected that the signing application opens"},
-    Words{conditions::worker_and_application, nullptr, describe_MissingWorkerOrApplication},
-    Words{conditions::convertible, L"no file is selected that is or can become a PDF"},
-    Words{conditions::container_name, nullptr, describe_MissingContainer},
-    Words{conditions::signing_route, nullptr, describe_MissingRoute},
-    Words{conditions::pkcs7, L"no PKCS#7 file (.p7m, .p7s) is selected"},
-    Words{conditions::no_pkcs7, L"a PKCS#7 file (.p7m, .p7s) is selected"},
-    Words{conditions::no_link, L"a shortcut is selected"}};
+constexpr std::array reasons{
+    Reason{conditions::folders, L"the selection is not folders alone"},
+    Reason{conditions::files, L"the selection is folders alone"},
+    Reason{conditions::multi_signer_on, nullptr, describe_MissingMultiSigner},
+    Reason{conditions::card_feature, nullptr, describe_MissingCardFeature},
+    Reason{conditions::drive_root,
+           L"the selection is not the root of one drive, or Vaultware.exe is not in the install folder"},
+    Reason{conditions::container, LR"(the drive holds no container (norvak\norvak.tc))"},
+    Reason{conditions::no_container, LR"(the drive holds a container (norvak\norvak.tc) already)"},
+    Reason{conditions::mounted, L"the drive is not mounted (no mounted.txt in its root)"},
+    Reason{conditions::not_mounted, L"the drive is mounted (mounted.txt in its root)"},
+    Reason{conditions::pdf_application, nullptr, describe_MissingApplication},
+    Reason{conditions::viewable, L"no PDF, XML or image file is selected"},
+    Reason{conditions::quill, nullptr, describe_MissingQuill},
+    Reason{conditions::signable, L"no file is selected that the signing application opens"},
+    Reason{conditions::worker_and_application, nullptr, describe_MissingWorkerOrApplication},
+    Reason{conditions::convertible, L"no file is selected that is or can become a PDF"},
+    Reason{conditions::container_name, nullptr, describe_MissingContainer},
+    Reason{conditions::signing_route, nullptr, describe_MissingRoute},
+    Reason{conditions::pkcs7, L"no PKCS#7 file (.p7m, .p7s) is selected"},
+    Reason{conditions::no_pkcs7, L"a PKCS#7 file (.p7m, .p7s) is selected"},
+    Reason{conditions::no_link, L"a shortcut is selected"}};
 
-constexpr const Words* find_Words(const Condition& missing) {
+constexpr const Reason* find_Reason(const Condition& missing) {
   const auto* found = std::ranges::find_if(
-      words, [&](const Words& row) { return std::wstring_view(row.Missing.Name) == missing.Name; });
-  return found == words.end() ? nullptr : found;
+      reasons, [&](const Reason& row) { return std::wstring_view(row.Missing.Name) == missing.Name; });
+  return found == reasons.end() ? nullptr : found;
 }
 
-constexpr bool has_WordsForAll(const MenuItem& item) {
+constexpr bool has_ReasonForAll(const MenuItem& item) {
   return std::ranges::all_of(item.Needs, [](const Condition& condition) {
-    return condition.Name == nullptr || find_Words(condition) != nullptr;
+    return condition.Name == nullptr || find_Reason(condition) != nullptr;
   });
 }
-static_assert(std::ranges::all_of(menu_items, has_WordsForAll));
+static_assert(std::ranges::all_of(menu_items, has_ReasonForAll));
 
 }  // namespace
 
 std::wstring describe_Reason(const Condition& missing) {
   if (missing.Name == nullptr)
     return {};
-  const Words& row = *find_Words(missing);
+  const Reason& row = *find_Reason(missing);
   return row.Describe != nullptr ? row.Describe() : row.Sentence;
 }
 

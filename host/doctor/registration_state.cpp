@@ -14,6 +14,7 @@
 #include "settings/registry_keys.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/shell_ext.h"
+#include "suite/components.h"
 
 namespace host {
 namespace {
@@ -92,10 +93,6 @@ Fact describe_Bitness(const std::wstring& clsid) {
           : L"neither DLL is registered; run the setup again"};
 }
 
-constexpr std::array components{L"logging.logme",         L"NorvakTranslator.Language",
-                                L"NorvakInter.SemaPhore", L"NorvakCertInstaller.iCache",
-                                L"norvakpdf.edit",        L"norvakcsp.PKCS7"};
-
 // A component that is a 32-bit DLL needs a surrogate process to be reached from 64-bit programs.
 Fact describe_Component(const std::wstring& progid) {
   const std::wstring clsid = read_InView(LR"(HKCR\)" + progid + LR"(\CLSID\)", 0).value_or(L"");
@@ -130,7 +127,8 @@ std::vector<Fact> list_Registration() {
       describe_Handler(L"Handler for drives", L"Drive", clsid),
       describe_Approval(clsid),
       describe_Bitness(clsid)};
-  std::ranges::transform(components, std::back_inserter(facts), describe_Component);
+  std::ranges::transform(all_components, std::back_inserter(facts),
+                         [](const auto* component) { return describe_Component(component->ProgId); });
   return facts;
 }
 
