@@ -1,5 +1,6 @@
-// What the built files hold beside their code.
+// What the built files hold beside their code, and what loading them costs for good.
 #include "tests/explorer.h"
+#include "tests/holdings.h"
 
 namespace {
 
@@ -26,6 +27,17 @@ TEST_F(BuiltFiles, IncludeTheTypeLibraryInTheDll) {
   _bstr_t name;
   ASSERT_EQ(library->GetDocumentation(-1, name.GetAddress(), nullptr, nullptr, nullptr), S_OK);
   EXPECT_STREQ(name, L"NorvakContextMenu");
+}
+
+TEST_F(BuiltFiles, LoseNoMemoryWhenTheyAreLoaded) {
+  const auto load = [] { FreeLibrary(LoadLibraryW(built_File(L"NorvakContextMenu.dll").c_str())); };
+  std::array<Holdings, 2> counts;
+  for (auto& count : counts) {
+    for (int times = 0; times < 10; ++times)
+      load();
+    count = count_Holdings();
+  }
+  EXPECT_EQ(counts[1] - counts[0], Holdings());
 }
 
 }  // namespace
