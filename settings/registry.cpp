@@ -89,6 +89,8 @@ std::wstring find_InstallFolder() {
   return {};
 }
 
+// NOLINTBEGIN(misc-no-recursion): a read needs the switch, the INI files and the install folder, which are
+// read themselves; the marks of `Reads` end that.
 void repair_InstallFolder(const std::wstring& folder) {
   if (!is_Empty(regread_api(install_folder.Path)))
     return;
@@ -264,3 +266,4 @@ void set_QuietState(bool quiet) noexcept {
 bool is_Quiet() {
   return reads_state->IsQuiet;
 }
+// NOLINTEND(misc-no-recursion)
