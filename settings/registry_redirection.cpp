@@ -29,12 +29,12 @@ void permtest(std::wstring_view test_path) {
   trace_Message(L"finished permtest");
 }
 
-std::wstring users_Path(std::wstring_view path) {
+std::wstring users_Path(std::wstring_view asked) {
   permtest();
   const bool per_user = !may_WriteToMachine.get().value_or(true) && !is_ForceHKLM();
-  if (!per_user || !contains(path, machine_branch))
+  if (!per_user || !contains(asked, machine_branch))
     return {};
-  std::wstring moved(path);
+  std::wstring moved(asked);
   replace_All(moved, machine_branch, users_branch);
   return apply_forceHKLM(moved);
 }
