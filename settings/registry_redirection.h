@@ -11,7 +11,7 @@ void permtest(std::wstring_view test_path = {});
 
 // The path in the user's branch, for one of the machine's "pdf" branch when this user keeps an own one; else
 // empty.
-std::wstring users_Path(std::wstring_view path);
+std::wstring users_Path(std::wstring_view asked);
 
 // That path, or the machine's where there is none.
 std::wstring written_Path(std::wstring_view path);
