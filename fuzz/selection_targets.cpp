@@ -30,7 +30,7 @@ struct GuardedMemory {
 
 constexpr std::size_t ansi_room = 500;  // for a name in the code page with its terminator
 
-void drop_list(Input input) {
+void read_DropLists(Input input) {
   static const GuardedMemory memory;
   const auto block = memory.last(input.rest().size());
   std::ranges::copy(input.rest(), block.begin());
@@ -195,7 +195,7 @@ void menu(Input input) {
 }
 
 // The first right-click of a process reads all settings.
-void first_click(Input input) {
+void click_First(Input input) {
   const MenuMachine machine;
   const bool is_usual = !input.has_More();
   while (input.has_More()) {
@@ -220,8 +220,12 @@ void first_click(Input input) {
 
 const std::vector<Target>& selection_Targets() {
   static const std::vector<Target> targets{
-      {"drop_list", drop_list, 15000, false, {std::string("\0", 1), std::string("\0\0", 2), "c:\\", "\xD8"}},
+      {"drop_list",
+       read_DropLists,
+       15000,
+       false,
+       {std::string("\0", 1), std::string("\0\0", 2), "c:\\", "\xD8"}},
       {"menu", menu, 1500},
-      {"first_click", first_click, 20, true, {std::string("1\0\0\0", 4), "c:\\", "\xFF"}}};
+      {"first_click", click_First, 20, true, {std::string("1\0\0\0", 4), "c:\\", "\xFF"}}};
   return targets;
 }

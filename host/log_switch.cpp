@@ -96,7 +96,7 @@ std::wstring switch_Log(const std::vector<std::wstring>& words) {
     switch_On(words);
   else
     switch_Off();
-  return describe_State() + L"Explorer takes this up when it starts anew.\n";
+  return describe_State() + L"Explorer takes this up when it starts again.\n";
 }
 
 }  // namespace host

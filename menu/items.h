@@ -11,9 +11,9 @@
 struct MenuItem {
   const wchar_t* Caption;  // not translated
   const Action& Picked;
-  UINT CheckBitmap;  // 0 for none
   // Asked in this order, up to the first that does not hold; those behind the last have no name.
   std::array<Condition, 5> Needs;
+  UINT CheckBitmap = 0;
 
   // The first condition that does not hold; one without a name when all do.
   Condition find_Missing(const SelectionFlags& flags) const {
@@ -26,31 +26,23 @@ struct MenuItem {
 
 inline constexpr auto menu_items = [] {
   using namespace conditions;
-  constexpr UINT none = 0;
+  const auto picked = [](auto keyword) -> const Action& { return *find_Action(keyword); };
   return std::array{
-      MenuItem{L"Sign PDFs in Folder", *find_Action(L"sfolder"), none, {folders, multi_signer_on}},
+      MenuItem{L"Sign PDFs in Folder", picked(L"sfolder"), {folders, multi_signer_on}},
       MenuItem{L"Mount Secure Drive",
-               *find_Action(L"mount"),
-               none,
+               picked(L"mount"),
                {folders, card_feature, drive_root, container, not_mounted}},
       MenuItem{L"Unmount Secure Drive",
-               *find_Action(L"unmount"),
-               none,
+               picked(L"unmount"),
                {folders, card_feature, drive_root, container, mounted}},
-      MenuItem{L"Create Secure Drive",
-               *find_Action(L"create"),
-               none,
-               {folders, card_feature, drive_root, no_container}},
-      MenuItem{L"Open with Norvak", *find_Action(L"view"), none, {files, pdf_application, viewable}},
-      MenuItem{L"Open with quill!", *find_Action(L"quill!"), none, {files, quill, signable}},
+      MenuItem{L"Create Secure Drive", picked(L"create"), {folders, card_feature, drive_root, no_container}},
+      MenuItem{L"Open with Norvak", picked(L"view"), {files, pdf_application, viewable}},
+      MenuItem{L"Open with quill!", picked(L"quill!"), {files, quill, signable}},
       MenuItem{L"Create PDF Signature",
-               *find_Action(L"signit"),
-               check_mark_bitmap,
-               {files, worker_and_application, convertible, container_name}},
-      MenuItem{
-          L"Create PKCS7 Signature", *find_Action(L"p7s"), none, {files, signing_route, no_pkcs7, no_link}},
-      MenuItem{
-          L"Create PKCS7 Envelope", *find_Action(L"p7m"), none, {files, signing_route, no_pkcs7, no_link}},
-      MenuItem{L"Validate PKCS7 Signature", *find_Action(L"vPKCS7"), none, {files, signing_route, pkcs7}},
-  };
+               picked(L"signit"),
+               {files, worker_and_application, convertible, container_name},
+               check_mark_bitmap},
+      MenuItem{L"Create PKCS7 Signature", picked(L"p7s"), {files, signing_route, no_pkcs7, no_link}},
+      MenuItem{L"Create PKCS7 Envelope", picked(L"p7m"), {files, signing_route, no_pkcs7, no_link}},
+      MenuItem{L"Validate PKCS7 Signature", picked(L"vPKCS7"), {files, signing_route, pkcs7}}};
 }();
