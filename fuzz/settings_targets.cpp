@@ -114,7 +114,7 @@ void ini(Input input) {
   static const std::wstring file = test_folder + L"global.ini", section = L"Software\\Norvak";
   const auto path = norvak + from_Ansi(to_Ansi(input.take_Text()));
   const auto value = from_Ansi(to_Ansi(input.take_Text()));
-  if (!arranged || !is_KeptInIni(path))
+  if (!arranged || !is_KeptInIni(SettingPath(path)))
     return;
   const auto place = find_Place(path);
   const auto form = input.take<std::uint8_t>();
@@ -139,16 +139,16 @@ void ini(Input input) {
     WritePrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), old.c_str(), file.c_str());
   WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
   const auto require_Text = [&](const std::wstring& text) {
-    require(read_Ini(path).Text == text, "a value reads as it was written");
+    require(read_Ini(SettingPath(path)).Text == text, "a value reads as it was written");
     for (const auto& name : others)
       require(read_IniText(section, name, file) == name, "every other value is as it was");
   };
   require_Text(old);
   const bool can_write = value.find_first_of(std::wstring_view(L"\r\n\0", 3)) == std::wstring::npos;
   const auto now = can_write ? value : old;
-  require(write_Ini(path, value) == can_write, "a value of one line is written");
+  require(write_Ini(SettingPath(path), value) == can_write, "a value of one line is written");
   require_Text(now);
-  require(delete_FromIni(path) == !now.empty(), "it is deleted");
+  require(delete_FromIni(SettingPath(path)) == !now.empty(), "it is deleted");
   require_Text(L"");
 }
 

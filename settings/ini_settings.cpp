@@ -162,35 +162,34 @@ void settle_IniFiles(const std::wstring& usual_folder) {
                       find_File(usual_folder, {}, L"norvak.ini")});
 }
 
-bool is_KeptInIni(std::wstring_view path) {
-  return is_IniMode() && !is_RegistryOnly(path) && can_Hold(find_Place(path)) && !target_File(path).empty();
+bool is_KeptInIni(const SettingPath& path) {
+  return is_IniMode() && !is_RegistryOnly(path.Text) && can_Hold(path.Place) &&
+         !target_File(path.Text).empty();
 }
 
-IniValue read_Ini(std::wstring_view path) {
-  const auto place = find_Place(path);
+IniValue read_Ini(const SettingPath& path) {
   const auto files = ini_Files();
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
-    auto text = file->empty() ? std::wstring() : read_File(place, *file);
+    auto text = file->empty() ? std::wstring() : read_File(path.Place, *file);
     if (!text.empty())
       return {std::move(text), *file};
   }
   return {};
 }
 
-bool write_Ini(std::wstring_view path, std::wstring_view value) {
-  return is_OneLine(value) && write_File(find_Place(path), protect(value).c_str(), target_File(path));
+bool write_Ini(const SettingPath& path, std::wstring_view value) {
+  return is_OneLine(value) && write_File(path.Place, protect(value).c_str(), target_File(path.Text));
 }
 
-bool delete_FromIni(std::wstring_view path) {
-  const auto place = find_Place(path);
+bool delete_FromIni(const SettingPath& path) {
   const auto files = ini_Files();
   bool found = false;
   bool removed = true;
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
-    if (file->empty() || read_File(place, *file).empty())
+    if (file->empty() || read_File(path.Place, *file).empty())
       continue;
     found = true;
-    removed &= write_File(place, nullptr, *file);
+    removed &= write_File(path.Place, nullptr, *file);
   }
   return found && removed;
 }

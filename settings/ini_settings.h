@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "settings/registry_api.h"
+
 // Whether INI mode is on.
 bool is_IniMode();
 
@@ -20,7 +22,7 @@ void settle_IniFiles(const std::wstring& usual_folder);
 // Whether the value of the path (as normalised for the registry) is kept in INI files: INI mode is on
 // ("useini" is neither empty nor "0"), a file is named, and the path neither belongs to the registry alone
 // nor has names that no INI file can hold. No until the files are settled.
-bool is_KeptInIni(std::wstring_view path);
+bool is_KeptInIni(const SettingPath& path);
 
 struct IniValue {
   std::wstring Text;
@@ -28,13 +30,13 @@ struct IniValue {
 };
 
 // The value with the file that has it; both empty when none does.
-IniValue read_Ini(std::wstring_view path);
+IniValue read_Ini(const SettingPath& path);
 
 // Writes the value, of an HKCU path into the user's file and of any other into the one for all users. Other
 // programs wait meanwhile: the writer holds a lock file, the INI file's name with ".lock" appended, which
 // ends with the process that holds it. False when the file cannot be written or stays locked for two seconds,
 // and for a value with line breaks, which an INI file cannot hold.
-bool write_Ini(std::wstring_view path, std::wstring_view value);
+bool write_Ini(const SettingPath& path, std::wstring_view value);
 
 // Removes the value from all three files. False when none had it, or one of them could not be changed.
-bool delete_FromIni(std::wstring_view path);
+bool delete_FromIni(const SettingPath& path);

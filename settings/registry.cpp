@@ -47,29 +47,46 @@ constinit Guarded<std::optional<std::wstring>>
     found_folder;  // the install folder that was found last by its files
 constinit std::atomic<bool> is_ReadOnly = false;
 
-FoundValue read_Value(std::wstring path) {
-  if (is_KeptInIni(path)) {
-    auto [text, file] = read_Ini(path);
-    if (!text.empty())
-      return {std::move(text), std::move(file)};
-  }
-  auto [value, is_missing] = ask_Registry(path);
-  reads_state->IsDoubtful |= is_Empty(value) && !is_missing;
-  // What is certainly not there costs a working script host two reads to find out.
-  if (is_Empty(value) && !(is_missing && has_ScriptHost())) {
-    ensure_ScriptHost(L"regread");
-    value = read_ByScriptHost(path);
-  }
-  if (is_Empty(value))
-    return {};
-  return {std::move(value), std::move(path)};
+// What the first of the places has that has something.
+template <typename... Places>
+FoundValue first_Of(Places... places) {
+  FoundValue found;
+  const bool is_found = (... || !is_Empty((found = places()).Value));
+  return is_found ? std::move(found) : FoundValue();
 }
 
-FoundValue read_Redirected(std::wstring path) {
-  if (const auto users = users_Path(path); !users.empty())
-    if (auto found = read_Value(users); !is_Empty(found.Value))
-      return found;
-  return read_Value(std::move(path));
+FoundValue read_FromIni(const SettingPath& path) {
+  if (!is_KeptInIni(path))
+    return {};
+  auto [text, file] = read_Ini(path);
+  return {std::move(text), std::move(file)};
+}
+
+FoundValue read_Value(const SettingPath& path) {
+  bool is_missing = false;
+  return first_Of([&] { return read_FromIni(path); },
+                  [&] {
+                    auto answer = ask_Registry(path);
+                    is_missing = answer.IsMissing;
+                    reads_state->IsDoubtful |= is_Empty(answer.Value) && !is_missing;
+                    return FoundValue{std::move(answer.Value), path.Text};
+                  },
+                  [&] {
+                    // What is certainly not there costs a working script host two reads to find out.
+                    if (is_missing && has_ScriptHost())
+                      return FoundValue();
+                    ensure_ScriptHost(L"regread");
+                    return FoundValue{read_ByScriptHost(path.Text), path.Text};
+                  });
+}
+
+FoundValue read_Redirected(const SettingPath& path) {
+  return first_Of(
+      [&] {
+        auto users = users_Path(path.Text);
+        return users.empty() ? FoundValue() : read_Value(SettingPath(std::move(users)));
+      },
+      [&] { return read_Value(path); });
 }
 
 bool is_InstallFolder(std::wstring_view folder) {
@@ -114,11 +131,12 @@ void repair_InstallFolderValue(std::wstring_view path, std::wstring& value) {
   });
 }
 
-FoundValue read_Full(std::wstring_view path) {
-  const auto folder = equals_IgnoringCase(path, install_folder.Path) ? find_InstallFolder() : std::wstring();
+FoundValue read_Full(const SettingPath& path) {
+  const auto folder =
+      equals_IgnoringCase(path.Text, install_folder.Path) ? find_InstallFolder() : std::wstring();
   if (folder.empty())
-    return read_Redirected(std::wstring(path));
-  if (path == install_folder.Path)
+    return read_Redirected(path);
+  if (path.Text == install_folder.Path)
     repair_InstallFolder(folder);
   return {folder, folder};
 }
@@ -158,7 +176,7 @@ RegistryValue regread(std::wstring_view asked_path) {
   auto path = normalised_ForRead(asked_path);
   if (is_LastPath(reads, path))
     return copy_Of(reads.LastValue);
-  auto value = read_Full(path).Value;
+  auto value = read_Full(SettingPath(path)).Value;
   // Both or neither: copied first, since memory may run out in between.
   auto last_value = copy_Of(value);
   reads.LastPath.swap(path);
@@ -172,7 +190,7 @@ FoundValue find_Value(std::wstring_view path) {
   find_IniFiles();
   const UnderWay work(reads_state->IsAtWork);
   load_ForceHKLM();
-  auto found = read_Full(normalised_ForRead(path));
+  auto found = read_Full(SettingPath(normalised_ForRead(path)));
   if (std::wstring place(in_SuiteView(found.Place)); !is_Empty(regread_api(place)))
     found.Place = std::move(place);
   return found;
@@ -217,17 +235,17 @@ bool regwrite_sz(std::wstring_view path, std::wstring value) {
     return false;
   reads_state->Remembered.clear();
   load_ForceHKLM();
-  const auto target = written_Path(normalised_ForTextWrite(path));
+  const SettingPath target(written_Path(normalised_ForTextWrite(path)));
   find_IniFiles();
-  const bool in_ini = is_KeptInIni(target) && !contains(to_Lower(target), L"penetwork");
-  repair_InstallFolderValue(target, value);
+  const bool in_ini = is_KeptInIni(target) && !contains(to_Lower(target.Text), L"penetwork");
+  repair_InstallFolderValue(target.Text, value);
   ensure_ScriptHost(L"regwrite_sz");
   if (!in_ini)
-    return write_ByScriptHost(target, value.c_str(), L"REG_SZ");
+    return write_ByScriptHost(target.Text, value.c_str(), L"REG_SZ");
   if (!write_Ini(target, value))
     return false;
-  if (!is_Empty(regread_api(target)))
-    delete_FromRegistry(find_Place(in_SuiteView(target)), target);
+  if (!is_Empty(ask_Registry(target).Value))
+    delete_FromRegistry(find_Place(in_SuiteView(target.Text)), target.Text);
   return true;
 }
 
@@ -236,11 +254,11 @@ bool regwrite_dw(std::wstring_view path, long value) {
     return false;
   reads_state->Remembered.clear();
   load_ForceHKLM();
-  const auto target = written_Path(normalised_ForWrite(path));
+  const SettingPath target(written_Path(normalised_ForWrite(path)));
   find_IniFiles();
   ensure_ScriptHost(L"regwrite_dw");
   return is_KeptInIni(target) ? write_Ini(target, decimal(value))
-                              : write_ByScriptHost(target, value, L"REG_DWORD");
+                              : write_ByScriptHost(target.Text, value, L"REG_DWORD");
 }
 
 bool deletevalue(std::wstring_view path) noexcept {
@@ -249,13 +267,13 @@ bool deletevalue(std::wstring_view path) noexcept {
     if (is_Quiet() || contains(path, {L"\0", 1}))
       return false;
     load_ForceHKLM();
-    const auto target = written_Path(normalised_ForWrite(path));
+    const SettingPath target(written_Path(normalised_ForWrite(path)));
     find_IniFiles();
-    const auto place = find_Place(in_SuiteView(target));
+    const auto place = find_Place(in_SuiteView(target.Text));
     if (place.Root == nullptr)
       return false;
     const bool was_in_ini = is_KeptInIni(target) && delete_FromIni(target);
-    return delete_FromRegistry(place, target) || was_in_ini;
+    return delete_FromRegistry(place, target.Text) || was_in_ini;
   });
 }
 

@@ -125,14 +125,14 @@ RegistryPlace find_Place(std::wstring_view path) {
 }
 
 RegistryValue regread_api(std::wstring_view path) {
-  return ask_Registry(path).Value;
+  return ask_Registry(SettingPath(std::wstring(path))).Value;
 }
 
-ApiAnswer ask_Registry(std::wstring_view path) {
-  ApiAnswer answer{{}, is_Ascii(path)};
-  answer.Value = ask_Views(path, [&](std::wstring_view path_in_view) {
+ApiAnswer ask_Registry(const SettingPath& path) {
+  ApiAnswer answer{{}, is_Ascii(path.Text)};
+  answer.Value = ask_Views(path.Text, [&](std::wstring_view path_in_view) {
     LSTATUS status = ERROR_SUCCESS;
-    auto value = read_AnsiValue(find_Place(path_in_view), status);
+    auto value = read_AnsiValue(path_in_view == path.Text ? path.Place : find_Place(path_in_view), status);
     answer.IsMissing = answer.IsMissing && status == ERROR_FILE_NOT_FOUND;
     return value;
   });

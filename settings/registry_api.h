@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -24,6 +25,23 @@ RegistryValue copy_Of(const RegistryValue& value);
 // The text of a value; binary values have none.
 std::wstring as_Text(RegistryValue value);
 
+struct RegistryPlace {
+  HKEY Root;
+  std::wstring Key;
+  std::wstring Name;
+};
+
+// Takes a path apart at its first and last backslash; no root when it names none that `regread_api` knows.
+RegistryPlace find_Place(std::wstring_view path);
+
+// A path that is taken apart once: the script host goes by its text, all else by its place.
+struct SettingPath {
+  explicit SettingPath(std::wstring text) : Text(std::move(text)), Place(find_Place(Text)) {}
+
+  std::wstring Text;
+  RegistryPlace Place;
+};
+
 // Reads the value with the registry functions alone. The roots are HKLM, HKCU, HKCR, HKU and HKCC in any
 // case; a path that ends in a backslash names the key's default value. REG_SZ and REG_EXPAND_SZ (not
 // expanded) come as text, REG_DWORD as signed decimal text, REG_MULTI_SZ as one text separated by NULs,
@@ -36,13 +54,7 @@ struct ApiAnswer {
   RegistryValue Value;
   bool IsMissing = false;
 };
-ApiAnswer ask_Registry(std::wstring_view path);
-
-struct RegistryPlace {
-  HKEY Root;
-  std::wstring Key;
-  std::wstring Name;
-};
+ApiAnswer ask_Registry(const SettingPath& path);
 
 struct RegistryEntry {
   std::wstring Name;
@@ -51,9 +63,6 @@ struct RegistryEntry {
 
   bool operator==(const RegistryEntry&) const = default;
 };
-
-// Takes a path apart at its first and last backslash; no root when it names none that `regread_api` knows.
-RegistryPlace find_Place(std::wstring_view path);
 
 // The key, opened with these access rights; null when that failed.
 unique_hkey open_Key(const RegistryPlace& place, DWORD access);
