@@ -232,6 +232,16 @@ void CALLBACK press_Keys(HWND, UINT, UINT_PTR timer, DWORD) {
     PostMessageW(menu, WM_KEYDOWN, key, 0);
 }
 
+// The display tells late that the window of the menu before has lost the keyboard, and the next menu would
+// take that for its own.
+void wait_ForDisplay() {
+  constexpr ULONGLONG milliseconds = 300;
+  MSG message;
+  for (const auto start = GetTickCount64(); GetTickCount64() - start < milliseconds; Sleep(10))
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+      DispatchMessageW(&message);
+}
+
 TEST_F(MenuHost, CarriesOutTheItemThatIsPickedInTheRealMenu) {
   answer_Boxes(m_library.handle());
   for (const auto& [key, shown] : {std::pair(VK_ESCAPE, L"Nothing was picked."),
@@ -239,6 +249,7 @@ TEST_F(MenuHost, CarriesOutTheItemThatIsPickedInTheRealMenu) {
     picking_Key = static_cast<WPARAM>(key);
     SetTimer(nullptr, 0, 10, press_Keys);
     EXPECT_EQ(run_MenuHost(L"show " + ::quoted(pdf), true), (Lines{shown, L"[0]"}));
+    wait_ForDisplay();
   }
   EXPECT_EQ(recorded_Starts(1).size(), 1u);
 }
