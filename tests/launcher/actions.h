@@ -10,9 +10,7 @@
 
 inline const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
 inline Lines run(std::wstring_view action, const std::vector<FileEntry>& files) {
-  return boxes_During([&] {
-    run_Action(*find_Action(action), files, current_Selection()->Flags);
-  });
+  return boxes_During([&] { run_Action(*find_Action(action), files, current_Selection()->Flags); });
 }
 
 inline Lines temporary_Files() {
