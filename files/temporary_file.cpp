@@ -14,6 +14,7 @@
 #include "base/guid.h"
 #include "base/handles.h"
 #include "base/process_values.h"
+#include "files/file_names.h"
 #include "files/user.h"
 
 namespace {
@@ -64,13 +65,6 @@ bool make_OwnFolder(const std::wstring& path) {
   const unique_local_memory owner(descriptor);
   SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor, FALSE};
   return CreateDirectoryW(path.c_str(), &attributes) != FALSE;
-}
-
-// Empty when the system names none.
-std::wstring temporary_Folder() {
-  std::wstring folder(MAX_PATH + 1, L'\0');
-  folder.resize(GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
-  return folder;
 }
 
 template <typename Visit>
@@ -125,7 +119,7 @@ void delete_OldFolders(const std::wstring& parent) {
 
 TemporaryFile::TemporaryFile(std::wstring_view name) {
   assert_Unlocked();
-  const auto parent = temporary_Folder();
+  const auto parent = fetch_Path([](wchar_t* text, DWORD room) { return GetTempPathW(room, text); });
   delete_Leftovers();
   delete_OldFolders(parent);
   GUID number{};

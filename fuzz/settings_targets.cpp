@@ -43,7 +43,7 @@ void paths(Input input) {
     read += forms[1];
     written += forms[2];
   }
-  for (auto* const normalise : {normalised_ForRead, normalised_ForWrite, normalised_ForTextWrite}) {
+  for (auto* const normalise : {normalised_ForRead, normalised_ForWrite}) {
     require(normalise(path) == (normalise == normalised_ForRead ? read : written), "a path has its form");
     other = normalise(other);
     require(normalise(other) == other && !contains(other, LR"(\\)"),

@@ -1,5 +1,5 @@
-// What a person is told, in message boxes of the window whose item was picked (base/module.h): that window
-// takes no input until they are closed. No state.
+// What a person is told, in message boxes of the window whose item was picked (base/owner_window.h): that
+// window takes no input until they are closed. No state.
 #pragma once
 
 #include <string>

@@ -32,54 +32,60 @@ AutomationObject create_Maker() {
   return component;
 }
 
-// A missing component leaves every file as it is.
+// What could not be made or done, and why; without a reason when all is well.
+struct Outcome {
+  const wchar_t* Problem = nullptr;
+  std::wstring File;
+};
+
+// A missing component leaves every file as it is. The person is told once for each kind of problem.
 template <typename Process>
 void process_Each(std::span<const FileEntry> files, Process&& process) {
+  std::map<std::wstring, std::vector<std::wstring>> problems;
   const auto component = create_Maker();
   for (const auto& entry : files) {
     debug_Log(entry.LongName);
     if (entry.path().empty())
-      return;
-    if (component)
-      process(component.Get(), std::wstring(entry.path()));
+      break;
+    if (!component)
+      continue;
+    auto outcome = process(component.Get(), std::wstring(entry.path()));
+    if (outcome.Problem == nullptr)
+      continue;
+    debug_Log(L"Not done: ", outcome.File);
+    problems[outcome.Problem].push_back(std::move(outcome.File));
   }
+  for (const auto& [problem, names] : problems)
+    tell_Failure(problem.c_str(), names);
 }
 
 constexpr const wchar_t* not_created = L"The file could not be created.";
 
-// Null when there is a whole output; else why not, and what was there before is back.
-const wchar_t* create_One(IDispatch* component, const std::wstring& file, const std::wstring& output,
-                          const std::wstring& container, bool is_detached) {
+// Where there is no whole output afterwards, what was there before is back.
+Outcome create_One(IDispatch* component, const std::wstring& file, const std::wstring& output,
+                   const std::wstring& container, bool is_detached) {
   if (is_Late(component))  // it would not hear of another file
-    return not_created;
+    return {not_created, output};
   SetAside earlier(output);
   if (!earlier.is_Free())
-    return L"The earlier file cannot be replaced.";
+    return {L"The earlier file cannot be replaced.", output};
   const auto answer = call_Member(component, L"create_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(exact_Path(output)),
                                    text_Argument(container), is_detached});
   if (answer && has_Content(output)) {
     earlier.replace();
-    return nullptr;
+    return {};
   }
   if (is_Late(component))  // it may still write
     earlier.leave();
-  return not_created;
+  return {not_created, output};
 }
 
 void create_Each(std::span<const FileEntry> files, std::wstring_view ending, bool is_detached) {
   const auto container = get_KeyContainer();
-  std::map<std::wstring, std::vector<std::wstring>> missing;  // by the reason
   process_Each(files, [&](IDispatch* component, const std::wstring& file) {
-    auto output = file + std::wstring(ending);
-    const auto* reason = create_One(component, file, output, container, is_detached);
-    if (reason == nullptr)
-      return;
-    debug_Log(L"Not created: ", output);
-    missing[reason].push_back(std::move(output));
+    return create_One(component, file, file + std::wstring(ending), container, is_detached);
   });
-  for (const auto& [reason, outputs] : missing)
-    tell_Failure(reason.c_str(), outputs);
 }
 
 // Whatever is no clear yes is a no.
@@ -88,20 +94,17 @@ bool is_Valid(std::optional<_variant_t> answer) {
          answer->boolVal != VARIANT_FALSE;
 }
 
-void validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
+Outcome validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
   const TemporaryFile made(L"content");
   const auto& output = made.path();
-  if (output.empty()) {
-    tell_Failure(L"The file could not be checked.", {file});
-    return;
-  }
+  if (output.empty())
+    return {L"The file could not be checked.", file};
   const auto answer = call_Member(component, L"validate_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
   const auto content = file.substr(0, file.rfind(L'.'));
   if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output) || file_Exists(content))
-    return;
-  if (!copy_WithOrigin(output, content, file))
-    tell_Failure(not_created, {content});
+    return {};
+  return copy_WithOrigin(output, content, file) ? Outcome() : Outcome{not_created, content};
 }
 
 }  // namespace
@@ -118,6 +121,6 @@ void validate_Pkcs7(std::span<const FileEntry> files) {
   const auto setting = regread_Text(certificate_always_valid.Path);
   const bool is_always_valid = trim(setting) == L"1";
   process_Each(files, [&](IDispatch* component, const std::wstring& file) {
-    validate(component, file, is_always_valid);
+    return validate(component, file, is_always_valid);
   });
 }

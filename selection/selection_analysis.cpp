@@ -20,10 +20,13 @@ constexpr std::array convertible_extensions{L"pdf"sv, L"gif"sv, L"fax"sv, L"tif"
                                             L"jpg"sv, L"bmp"sv, L"jp2"sv, L"jpc"sv, L"pgx"sv,  L"tga"sv};
 constexpr std::array link_extensions{L"lnk"sv, L"url"sv};
 
-// All of them, and those that are looked for by themselves.
-constexpr std::array extensions{L"pdf"sv, L"xml"sv, L"p7m"sv,  L"d2d"sv, L"pkcs7"sv, L"gif"sv,
-                                L"fax"sv, L"tif"sv, L"tiff"sv, L"pcx"sv, L"jpg"sv,   L"bmp"sv,
-                                L"jp2"sv, L"jpc"sv, L"pgx"sv,  L"tga"sv, L"p7s"sv};
+// With those that are looked for by themselves.
+constexpr auto extensions = [] {
+  std::array<std::wstring_view, 2 + signable_extensions.size() + convertible_extensions.size()> all{L"xml",
+                                                                                                    L"p7s"};
+  std::ranges::copy(convertible_extensions, std::ranges::copy(signable_extensions, all.begin() + 2).out);
+  return all;
+}();
 constexpr std::size_t longest_extension = 5;
 
 // The end of a name, in lower case as far as its letters are those of extensions.

@@ -235,7 +235,7 @@ bool regwrite_sz(std::wstring_view path, std::wstring value) {
     return false;
   reads_state->Remembered.clear();
   load_ForceHKLM();
-  const SettingPath target(written_Path(normalised_ForTextWrite(path)));
+  const SettingPath target(written_Path(normalised_ForWrite(path)));
   find_IniFiles();
   const bool in_ini = is_KeptInIni(target) && !contains(to_Lower(target.Text), L"penetwork");
   repair_InstallFolderValue(target.Text, value);
@@ -266,6 +266,7 @@ bool deletevalue(std::wstring_view path) noexcept {
     // The platform's functions would take the text before a NUL for the whole.
     if (is_Quiet() || contains(path, {L"\0", 1}))
       return false;
+    reads_state->Remembered.clear();
     load_ForceHKLM();
     const SettingPath target(written_Path(normalised_ForWrite(path)));
     find_IniFiles();

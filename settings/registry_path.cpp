@@ -71,12 +71,3 @@ std::wstring normalised_ForWrite(std::wstring_view path) {
   make_BackslashesSingle(result);
   return result;
 }
-
-std::wstring normalised_ForTextWrite(std::wstring_view path) {
-  std::wstring result(path);
-  replace_All(result, LR"(Sofware\)", LR"(Software\)");
-  normalise_Names(result);
-  replace_All(result, LR"(Norvak\pdf\\to)", LR"(Norvak\pdf\to)");
-  make_BackslashesSingle(result);
-  return result;
-}

@@ -9,11 +9,8 @@
 // `forceHKLM` switch, no doubled backslashes.
 std::wstring normalised_ForRead(std::wstring_view path);
 
-// The same for `regwrite_dw`, which also repairs a common misspelling of "Software".
+// The same for writes, which also repair a common misspelling of "Software".
 std::wstring normalised_ForWrite(std::wstring_view path);
-
-// The same for `regwrite_sz`, which also repairs a doubled backslash before "to".
-std::wstring normalised_ForTextWrite(std::wstring_view path);
 
 // The path, moved from HKCU to HKLM when the switch is on; with single backslashes when it is off.
 std::wstring apply_forceHKLM(std::wstring_view path);

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/apartment.h"
-#include "suite/components.h"
+#include "components/object_creation.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ CertificateCache::CertificateCache() : m_component(components->add()) {}
 
 long CertificateCache::ensure_Cache() noexcept {
   if (!is_Alive(m_component->Get())) {
-    *m_component = create_Object(store_component.ProgId);
+    *m_component = create_Object(L"NorvakCertInstaller.icache");
     send_Member(m_component->Get(), L"DisableSessionUnloading");
   }
   return read_Number(m_component->Get(), L"info").value_or(0);

@@ -15,6 +15,7 @@
 #include "base/module.h"
 #include "base/text.h"
 #include "files/file_names.h"
+#include "host/explorer/popup.h"
 #include "host/program.h"
 #include "shellext/class_identifiers.h"
 #include "tests/explorer.h"
@@ -235,11 +236,8 @@ void CALLBACK press_Keys(HWND, UINT, UINT_PTR timer, DWORD) {
 // The display tells late that the window of the menu before has lost the keyboard, and the next menu would
 // take that for its own.
 void wait_ForDisplay() {
-  constexpr ULONGLONG milliseconds = 300;
-  MSG message;
-  for (const auto start = GetTickCount64(); GetTickCount64() - start < milliseconds; Sleep(10))
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
-      DispatchMessageW(&message);
+  for (int times = 0; times < 30; ++times, Sleep(10))
+    host::handle_WaitingMessages();
 }
 
 TEST_F(MenuHost, CarriesOutTheItemThatIsPickedInTheRealMenu) {
