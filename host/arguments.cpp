@@ -57,9 +57,9 @@ using Words = std::span<const std::wstring_view>;
 // Applies the option at the front of `words`, its value behind "=" or in the next word; returns the words
 // left.
 Words apply_Option(Arguments& arguments, Words words) {
-  const std::wstring_view name = words.front().substr(0, words.front().find(L'='));
+  const auto name = words.front().substr(0, words.front().find(L'='));
   const OptionRow& row = find_Option(name);
-  const bool has_value = name.size() < words.front().size();
+  const auto has_value = name.size() < words.front().size();
   if (row.ValueName.empty()) {
     if (has_value)
       throw Failure{L"The option " + std::wstring(name) + L" takes no value.", exit_wrong_usage};
@@ -86,7 +86,7 @@ void add_Operand(Arguments& arguments, std::wstring_view word) {
 }  // namespace
 
 UINT parse_Number(std::wstring_view text, std::wstring_view meaning, UINT highest) {
-  const bool is_hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
+  const auto is_hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
   // from_chars reads bytes only; what is no plain character becomes one that no number holds.
   std::string digits;
   std::ranges::transform(text.substr(is_hexadecimal ? 2 : 0), std::back_inserter(digits),

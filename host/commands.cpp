@@ -72,7 +72,7 @@ int list_Items(const Arguments& arguments) {
 
 // Carries the item out and reports it; `number` counts the items from 1.
 void run_Item(const Session& session, const Arguments& arguments, std::size_t number, HWND owner) {
-  const MenuEntry item = select_Items(session.Offered)[number - 1];
+  const auto item = select_Items(session.Offered)[number - 1];
   invoke_Item(session.Extension.Get(), item, owner);
   if (arguments.IsJson) {
     print_Text(json_Object({{L"dataObject", describe_DataObject(session.Selected)},
@@ -97,10 +97,10 @@ int report_NoItem(const Session& session, const Arguments& arguments, std::wstri
 int invoke_ByNumber(const Arguments& arguments) {
   if (arguments.Operands.empty())
     throw Failure{L"The command \"invoke\" needs the number of an item and a path.", exit_wrong_usage};
-  const UINT number = parse_Number(arguments.Operands.front(), L"The number of the item", last_command_id);
+  const auto number = parse_Number(arguments.Operands.front(), L"The number of the item", last_command_id);
   const Session session =
       open_Session(arguments, std::span(arguments.Operands).subspan(1), unique_hmenu(CreatePopupMenu()));
-  const std::size_t count = select_Items(session.Offered).size();
+  const auto count = select_Items(session.Offered).size();
   if (number < 1 || number > count) {
     throw Failure{L"There is no item " + std::to_wstring(number) + L"; the extension offers " +
                   std::to_wstring(count) + (count == 1 ? L" item." : L" items.")};
@@ -119,13 +119,13 @@ int show_Menu(const Arguments& arguments) {
   unique_hmenu menu(CreatePopupMenu());
   add_StandIn(menu.get(), L"Open");
   AppendMenuW(menu.get(), MF_SEPARATOR, 0, nullptr);
-  const Session session = open_Session(arguments, arguments.Operands, std::move(menu));
-  const std::vector<MenuEntry> items = select_Items(session.Offered);
+  const auto session = open_Session(arguments, arguments.Operands, std::move(menu));
+  const auto items = select_Items(session.Offered);
   if (items.empty())
     return report_NoItem(session, arguments, nothing_offered);
   add_StandIn(session.Menu.get(), L"Properties");
   const unique_hwnd owner = open_OwnerWindow();
-  const std::optional<UINT> picked = pick_FromMenu(session.Menu.get(), owner.get());
+  const auto picked = pick_FromMenu(session.Menu.get(), owner.get());
   const auto item = std::ranges::find_if(items, [&](const MenuEntry& entry) { return picked == entry.Id; });
   if (item == items.end())
     return report_NoItem(session, arguments, L"Nothing was picked.\n");

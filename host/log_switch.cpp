@@ -76,7 +76,7 @@ std::wstring read_LastLines(const std::wstring& file) {
 }
 
 std::wstring describe_State() {
-  const std::wstring file = find_LogFile();
+  const auto file = find_LogFile();
   return (is_LogOn() ? L"The log is on; its lines go to " : L"The log is off; its lines would go to ") +
          file + L".\n";
 }
@@ -85,7 +85,7 @@ std::wstring describe_State() {
 
 std::wstring switch_Log(const std::vector<std::wstring>& words) {
   const std::wstring_view word = words.empty() ? std::wstring_view() : words.front();
-  const bool is_on = word == L"on";
+  const auto is_on = word == L"on";
   if (words.size() > (is_on ? 2u : 1u) || (!is_on && word != L"off" && word != L"show")) {
     throw Failure{L"The command \"log\" needs one of the words on, off and show; on may name a folder.",
                   exit_wrong_usage};

@@ -8,8 +8,8 @@ namespace host {
 namespace {
 
 std::string to_Utf8(std::wstring_view text) {
-  const int length = static_cast<int>(text.size());
-  const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  const auto length = static_cast<int>(text.size());
+  const auto size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
   std::string bytes(static_cast<std::size_t>(size), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
   return bytes;
@@ -17,7 +17,7 @@ std::string to_Utf8(std::wstring_view text) {
 
 // A console takes UTF-16 whatever its code page; a pipe or a file gets the bytes unchanged.
 void write_Text(DWORD stream, std::wstring_view text) {
-  const HANDLE handle = GetStdHandle(stream);
+  const auto handle = GetStdHandle(stream);
   DWORD mode = 0;
   DWORD written = 0;
   if (GetConsoleMode(handle, &mode)) {

@@ -34,7 +34,7 @@ class ComApartment {
 };
 
 int run_Program(std::span<const std::wstring_view> words) {
-  const Arguments arguments = parse_Arguments(words);
+  const auto arguments = parse_Arguments(words);
   if (arguments.WantsHelp) {
     print_Text(describe_Usage());
     return exit_success;

@@ -40,7 +40,7 @@ std::wstring compose_ValueName(const std::wstring& key) {
 
 _variant_t get_Value(Arguments arguments) {
   const unique_hkey store = open_Store();
-  const std::wstring name = compose_ValueName(as_Text(arguments[0]));
+  const auto name = compose_ValueName(as_Text(arguments[0]));
   std::wstring text;
   DWORD bytes = 0;
   LSTATUS code = ERROR_SUCCESS;
@@ -60,10 +60,10 @@ _variant_t get_Value(Arguments arguments) {
 // An empty text reads the same as no text, so it is not kept.
 _variant_t set_Value(Arguments arguments) {
   const unique_hkey store = open_Store();
-  const std::wstring name = compose_ValueName(as_Text(arguments[0]));
-  const std::wstring text = as_Text(arguments[1]);
+  const auto name = compose_ValueName(as_Text(arguments[0]));
+  const auto text = as_Text(arguments[1]);
   if (text.empty()) {
-    const LSTATUS code = RegDeleteValueW(store.get(), name.c_str());
+    const auto code = RegDeleteValueW(store.get(), name.c_str());
     throw_UnlessSuccess(code == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : code);
     return {};
   }

@@ -49,7 +49,7 @@ std::vector<_variant_t> collect_Arguments(const DISPPARAMS& parameters) {
   std::vector<_variant_t> arguments(parameters.cArgs);
   // The platform hands arguments over last one first.
   for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const HRESULT result = VariantCopyInd(&arguments[arguments.size() - 1 - i], &parameters.rgvarg[i]);
+    const auto result = VariantCopyInd(&arguments[arguments.size() - 1 - i], &parameters.rgvarg[i]);
     if (FAILED(result))
       throw _com_error(result);
   }
@@ -59,7 +59,7 @@ std::vector<_variant_t> collect_Arguments(const DISPPARAMS& parameters) {
 // One DLL serves under every name, because it goes by the name of its own file. Throws where no
 // component has that name.
 const Component& component() {
-  const std::wstring name = find_ModuleFile().stem();
+  const auto name = find_ModuleFile().stem();
   for (const Component* candidate : {&log_component, &pdf_editor_component, &semaphore_component,
                                      &signer_component, &translator_component, &value_store_component}) {
     if (are_EqualNames(candidate->FileName, name.c_str()))
@@ -179,7 +179,7 @@ std::wstring compose_ClassKey(const Component& served) {
 
 std::vector<RegistrationRow> compose_Registration() {
   const Component& served = component();
-  const std::wstring class_key = compose_ClassKey(served);
+  const auto class_key = compose_ClassKey(served);
   const std::wstring server_key = class_key + L"\\InprocServer32";
   const std::wstring class_id = class_key.substr(class_key.find(L'{'));
   return {

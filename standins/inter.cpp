@@ -45,12 +45,12 @@ class SharedLock {
   bool take() {
     if (!m_mutex)
       m_mutex.reset(CreateMutexW(nullptr, FALSE, L"Local\\NorvakInter.SemaPhore"));
-    const bool is_shared = is_Surrogate();
+    const auto is_shared = is_Surrogate();
     if (is_shared && !wait_ForOtherObjects())
       return false;
-    const DWORD waited = WaitForSingleObject(m_mutex.get(), longest_lock_milliseconds);
+    const auto waited = WaitForSingleObject(m_mutex.get(), longest_lock_milliseconds);
     // A holder that died without letting go leaves the lock to the next one.
-    const bool taken = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
+    const auto taken = waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED;
     m_holds += taken ? 1 : 0;
     if (is_shared && taken)
       holder_in_surrogate = this;

@@ -8,7 +8,7 @@ namespace standins {
 namespace {
 
 _variant_t append_LogLine(Arguments arguments) {
-  const DWORD code = append_Line(as_Text(arguments[1]), as_Text(arguments[0]));
+  const auto code = append_Line(as_Text(arguments[1]), as_Text(arguments[0]));
   throw_UnlessSuccess(static_cast<LSTATUS>(code));
   return {};
 }

@@ -54,7 +54,7 @@ std::string decode_Pixels(IWICImagingFactory& factory, IWICBitmapSource* frame, 
   std::string pixels;
   for (UINT y = 0; y < height; ++y) {
     const WICRect area{0, static_cast<INT>(y), static_cast<INT>(width), 1};
-    const UINT bytes = static_cast<UINT>(row.size());
+    const auto bytes = static_cast<UINT>(row.size());
     CheckError(converter->CopyPixels(&area, bytes, bytes, row.data()));
     append_Row(pixels, row);
   }
@@ -77,12 +77,12 @@ Picture read_Picture(const std::wstring& path) {
 std::string compose_Points(UINT pixels, double resolution) {
   const double pixels_per_inch = resolution >= 1 ? resolution : default_resolution;
   const long long hundredths = std::llround(pixels * points_per_inch * 100 / pixels_per_inch);
-  const std::string fraction = std::to_string(hundredths % 100);
+  const auto fraction = std::to_string(hundredths % 100);
   return std::to_string(hundredths / 100) + (fraction.size() == 1 ? ".0" : ".") + fraction;
 }
 
 std::string compose_Stream(std::string_view content, const std::string& entries = "") {
-  const std::string length = std::to_string(content.size());
+  const auto length = std::to_string(content.size());
   std::string stream = "<< /Length " + length + entries + " >>\nstream\n";
   return stream.append(content).append("\nendstream");
 }
@@ -95,7 +95,7 @@ std::string compose_Image(const Picture& picture) {
 
 // Each entry of the table of objects is twenty bytes long.
 std::string compose_TableEntry(std::size_t offset, std::string_view kind) {
-  const std::string digits = std::to_string(offset);
+  const auto digits = std::to_string(offset);
   return std::string(10 - digits.size(), '0').append(digits).append(kind);
 }
 
@@ -109,15 +109,15 @@ std::string compose_File(std::initializer_list<std::string> objects) {
     table += compose_TableEntry(file.size(), " 00000 n \n");
     file.append(std::to_string(++number)).append(" 0 obj\n").append(object).append("\nendobj\n");
   }
-  const std::string table_offset = std::to_string(file.size());
+  const auto table_offset = std::to_string(file.size());
   return file.append(table + "trailer\n<< /Size " + size + " /Root 1 0 R >>\nstartxref\n" + table_offset +
                      "\n%%EOF\n");
 }
 
 // One page, as large as the picture and filled by it.
 std::string compose_Document(const Picture& picture) {
-  const std::string width = compose_Points(picture.Width, picture.HorizontalResolution);
-  const std::string height = compose_Points(picture.Height, picture.VerticalResolution);
+  const auto width = compose_Points(picture.Width, picture.HorizontalResolution);
+  const auto height = compose_Points(picture.Height, picture.VerticalResolution);
   return compose_File({
       "<< /Type /Catalog /Pages 2 0 R >>",
       "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
@@ -139,8 +139,8 @@ std::wstring compose_TemporaryPath() {
 
 // The flags are about documents of several pages; a picture makes one page.
 _variant_t convert_Picture(Arguments arguments) {
-  const std::string document = compose_Document(read_Picture(as_Text(arguments[0])));
-  const std::wstring path = compose_TemporaryPath();
+  const auto document = compose_Document(read_Picture(as_Text(arguments[0])));
+  const auto path = compose_TemporaryPath();
   throw_UnlessSuccess(static_cast<LSTATUS>(write_File(path, document)));
   return _variant_t(path.c_str());
 }

@@ -31,7 +31,7 @@ struct unique_container {
 // Throws the platform's last error unless the call that left it has succeeded.
 void throw_Unless(bool succeeded) {
   if (!succeeded) {
-    const DWORD error = GetLastError();
+    const auto error = GetLastError();
     throw _com_error(error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(error));
   }
 }
@@ -179,21 +179,21 @@ bool is_NamedDetached(const std::wstring& path) {
 }
 
 _variant_t create_Signature(Arguments arguments) {
-  const std::string content = read_OrThrow(as_Text(arguments[0]));
+  const auto content = read_OrThrow(as_Text(arguments[0]));
   const unique_certificate certificate = create_Certificate(as_Text(arguments[2]));
-  const bool is_detached = static_cast<bool>(arguments[3]);
+  const auto is_detached = static_cast<bool>(arguments[3]);
   write_OrThrow(as_Text(arguments[1]), sign(content, certificate.get(), is_detached));
   return true;
 }
 
 _variant_t validate_Signature(Arguments arguments) {
-  const std::wstring path = as_Text(arguments[0]);
-  const std::string message = read_OrThrow(path);
-  const bool is_detached = is_NamedDetached(path);
+  const auto path = as_Text(arguments[0]);
+  const auto message = read_OrThrow(path);
+  const auto is_detached = is_NamedDetached(path);
   const Finding finding =
       is_detached ? verify_Detached(message, read_OrThrow(path.substr(0, path.size() - ending_length)))
                   : verify_Enclosing(message);
-  const bool is_valid = is_Accepted(finding.Certificate.get(), static_cast<bool>(arguments[2]));
+  const auto is_valid = is_Accepted(finding.Certificate.get(), static_cast<bool>(arguments[2]));
   if (is_valid && !is_detached)
     write_OrThrow(as_Text(arguments[1]), finding.Content);
   return is_valid;

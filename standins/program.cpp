@@ -100,7 +100,7 @@ void show_CommandLine(HINSTANCE instance, const std::wstring& title, UINT millis
 // or what stopped the signing.
 int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
   const std::filesystem::path program = find_ProgramFile();
-  const std::wstring name = program.filename().wstring();
+  const auto name = program.filename().wstring();
   std::filesystem::path record = read_Environment(L"NORVAK_SUITE_RECORD");
   if (record.empty())
     record = program.parent_path() / L"command-lines.log";
@@ -112,7 +112,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE, PWSTR, int) {
                                       read_Milliseconds(L"NORVAK_SUITE_WORK_DELAY"));
   }
   if (!read_Environment(L"NORVAK_SUITE_SHOW").empty()) {
-    const UINT milliseconds = read_Milliseconds(L"NORVAK_SUITE_SHOW");
+    const auto milliseconds = read_Milliseconds(L"NORVAK_SUITE_SHOW");
     show_CommandLine(instance, name, milliseconds == 0 ? default_show_milliseconds : milliseconds);
   }
   return error == ERROR_SUCCESS ? work : static_cast<int>(error);

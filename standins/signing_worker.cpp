@@ -66,7 +66,7 @@ void sign_Files(const std::wstring& files, const std::filesystem::path& log) {
 // Takes the list out of the queue. One that came in behind it, or in its place, stays.
 void remove_FromQueue(IDispatch* store, const std::wstring& files) {
   const auto semaphore = take_Semaphore();
-  const std::wstring queue = read_Queue(store);
+  const auto queue = read_Queue(store);
   if (queue == files || queue.starts_with(files + separator))
     call(store, L"set_PIN", queue.substr(std::min(files.size() + 1, queue.size())).c_str(), queue_key);
 }

@@ -33,21 +33,21 @@ std::wstring read_Language() {
 void add_Entry(Dictionary& dictionary, std::wstring_view line) {
   if (line.ends_with(L'\r'))
     line.remove_suffix(1);
-  const std::size_t tab = line.find(L'\t');
+  const auto tab = line.find(L'\t');
   if (tab != std::wstring_view::npos && tab > 0 && tab + 1 < line.size())
     dictionary.emplace(line.substr(0, tab), line.substr(tab + 1));
 }
 
 Dictionary load_Dictionary() {
   Dictionary dictionary;
-  const std::wstring language = read_Language();
+  const auto language = read_Language();
   if (language.empty())
     return dictionary;
   const std::filesystem::path file =
       find_ModuleFile().parent_path() / (L"NorvakTranslator." + language + L".txt");
-  const std::wstring content = from_Utf8(read_File(file.wstring()).value_or(""));
+  const auto content = from_Utf8(read_File(file.wstring()).value_or(""));
   for (std::wstring_view rest = content; !rest.empty();) {
-    const std::size_t length = std::min(rest.find(L'\n'), rest.size());
+    const auto length = std::min(rest.find(L'\n'), rest.size());
     add_Entry(dictionary, rest.substr(0, length));
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }

@@ -27,8 +27,8 @@ unique_kernel_handle open_ForAppend(const std::wstring& path) {
 }  // namespace
 
 std::string to_Utf8(std::wstring_view text) {
-  const int length = static_cast<int>(text.size());
-  const int needed = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  const auto length = static_cast<int>(text.size());
+  const auto needed = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
   std::string bytes(static_cast<std::size_t>(needed), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), needed, nullptr, nullptr);
   return bytes;
@@ -38,8 +38,8 @@ std::wstring from_Utf8(std::string_view bytes) {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   if (bytes.starts_with(byte_order_mark))
     bytes.remove_prefix(byte_order_mark.size());
-  const int length = static_cast<int>(bytes.size());
-  const int needed = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, nullptr, 0);
+  const auto length = static_cast<int>(bytes.size());
+  const auto needed = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, nullptr, 0);
   std::wstring text(static_cast<std::size_t>(needed), L'\0');
   MultiByteToWideChar(CP_UTF8, 0, bytes.data(), length, text.data(), needed);
   return text;

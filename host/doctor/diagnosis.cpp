@@ -41,8 +41,8 @@ Facts list_Settings() {
   for (const Setting* setting : all_settings) {
     if (setting->Use != Usage::Written) {
       FoundValue found = find_Value(setting->Path);
-      const bool is_missing = is_Empty(found.Value);
-      const bool is_text = std::holds_alternative<std::wstring>(found.Value);
+      const auto is_missing = is_Empty(found.Value);
+      const auto is_text = std::holds_alternative<std::wstring>(found.Value);
       const std::wstring text = is_text ? quoted(as_Text(std::move(found.Value))) : L"binary data";
       facts.push_back(
           {setting->Path, is_missing ? L"missing" : text, is_missing ? L"" : L"from " + found.Place});
@@ -54,11 +54,11 @@ Facts list_Settings() {
 Facts list_Programs() {
   Facts facts;
   for (const NamedProgram& program : programs) {
-    const std::wstring path = program.Find();
+    const auto path = program.Find();
     facts.push_back({program.Name, path.empty() ? L"missing" : L"found",
                      path.empty() ? describe_Search(program.Kind) : path});
   }
-  const std::wstring tool = find_ConfigurationTool();
+  const auto tool = find_ConfigurationTool();
   facts.push_back({L"NorvakConfig.exe", tool.empty() ? L"missing" : L"found", tool});
   const auto add_feature = [&](const wchar_t* name, bool is_on) {
     facts.push_back({name, is_on ? L"on" : L"off", L""});
@@ -116,8 +116,8 @@ Times time_RightClick(const Selection& selection) {
 // The first right-click of a process settles settings and creates components; the next one tells the usual
 // cost.
 Facts list_Times(const Selection& selection) {
-  const Times first = time_RightClick(selection);
-  const Times next = time_RightClick(selection);
+  const auto first = time_RightClick(selection);
+  const auto next = time_RightClick(selection);
   Facts facts;
   for (std::size_t phase = 0; phase < phases.size(); ++phase) {
     facts.push_back({phases[phase], std::to_wstring(next[phase]) + L" microseconds",
@@ -132,7 +132,7 @@ std::vector<Section> diagnose(const Selection& selection) {
   forbid_Writes();
   Facts times = list_Times(selection);
   // The captured selection stays classified as long as the object lives.
-  const ComPtr<IContextMenu> object = create_ShellExt();
+  const auto object = create_ShellExt();
   initialize(object, selection);
   std::vector<Section> sections{{L"Items", L"items", list_Items()},
                                 {L"Settings that are read", L"settings", list_Settings()},

@@ -31,7 +31,7 @@ Fact describe_Class(const std::wstring& clsid) {
 }
 
 Fact describe_Entry(std::wstring subject, const std::wstring& path, std::wstring_view expected) {
-  const std::wstring text = read_Text(path);
+  const auto text = read_Text(path);
   return {std::move(subject),
           equals_IgnoringCase(text, expected) ? L"registered"
           : text.empty()                      ? L"missing"
@@ -46,7 +46,7 @@ Fact describe_Handler(std::wstring subject, const wchar_t* kind, const std::wstr
   const auto handler = std::ranges::find_if(names, [&](const std::wstring& name) {
     return equals_IgnoringCase(name, clsid) || equals_IgnoringCase(read_Text(path + name + L"\\"), clsid);
   });
-  const bool is_there = handler != names.end();
+  const auto is_there = handler != names.end();
   return {std::move(subject), is_there ? L"registered" : L"missing", is_there ? path + *handler : path};
 }
 
@@ -58,7 +58,7 @@ bool is_64BitWindows() {
 
 // The text of a value in one of the two views of a 64-bit Windows; nothing when there is none.
 std::optional<std::wstring> read_InView(const std::wstring& path, REGSAM view) {
-  const RegistryPlace place = find_Place(path);
+  const auto place = find_Place(path);
   const unique_hkey key = open_Key(place, KEY_READ | view);
   std::array<wchar_t, 512> text{};
   DWORD size = sizeof text;
@@ -107,7 +107,7 @@ Fact describe_Component(const std::wstring& progid) {
   const std::wstring entry = LR"(HKCR\AppID\)" + application.value_or(clsid) + L"\\";
   if (application && read_InView(entry + L"DllSurrogate", KEY_WOW64_32KEY))
     return {L"Component " + progid, L"registered", L"64-bit programs reach it in a surrogate process"};
-  const bool is_others = application || open_Key(find_Place(entry), KEY_READ | KEY_WOW64_32KEY);
+  const auto is_others = application || open_Key(find_Place(entry), KEY_READ | KEY_WOW64_32KEY);
   return {L"Component " + progid, L"mismatch",
           L"64-bit programs cannot reach it, a 32-bit DLL without a surrogate process; " +
               (is_others ? L"its class needs the value AppID, and " + entry + L" the value DllSurrogate"
@@ -117,7 +117,7 @@ Fact describe_Component(const std::wstring& progid) {
 }  // namespace
 
 std::vector<Fact> list_Registration() {
-  const std::wstring clsid = guid_Text(clsid_ShellExt);
+  const auto clsid = guid_Text(clsid_ShellExt);
   std::vector<Fact> facts{
       describe_Class(clsid),
       describe_Entry(L"ProgID", LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid),

@@ -45,12 +45,12 @@ std::basic_string<Character> ask_Text(IContextMenu* extension, UINT offset, UINT
 
 // Explorer asks for UTF-16 first and falls back to the code page.
 std::wstring ask_WideThenAnsi(IContextMenu* extension, UINT offset, UINT wide_type, UINT ansi_type) {
-  const std::wstring text = ask_Text<wchar_t>(extension, offset, wide_type);
+  const auto text = ask_Text<wchar_t>(extension, offset, wide_type);
   return text.empty() ? from_Ansi(ask_Text<char>(extension, offset, ansi_type)) : text;
 }
 
 std::wstring read_Caption(HMENU menu, int position) {
-  const int length = GetMenuStringW(menu, static_cast<UINT>(position), nullptr, 0, MF_BYPOSITION);
+  const auto length = GetMenuStringW(menu, static_cast<UINT>(position), nullptr, 0, MF_BYPOSITION);
   std::wstring caption(static_cast<std::size_t>(std::max(length, 0)), L'\0');
   GetMenuStringW(menu, static_cast<UINT>(position), caption.data(), length + 1, MF_BYPOSITION);
   return caption;
@@ -88,7 +88,7 @@ ComPtr<IContextMenu> create_Extension(IDataObject* selection) {
 }
 
 Offer query_Menu(IContextMenu* extension, HMENU menu, UINT first_id, UINT flags) {
-  const int first_position = GetMenuItemCount(menu);
+  const auto first_position = GetMenuItemCount(menu);
   const HRESULT result =
       extension->QueryContextMenu(menu, static_cast<UINT>(first_position), first_id, last_command_id, flags);
   require_Success(result, L"The extension cannot compose its menu");

@@ -88,7 +88,7 @@ std::vector<std::wstring> read_DropList(IDataObject* data_object) {
   const auto drop = static_cast<HDROP>(medium.hGlobal);
   std::vector<std::wstring> paths(DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0));
   for (UINT i = 0; i < paths.size(); ++i) {
-    const UINT length = DragQueryFileW(drop, i, nullptr, 0);
+    const auto length = DragQueryFileW(drop, i, nullptr, 0);
     paths[i].resize(length);
     DragQueryFileW(drop, i, paths[i].data(), length + 1);
   }

@@ -22,7 +22,7 @@ unique_hwnd open_OwnerWindow() {
   window_class.hInstance = GetModuleHandleW(nullptr);
   window_class.lpszClassName = owner_class_name;
   RegisterClassW(&window_class);
-  const POINT pointer = find_Pointer();
+  const auto pointer = find_Pointer();
   unique_hwnd owner(CreateWindowExW(WS_EX_TOOLWINDOW, owner_class_name, L"menuhost", WS_POPUP, pointer.x,
                                     pointer.y, owner_size, owner_size, nullptr, nullptr,
                                     window_class.hInstance, nullptr));
@@ -35,7 +35,7 @@ unique_hwnd open_OwnerWindow() {
 }
 
 std::optional<UINT> pick_FromMenu(HMENU menu, HWND owner) {
-  const POINT pointer = find_Pointer();
+  const auto pointer = find_Pointer();
   const BOOL picked =
       TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, pointer.x, pointer.y, 0, owner, nullptr);
   // Without a message behind it, the next menu of a window that was not in front would vanish at once.

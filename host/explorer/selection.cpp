@@ -92,7 +92,7 @@ bool offers_Paths(IDataObject* data_object, std::span<const std::wstring> paths)
 }
 
 ComPtr<IDataObject> ask_Shell(std::span<const std::wstring> paths) {
-  const std::vector<unique_id_list> id_lists = parse_Paths(paths);
+  const auto id_lists = parse_Paths(paths);
   if (id_lists.size() != paths.size())
     return nullptr;
   return have_SameParent(id_lists) ? ask_Folder(id_lists) : ask_ItemArray(id_lists);
