@@ -19,15 +19,6 @@ bool has_Content(const std::wstring& path);
 // A folder of that path exists; so is a drive root.
 bool folder_Exists(const std::wstring& path);
 
-// The text after the last dot, or the whole path when it has none; without blanks at its ends, in lower case.
-std::wstring get_Extension(std::wstring_view path);
-
-// The text after the last dot is one of the image extensions that the suite can turn into a PDF.
-bool has_ImageExtension(std::wstring_view path);
-
-// `has_ImageExtension`, and the path is no folder; the file system is asked only when the extension fits.
-bool is_ImageFile(const std::wstring& path);
-
 // Copies the file to a path where none is yet. The copy gets the mark of the file that it was made of, if
 // that came from the network ("Zone.Identifier"). False when one is there, which stays as it is, or when
 // something cannot be read or written; none is left then.

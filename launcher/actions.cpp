@@ -4,7 +4,7 @@
 #include "base/process_values.h"
 #include "launcher/messages.h"
 #include "launcher/translation.h"
-#include "suite/file_types.h"
+#include "suite/pkcs7_icons.h"
 
 namespace {
 

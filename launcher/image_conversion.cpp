@@ -6,7 +6,7 @@
 #include "files/file_names.h"
 #include "files/files.h"
 #include "files/temporary_file.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include "base/log.h"
 #include "base/process_values.h"
 #include "base/text.h"
+#include "files/file_extensions.h"
 #include "files/file_names.h"
 #include "files/files.h"
 #include "files/processes.h"

@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "components/automation.h"
 #include "components/remote_component.h"
+#include "files/file_extensions.h"
 #include "files/file_names.h"
 #include "files/files.h"
 #include "files/set_aside.h"
@@ -18,7 +19,7 @@
 #include "launcher/messages.h"
 #include "settings/registry.h"
 #include "settings/settings.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "base/text.h"
 #include "components/automation.h"
 #include "components/remote_component.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 namespace {
 

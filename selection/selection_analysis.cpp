@@ -6,6 +6,7 @@
 
 #include "base/log.h"
 #include "base/text.h"
+#include "files/file_extensions.h"
 #include "files/files.h"
 #include "settings/registry.h"
 #include "suite/feature_probes.h"

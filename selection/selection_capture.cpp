@@ -11,7 +11,7 @@
 #include "files/file_names.h"
 #include "selection/drop_list.h"
 #include "selection/selection_analysis.h"
-#include "suite/file_types.h"
+#include "suite/pkcs7_icons.h"
 
 namespace {
 

@@ -16,12 +16,12 @@
 #include "files/files.h"
 #include "settings/ini_settings.h"
 #include "settings/registry_path.h"
-#include "settings/registry_redirection.h"
 #include "settings/registry_view.h"
 #include "settings/registry_watch.h"
 #include "settings/registry_ways.h"
 #include "settings/script_host.h"
 #include "settings/settings.h"
+#include "settings/users_branch.h"
 
 namespace {
 

@@ -12,9 +12,9 @@
 #include "settings/registry.h"
 #include "settings/registry_keys.h"
 #include "settings/registry_path.h"
-#include "settings/registry_redirection.h"
 #include "settings/registry_view.h"
 #include "settings/registry_ways.h"
+#include "settings/users_branch.h"
 
 namespace {
 

@@ -19,7 +19,7 @@
 #include "files/user.h"
 #include "settings/registry.h"
 #include "settings/settings.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "components/automation.h"
 #include "components/remote_component.h"
 #include "settings/registry.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 namespace {
 

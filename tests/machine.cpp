@@ -12,7 +12,7 @@
 #include "base/handles.h"
 #include "base/text.h"
 #include "settings/registry_view.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 #include "suite/diagnostic_log.h"
 #include "suite/suite_folders.h"
 

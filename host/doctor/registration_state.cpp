@@ -14,7 +14,7 @@
 #include "settings/registry_keys.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/shell_ext.h"
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 namespace host {
 namespace {

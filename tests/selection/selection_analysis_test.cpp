@@ -4,6 +4,7 @@
 #include <random>
 
 #include "base/text.h"
+#include "files/file_extensions.h"
 #include "files/files.h"
 #include "selection/selection_capture.h"
 #include "tests/components.h"

@@ -1,4 +1,4 @@
-#include "settings/registry_redirection.h"
+#include "settings/users_branch.h"
 
 #include "base/apartment.h"
 #include "base/boundary.h"

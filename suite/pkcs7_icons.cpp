@@ -1,4 +1,4 @@
-#include "suite/file_types.h"
+#include "suite/pkcs7_icons.h"
 
 #include <string>
 

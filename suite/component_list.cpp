@@ -1,4 +1,4 @@
-#include "suite/components.h"
+#include "suite/component_list.h"
 
 AutomationObject create_Component(const SuiteComponent& component) {
   if (auto object = create_Object(component.ProgId, component.AnswerLimit))
