@@ -8,48 +8,77 @@
 #include "base/text.h"
 #include "host/explorer/context_menu.h"
 #include "host/explorer/failure.h"
-#include "host/output.h"
+#include "host/language.h"
+#include "host/layout.h"
 
 namespace host {
 namespace {
 
 struct OptionRow {
   std::wstring_view Name;
+  std::wstring_view OtherNames;
   std::wstring_view ValueName;  // empty: the option takes no value
-  std::wstring_view Summary;
+  std::wstring_view Commands;   // empty: all of them have it
+  unsigned long Summary;
   void (*Apply)(Arguments&, std::wstring_view value);
 };
 
+constexpr std::wstring_view right_clicks = L"list show invoke";
+
 constexpr OptionRow option_table[] = {
-    {L"--flags", L"N", L"CMF flags for the query, decimal or 0x… (default 0, a normal menu)",
+    {L"--flags", L"", L"N", right_clicks, TEXT_OPTION_FLAGS,
      [](Arguments& arguments, std::wstring_view value) {
-       arguments.QueryFlags = parse_Number(value, L"The value of --flags", 0xFFFFFFFF);
+       arguments.QueryFlags = parse_Number(value, L"--flags", 0xFFFFFFFF);
      }},
-    {L"--first-id", L"N", L"first command identifier offered to the extension (default 100)",
+    {L"--first-id", L"", L"N", right_clicks, TEXT_OPTION_FIRST_ID,
      [](Arguments& arguments, std::wstring_view value) {
-       arguments.FirstId = parse_Number(value, L"The value of --first-id", last_command_id);
+       arguments.FirstId = parse_Number(value, L"--first-id", last_command_id);
      }},
-    {L"--after", L"N",
-     L"right-click twice, the second time N seconds later, as in an Explorer that is in use",
+    {L"--after", L"", L"N", right_clicks, TEXT_OPTION_AFTER,
      [](Arguments& arguments, std::wstring_view value) {
        constexpr UINT hour = 3600;
-       arguments.SecondsBefore = parse_Number(value, L"The value of --after", hour);
+       arguments.SecondsBefore = parse_Number(value, L"--after", hour);
      }},
-    {L"--json", L"", L"print one JSON object instead of text",
-     [](Arguments& arguments, std::wstring_view) { arguments.IsJson = true; }},
-    {L"--verbose", L"", L"also say on stderr how the selection was handed over",
+    {L"--verbose", L"", L"", right_clicks, TEXT_OPTION_VERBOSE,
      [](Arguments& arguments, std::wstring_view) { arguments.IsVerbose = true; }},
-    {L"--version", L"", L"print the version",
+    {L"--all", L"", L"", L"doctor", TEXT_OPTION_ALL,
+     [](Arguments& arguments, std::wstring_view) { arguments.IsAll = true; }},
+    {L"--lines", L"", L"N", L"log", TEXT_OPTION_LINES,
+     [](Arguments& arguments, std::wstring_view value) {
+       constexpr UINT most_lines = 100'000;
+       arguments.LineCount = parse_Number(value, L"--lines", most_lines);
+     }},
+    {L"--json", L"", L"", L"list show invoke doctor log", TEXT_OPTION_JSON,
+     [](Arguments& arguments, std::wstring_view) { arguments.IsJson = true; }},
+    {L"--language", L"", L"en|de", L"", TEXT_OPTION_LANGUAGE,
+     [](Arguments&, std::wstring_view value) {
+       if (!speak_Language(value))
+         throw Failure{say(TEXT_NO_LANGUAGE, {std::wstring(value)}), exit_wrong_usage};
+     }},
+    {L"--version", L"", L"", L"", TEXT_OPTION_VERSION,
      [](Arguments& arguments, std::wstring_view) { arguments.WantsVersion = true; }},
-    {L"--help", L"", L"print this text",
+    {L"--help", L"-h -? /h /? /help", L"", L"", TEXT_OPTION_HELP,
      [](Arguments& arguments, std::wstring_view) { arguments.WantsHelp = true; }},
 };
 
-const OptionRow& find_Option(std::wstring_view name) {
-  const auto row = std::ranges::find(option_table, name, &OptionRow::Name);
-  if (row == std::end(option_table))
-    throw Failure{quoted(name) + L" is not an option; see \"menuhost --help\".", exit_wrong_usage};
-  return *row;
+bool has_Word(std::wstring_view words, std::wstring_view word) {
+  return std::ranges::count(split(words, L' '), word) != 0;
+}
+
+bool is_OptionOf(const OptionRow& row, std::wstring_view command) {
+  return row.Commands.empty() || has_Word(row.Commands, command);
+}
+
+const OptionRow* find_Option(std::wstring_view name) {
+  const auto row = std::ranges::find_if(option_table, [name](const OptionRow& candidate) {
+    return candidate.Name == name || has_Word(candidate.OtherNames, name);
+  });
+  return row == std::end(option_table) ? nullptr : row;
+}
+
+// A path may begin with a slash, so only the known options do.
+bool is_Option(std::wstring_view word) {
+  return (word.size() > 1 && word.starts_with(L'-')) || (word.starts_with(L'/') && find_Option(word));
 }
 
 using Words = std::span<const std::wstring_view>;
@@ -58,29 +87,41 @@ using Words = std::span<const std::wstring_view>;
 // left.
 Words apply_Option(Arguments& arguments, Words words) {
   const auto name = words.front().substr(0, words.front().find(L'='));
-  const OptionRow& row = find_Option(name);
+  const auto* const row = find_Option(name);
+  if (row == nullptr)
+    throw Failure{say(TEXT_NO_OPTION, {std::wstring(name)}), exit_wrong_usage};
+  arguments.Options.push_back(row->Name);
   const auto has_value = name.size() < words.front().size();
-  if (row.ValueName.empty()) {
+  if (row->ValueName.empty()) {
     if (has_value)
-      throw Failure{L"The option " + std::wstring(name) + L" takes no value.", exit_wrong_usage};
-    row.Apply(arguments, {});
+      throw Failure{say(TEXT_OPTION_WITHOUT_VALUE, {std::wstring(name)}), exit_wrong_usage};
+    row->Apply(arguments, {});
     return words.subspan(1);
   }
   if (has_value) {
-    row.Apply(arguments, words.front().substr(name.size() + 1));
+    row->Apply(arguments, words.front().substr(name.size() + 1));
     return words.subspan(1);
   }
   if (words.size() < 2)
-    throw Failure{L"The option " + std::wstring(name) + L" needs a value.", exit_wrong_usage};
-  row.Apply(arguments, words[1]);
+    throw Failure{say(TEXT_OPTION_NEEDS_VALUE, {std::wstring(name)}), exit_wrong_usage};
+  row->Apply(arguments, words[1]);
   return words.subspan(2);
+}
+
+// The prompt's way of quoting takes the backslash in "E:\" for a part of the text's end: the word comes as
+// E:" then, and no path has a quote.
+std::wstring mend_LastQuote(std::wstring_view word) {
+  std::wstring mended(word);
+  if (mended.size() > 1 && mended.ends_with(L'"'))
+    mended.back() = L'\\';
+  return mended;
 }
 
 void add_Operand(Arguments& arguments, std::wstring_view word) {
   if (arguments.Command.empty())
     arguments.Command = word;
   else
-    arguments.Operands.emplace_back(word);
+    arguments.Operands.push_back(mend_LastQuote(word));
 }
 
 }  // namespace
@@ -95,8 +136,7 @@ UINT parse_Number(std::wstring_view text, std::wstring_view meaning, UINT highes
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, number, is_hexadecimal ? 16 : 10);
   if (digits.empty() || error != std::errc() || stop != end || number > highest) {
-    throw Failure{std::wstring(meaning) + L" must be a number from 0 to " + std::to_wstring(highest) +
-                      L", not " + quoted(text) + L".",
+    throw Failure{say(TEXT_NO_NUMBER, {std::wstring(meaning), std::to_wstring(highest), std::wstring(text)}),
                   exit_wrong_usage};
   }
   return number;
@@ -110,7 +150,7 @@ Arguments parse_Arguments(Words words) {
         add_Operand(arguments, word);
       break;
     }
-    if (words.front().size() > 1 && words.front().starts_with(L'-')) {
+    if (is_Option(words.front())) {
       words = apply_Option(arguments, words);
     } else {
       add_Operand(arguments, words.front());
@@ -120,13 +160,24 @@ Arguments parse_Arguments(Words words) {
   return arguments;
 }
 
-std::wstring describe_Options() {
+void require_OwnOptions(const Arguments& arguments) {
+  for (const auto name : arguments.Options)
+    if (!is_OptionOf(*find_Option(name), arguments.Command))
+      throw Failure{say(TEXT_OPTION_OF_OTHERS, {arguments.Command, std::wstring(name)}), exit_wrong_usage};
+}
+
+std::wstring describe_Options(std::wstring_view command) {
+  constexpr std::size_t summary_column = 20;
   std::wstring lines;
   for (const OptionRow& row : option_table) {
-    std::wstring left(row.Name);
+    if (!command.empty() && !is_OptionOf(row, command))
+      continue;
+    std::wstring left = L"  " + std::wstring(row.Name);
+    if (!row.OtherNames.empty())
+      left.append(L", ").append(split(row.OtherNames, L' ').front());
     if (!row.ValueName.empty())
       left.append(L" ").append(row.ValueName);
-    lines += L"  " + pad_Right(left, 16) + std::wstring(row.Summary) + L"\n";
+    lines += pad_Right(left, summary_column) + wrap_Text(say(row.Summary), summary_column, summary_column);
   }
   return lines;
 }

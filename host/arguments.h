@@ -1,5 +1,5 @@
 // The command line of the host: one command, its operands, and options before or after them. The options are
-// a table, so that parsing and the usage text cannot disagree. No state.
+// a table, so that parsing and the help cannot disagree. No state.
 #pragma once
 
 #include <windows.h>
@@ -14,11 +14,14 @@ namespace host {
 struct Arguments {
   std::wstring Command;
   std::vector<std::wstring> Operands;
+  std::vector<std::wstring_view> Options;  // the names of those that were given
   UINT QueryFlags = 0;
   UINT FirstId = 100;      // Explorer keeps the low identifiers for its own entries
   UINT SecondsBefore = 0;  // from a first right-click to the one that counts; 0: there is no first one
+  UINT LineCount = 20;
   bool IsJson = false;
   bool IsVerbose = false;
+  bool IsAll = false;
   bool WantsHelp = false;
   bool WantsVersion = false;
 };
@@ -26,11 +29,14 @@ struct Arguments {
 // Splits the words after the program name; throws a Failure for an unknown option or a bad value.
 Arguments parse_Arguments(std::span<const std::wstring_view> words);
 
+// Throws a Failure for an option that the command does not have.
+void require_OwnOptions(const Arguments& arguments);
+
 // The whole text as a number, decimal or with a leading 0x; throws a Failure that names `meaning` when it is
 // none or lies above `highest`.
 UINT parse_Number(std::wstring_view text, std::wstring_view meaning, UINT highest);
 
-// The lines of the usage text that explain the options.
-std::wstring describe_Options();
+// The lines of the help that explain the options of the command; those of all commands where none is named.
+std::wstring describe_Options(std::wstring_view command);
 
 }  // namespace host

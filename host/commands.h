@@ -11,7 +11,8 @@ namespace host {
 // cannot be done.
 int run_Command(const Arguments& arguments);
 
-// The text of --help.
-std::wstring describe_Usage();
+// The help text for a command, or the one for all where none is named; throws a Failure where there is no
+// such command.
+std::wstring describe_Usage(const std::wstring& command);
 
 }  // namespace host

@@ -2,7 +2,10 @@
 
 #include <windows.h>
 
-#include <algorithm>
+#include <vector>
+
+#include "base/text.h"
+#include "host/layout.h"
 
 namespace host {
 namespace {
@@ -15,7 +18,7 @@ std::string to_Utf8(std::wstring_view text) {
   return bytes;
 }
 
-// A console takes UTF-16 whatever its code page; a pipe or a file gets the bytes unchanged.
+// A console takes UTF-16 whatever its code page.
 void write_Text(DWORD stream, std::wstring_view text) {
   const auto handle = GetStdHandle(stream);
   DWORD mode = 0;
@@ -24,31 +27,21 @@ void write_Text(DWORD stream, std::wstring_view text) {
     WriteConsoleW(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     return;
   }
-  std::string bytes = to_Utf8(text);
+  std::wstring with_line_ends(text);
+  replace_All(with_line_ends, L"\n", L"\r\n");
+  std::string bytes = to_Utf8(with_line_ends);
   while (!bytes.empty() &&
          WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) && written != 0)
     bytes.erase(0, written);
 }
 
-std::wstring format_Hexadecimal(unsigned long value, int digits) {
-  std::wstring text;
-  for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-    text += L"0123456789abcdef"[(value >> shift) & 0xF];
-  return text;
-}
-
-// Half of a surrogate pair without the other half: legal in a file name, not in UTF-8.
-bool is_LoneSurrogate(std::wstring_view text, std::size_t index) {
-  if (IS_HIGH_SURROGATE(text[index]))
-    return index + 1 == text.size() || !IS_LOW_SURROGATE(text[index + 1]);
-  return IS_LOW_SURROGATE(text[index]) && (index == 0 || !IS_HIGH_SURROGATE(text[index - 1]));
-}
-
-std::wstring join_Values(const std::vector<std::wstring>& values) {
-  std::wstring joined;
-  for (const std::wstring& value : values)
-    joined += (joined.empty() ? L"" : L",") + value;
-  return joined;
+bool shows_Colours() {
+  if (GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) > 1)
+    return false;
+  constexpr DWORD escape_sequences = 0x0004;  // ENABLE_VIRTUAL_TERMINAL_PROCESSING
+  const auto console = GetStdHandle(STD_OUTPUT_HANDLE);
+  DWORD mode = 0;
+  return GetConsoleMode(console, &mode) && SetConsoleMode(console, mode | escape_sequences);
 }
 
 }  // namespace
@@ -58,41 +51,18 @@ void print_Text(std::wstring_view text) {
 }
 
 void print_Note(std::wstring_view sentence) {
-  write_Text(STD_ERROR_HANDLE, L"menuhost: " + std::wstring(sentence) + L"\n");
+  const std::wstring name = L"menuhost: ";
+  write_Text(STD_ERROR_HANDLE, name + wrap_Text(sentence, name.size(), name.size()));
 }
 
-std::wstring pad_Right(std::wstring_view text, std::size_t width) {
-  std::wstring padded(text);
-  padded.resize(std::max(width, padded.size()), L' ');
-  return padded;
-}
-
-std::wstring json_Text(std::wstring_view text) {
-  std::wstring escaped = L"\"";
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == L'"' || text[i] == L'\\')
-      escaped.append(L"\\").append(1, text[i]);
-    else if (text[i] < 0x20 || is_LoneSurrogate(text, i))
-      escaped += L"\\u" + format_Hexadecimal(text[i], 4);
-    else
-      escaped += text[i];
-  }
-  return escaped + L"\"";
-}
-
-std::wstring json_Boolean(bool value) {
-  return value ? L"true" : L"false";
-}
-
-std::wstring json_Array(const std::vector<std::wstring>& values) {
-  return L"[" + join_Values(values) + L"]";
-}
-
-std::wstring json_Object(std::initializer_list<std::pair<std::wstring_view, std::wstring>> members) {
-  std::vector<std::wstring> values;
-  for (const auto& [name, value] : members)
-    values.push_back(json_Text(name) + L":" + value);
-  return L"{" + join_Values(values) + L"}";
+std::wstring colour_Marks(std::wstring_view lines) {
+  std::wstring coloured(lines);
+  if (!shows_Colours())
+    return coloured;
+  coloured.insert(0, L"\n");
+  replace_All(coloured, L"\n+ ", L"\n\x1b[32m+\x1b[0m ");
+  replace_All(coloured, L"\n- ", L"\n\x1b[31m-\x1b[0m ");
+  return coloured.substr(1);
 }
 
 }  // namespace host

@@ -3,13 +3,14 @@
 #include <ole2.h>
 #include <windows.h>
 
-#include <cstring>
 #include <exception>
 #include <string>
 
+#include "base/text.h"
 #include "host/arguments.h"
 #include "host/commands.h"
 #include "host/explorer/failure.h"
+#include "host/language.h"
 #include "host/output.h"
 #include "host/version.h"
 #include "suite/diagnostic_log.h"
@@ -22,7 +23,7 @@ class ComApartment {
  public:
   ComApartment() {
     if (FAILED(OleInitialize(nullptr)))
-      throw Failure{L"COM cannot be started."};
+      throw Failure{say(TEXT_NO_COM)};
   }
   ~ComApartment() {
     // The extension's DLL leaves while COM still stands: its own last steps may need COM.
@@ -36,7 +37,7 @@ class ComApartment {
 int run_Program(std::span<const std::wstring_view> words) {
   const auto arguments = parse_Arguments(words);
   if (arguments.WantsHelp) {
-    print_Text(describe_Usage());
+    print_Text(describe_Usage(arguments.Command));
     return exit_success;
   }
   if (arguments.WantsVersion) {
@@ -57,8 +58,7 @@ int run_Words(std::span<const std::wstring_view> words) {
     print_Note(failure.Sentence);
     return failure.ExitStatus;
   } catch (const std::exception& error) {
-    print_Note(L"The program cannot go on: " +
-               std::wstring(error.what(), error.what() + std::strlen(error.what())));
+    print_Note(say(TEXT_CANNOT_GO_ON, {from_Ansi(error.what())}));
     return exit_failure;
   }
 }

@@ -95,6 +95,9 @@ inline constexpr std::array<std::wstring_view, 2> settings_branches{LR"(HKLM\SOF
 inline constexpr std::wstring_view machine_branch = LR"(HKLM\SOFTWARE\Norvak\pdf)";
 inline constexpr std::wstring_view users_branch = LR"(HKCU\SOFTWARE\Norvak\pdf)";
 
+// The language of the suite, which its translator knows by itself; menuhost speaks it too.
+inline constexpr std::wstring_view suite_language = LR"(HKLM\SOFTWARE\Norvak\language)";
+
 // Repaired when another program of the suite writes it; nothing here reads or writes it by itself.
 inline constexpr std::wstring_view joined_install_folder = LR"(HKLM\SOFTWARE\Norvak\pdfpath)";
 

@@ -253,6 +253,10 @@ std::wstring_view choose_LogFile(std::wstring_view executable_name, std::wstring
   return rule == file_rules.end() ? std::wstring_view() : rule->File;
 }
 
+bool is_LogWanted() {
+  return is_Wanted(*log_state);
+}
+
 std::wstring find_LogFile() {
   is_On();  // settles where a debug path leads
   const auto folder = log_folder.get_Or(find_Folder);

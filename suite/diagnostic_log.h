@@ -15,6 +15,9 @@
 // From now on messages (log.h) go here.
 void use_DiagnosticLog() noexcept;
 
+// The settings switch the log on, whether or not its lines can be written.
+bool is_LogWanted();
+
 // The file that the lines of this process go to, or would go to while logging is off.
 std::wstring find_LogFile();
 

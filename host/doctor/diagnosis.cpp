@@ -2,75 +2,56 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "base/apartment.h"
-#include "base/log.h"
-#include "base/text.h"
-#include "host/arguments.h"
-#include "host/doctor/named_programs.h"
 #include "host/doctor/reasons.h"
-#include "host/doctor/registration_state.h"
 #include "host/explorer/context_menu.h"
 #include "host/explorer/failure.h"
 #include "host/explorer/handles.h"
-#include "host/output.h"
-#include "menu/composition.h"
+#include "host/language.h"
+#include "launcher/translation.h"
 #include "settings/registry.h"
-#include "settings/settings.h"
 #include "shellext/shell_ext.h"
-#include "suite/diagnostic_log.h"
 #include "suite/feature_probes.h"
 
 namespace host {
 namespace {
 
 using Microsoft::WRL::ComPtr;
-using Facts = std::vector<Fact>;
 
-Facts list_Items() {
-  Facts facts;
-  for (const ItemDecision& item : decide_Items(current_Selection()->Flags)) {
-    facts.push_back({item.Item->Caption, item.Missing.Name != nullptr ? L"not offered" : L"offered",
-                     describe_Reason(item.Missing)});
-  }
-  return facts;
+std::vector<ItemState> list_Items() {
+  const auto flags = current_Selection()->Flags;
+  std::vector<ItemState> items;
+  for (const MenuItem& item : menu_items)
+    items.push_back({&item, translate_String(item.Caption), find_TellingCondition(item, flags)});
+  return items;
 }
 
-Facts list_Settings() {
-  Facts facts;
+std::vector<SettingState> list_Settings() {
+  std::vector<SettingState> settings;
   for (const Setting* setting : all_settings) {
-    if (setting->Use != Usage::Written) {
-      FoundValue found = find_Value(setting->Path);
-      const auto is_missing = is_Empty(found.Value);
-      const auto is_text = std::holds_alternative<std::wstring>(found.Value);
-      const std::wstring text = is_text ? quoted(as_Text(std::move(found.Value))) : L"binary data";
-      facts.push_back(
-          {setting->Path, is_missing ? L"missing" : text, is_missing ? L"" : L"from " + found.Place});
-    }
+    if (setting->Use == Usage::Written)
+      continue;
+    auto [value, place] = find_Value(setting->Path);
+    const auto is_missing = is_Empty(value);
+    settings.push_back({setting, std::move(value), is_missing ? std::wstring() : std::move(place)});
   }
-  return facts;
+  return settings;
 }
 
-Facts list_Programs() {
-  Facts facts;
-  for (const NamedProgram& program : programs) {
-    const auto path = program.Find();
-    facts.push_back({program.Name, path.empty() ? L"missing" : L"found",
-                     path.empty() ? describe_Search(program.Kind) : path});
-  }
-  const auto tool = find_ConfigurationTool();
-  facts.push_back({L"NorvakConfig.exe", tool.empty() ? L"missing" : L"found", tool});
-  const auto add_feature = [&](const wchar_t* name, bool is_on) {
-    facts.push_back({name, is_on ? L"on" : L"off", L""});
-  };
-  add_feature(L"Card connector", has_CardConnector());
-  add_feature(L"Credential provider", has_CredentialProvider());
-  add_feature(L"Multi-signer", has_MultiSigner());
-  return facts;
+std::vector<ProgramState> list_Programs() {
+  std::vector<ProgramState> states;
+  for (const NamedProgram& program : programs)
+    states.push_back({program.Name, program.Find(), list_SearchedPaths(program.Kind)});
+  states.push_back({L"NorvakConfig.exe", find_ConfigurationTool(), {}});
+  return states;
 }
 
-Facts describe_Log() {
-  return {{L"Diagnostic log", is_LogOn() ? L"on" : L"off", find_LogFile()}};
+std::vector<FeatureState> list_Features() {
+  return {{L"cardConnector", TEXT_CARD_CONNECTOR, has_CardConnector()},
+          {L"credentialProvider", TEXT_CREDENTIAL_PROVIDER, has_CredentialProvider()},
+          {L"multiSigner", TEXT_MULTI_SIGNER, has_MultiSigner()}};
 }
 
 constexpr std::array phases{L"Create", L"Initialize", L"QueryContextMenu", L"GetCommandString", L"Release"};
@@ -79,7 +60,7 @@ using Times = std::array<long long, phases.size()>;  // in microseconds
 ComPtr<IContextMenu> create_ShellExt() {
   ComPtr<IContextMenu> object(ShellExt::create());
   if (!object)
-    throw Failure{L"There is not enough memory for a diagnosis."};
+    throw Failure{say(TEXT_NO_MEMORY)};
   return object;
 }
 
@@ -113,35 +94,37 @@ Times time_RightClick(const Selection& selection) {
   return times;
 }
 
-// The first right-click of a process settles settings and creates components; the next one tells the usual
-// cost.
-Facts list_Times(const Selection& selection) {
+std::vector<PhaseTime> list_Times(const Selection& selection) {
   const auto first = time_RightClick(selection);
   const auto next = time_RightClick(selection);
-  Facts facts;
-  for (std::size_t phase = 0; phase < phases.size(); ++phase) {
-    facts.push_back({phases[phase], std::to_wstring(next[phase]) + L" microseconds",
-                     L"the first time " + std::to_wstring(first[phase])});
-  }
-  return facts;
+  std::vector<PhaseTime> times;
+  for (std::size_t phase = 0; phase < phases.size(); ++phase)
+    times.push_back({phases[phase], first[phase], next[phase]});
+  return times;
 }
 
 }  // namespace
 
-std::vector<Section> diagnose(const Selection& selection) {
+Diagnosis diagnose(const Selection& selection) {
   forbid_Writes();
-  Facts times = list_Times(selection);
+  Diagnosis found;
+  found.About = find_Circumstances();
+  found.Paths = selection.Paths;
+  found.Times = list_Times(selection);
   // The captured selection stays classified as long as the object lives.
   const auto object = create_ShellExt();
   initialize(object, selection);
-  std::vector<Section> sections{{L"Items", L"items", list_Items()},
-                                {L"Settings that are read", L"settings", list_Settings()},
-                                {L"Programs and features", L"programs", list_Programs()},
-                                {L"Registration", L"registration", list_Registration()},
-                                {L"Log", L"log", describe_Log()},
-                                {L"Time of one right-click", L"times", std::move(times)}};
+  found.Items = list_Items();
+  found.Settings = list_Settings();
+  found.Programs = list_Programs();
+  found.Features = list_Features();
+  found.Registered = find_Registration();
+  std::ranges::transform(all_components, std::back_inserter(found.Components),
+                         [](const auto* component) { return find_ComponentState(*component); });
+  found.Log = find_LogState();
+  found.Problems = find_Problems(found.Registered, found.Components, found.Log);
   leave_Apartment();
-  return sections;
+  return found;
 }
 
 }  // namespace host

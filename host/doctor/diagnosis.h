@@ -7,19 +7,65 @@
 #include <string>
 #include <vector>
 
+#include "host/doctor/circumstances.h"
+#include "host/doctor/component_state.h"
+#include "host/doctor/log_state.h"
+#include "host/doctor/named_programs.h"
+#include "host/doctor/problems.h"
 #include "host/doctor/registration_state.h"
 #include "host/explorer/selection.h"
+#include "menu/items.h"
+#include "settings/settings.h"
 
 namespace host {
 
-struct Section {
-  std::wstring_view Title;
-  std::wstring_view Name;  // in JSON
-  std::vector<Fact> Facts;
+struct ItemState {
+  const MenuItem* Item = nullptr;
+  std::wstring Caption;  // as the person sees it
+  Condition Missing;     // without a name where the item is offered
 };
 
-// The whole report on a right-click on the selection: items, settings, programs and features, registration,
-// log, and the time that each phase took.
-std::vector<Section> diagnose(const Selection& selection);
+struct SettingState {
+  const Setting* Row = nullptr;
+  RegistryValue Value;
+  std::wstring Place;  // empty where nothing was found
+};
+
+struct ProgramState {
+  const wchar_t* Name = nullptr;
+  std::wstring Path;  // empty where it was not found
+  std::vector<std::wstring> Searched;
+};
+
+struct FeatureState {
+  std::wstring_view Name;  // in JSON
+  unsigned long Text;
+  bool IsOn;
+};
+
+// One call of Explorer's during a right-click, in microseconds: the first of a process settles settings and
+// creates components, the next one tells the usual cost.
+struct PhaseTime {
+  std::wstring_view Name;
+  long long First = 0;
+  long long Next = 0;
+};
+
+struct Diagnosis {
+  Circumstances About;
+  std::vector<std::wstring> Paths;
+  std::vector<Problem> Problems;
+  std::vector<ItemState> Items;
+  std::vector<SettingState> Settings;
+  std::vector<ProgramState> Programs;
+  std::vector<FeatureState> Features;
+  Registration Registered;
+  std::vector<ComponentState> Components;
+  LogState Log;
+  std::vector<PhaseTime> Times;
+};
+
+// The whole report on a right-click on the selection.
+Diagnosis diagnose(const Selection& selection);
 
 }  // namespace host

@@ -2,16 +2,22 @@
 
 #include <algorithm>
 
+#include "host/language.h"
+
 namespace host {
 
-std::wstring describe_Search(Program program) {
-  std::wstring places;
+std::vector<std::wstring> list_SearchedPaths(Program program) {
   auto candidates = list_Candidates(program);
   std::ranges::sort(candidates);
   candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
-  for (const std::wstring& candidate : candidates)
-    places += (places.empty() ? L"not found as " : L", ") + candidate;
-  return places.empty() ? L"no folder is set to look for it in" : places;
+  return candidates;
+}
+
+std::wstring describe_Search(Program program) {
+  std::wstring places;
+  for (const std::wstring& path : list_SearchedPaths(program))
+    places += (places.empty() ? L"" : L", ") + path;
+  return places.empty() ? say(TEXT_NO_FOLDER_SET) : say(TEXT_NOT_FOUND_AS, {places});
 }
 
 }  // namespace host

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 #include "launcher/program_locators.h"
 
@@ -20,6 +21,9 @@ inline constexpr std::array programs{
     NamedProgram{Program::PdfViewer, LR"(pdfviewer\NorvakPDFViewer.exe)", find_PdfViewer},
     NamedProgram{Program::Quill, L"quill!.exe", find_Quill},
     NamedProgram{Program::WorkerProcess, L"NorvakWorkerProcess.exe", find_WorkerProcess}};
+
+// The paths under which a program is looked for, each once.
+std::vector<std::wstring> list_SearchedPaths(Program program);
 
 // Where a program was looked for, in words.
 std::wstring describe_Search(Program program);

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "host/doctor/named_programs.h"
-#include "menu/items.h"
+#include "host/language.h"
 #include "settings/settings.h"
 #include "suite/feature_probes.h"
 
@@ -23,64 +23,65 @@ std::wstring describe_Missing(std::initializer_list<NamedProgram> wanted) {
 }
 
 std::wstring describe_MissingApplication() {
-  return L"no PDF application: " + describe_Missing({programs[0], programs[1], programs[2]});
+  return say(TEXT_NO_PDF_APPLICATION, {describe_Missing({programs[0], programs[1], programs[2]})});
 }
 
 std::wstring describe_MissingContainer() {
-  return std::wstring(L"no key container: ") + users_container.Path + L" is empty";
+  return say(TEXT_NO_KEY_CONTAINER, {users_container.Path});
 }
 
 std::wstring describe_MissingCardFeature() {
-  const std::wstring tool = find_ConfigurationTool().empty() ? L"; NorvakConfig.exe was not found" : L"";
-  return L"neither the card connector nor the credential provider is switched on" + tool;
+  const auto tool = find_ConfigurationTool().empty() ? L"; " + say(TEXT_NO_CONFIGURATION_TOOL) : L"";
+  return say(TEXT_NO_CARD_FEATURE) + tool;
 }
 
 std::wstring describe_MissingQuill() {
-  return L"no signing application: " + describe_Missing({programs[3]});
+  return say(TEXT_NO_SIGNING_APPLICATION, {describe_Missing({programs[3]})});
 }
 
 std::wstring describe_MissingWorkerOrApplication() {
-  return find_WorkerProcess().empty() ? L"no signing worker: " + describe_Missing({programs[4]})
+  return find_WorkerProcess().empty() ? say(TEXT_NO_SIGNING_WORKER, {describe_Missing({programs[4]})})
                                       : describe_MissingApplication();
 }
 
 std::wstring describe_MissingRoute() {
-  return L"no signing application (" + describe_Missing({programs[3]}) + L"), " +
-         describe_MissingApplication() + L", and no card feature is switched on";
+  return say(TEXT_NO_SIGNING_ROUTE, {describe_MissingQuill(), describe_MissingApplication()});
 }
 
 std::wstring describe_MissingMultiSigner() {
-  return std::wstring(L"the multi-signer is not switched on: ") + multi_signer.Path + L" is not 1";
+  return say(TEXT_NO_MULTI_SIGNER, {multi_signer.Path});
 }
+
+enum class About { Selection, Machine };
 
 struct Reason {
   Condition Missing;
-  const wchar_t* Sentence;
+  About Subject;
+  unsigned long Sentence;
   std::wstring (*Describe)() = nullptr;  // instead of a sentence
 };
 
 constexpr std::array reasons{
-    Reason{conditions::folders, L"the selection is not folders alone"},
-    Reason{conditions::files, L"the selection is folders alone"},
-    Reason{conditions::multi_signer_on, nullptr, describe_MissingMultiSigner},
-    Reason{conditions::card_feature, nullptr, describe_MissingCardFeature},
-    Reason{conditions::drive_root,
-           L"the selection is not the root of one drive, or Vaultware.exe is not in the install folder"},
-    Reason{conditions::container, LR"(the drive holds no container (norvak\norvak.tc))"},
-    Reason{conditions::no_container, LR"(the drive holds a container (norvak\norvak.tc) already)"},
-    Reason{conditions::mounted, L"the drive is not mounted (no mounted.txt in its root)"},
-    Reason{conditions::not_mounted, L"the drive is mounted (mounted.txt in its root)"},
-    Reason{conditions::pdf_application, nullptr, describe_MissingApplication},
-    Reason{conditions::viewable, L"no PDF, XML or image file is selected"},
-    Reason{conditions::quill, nullptr, describe_MissingQuill},
-    Reason{conditions::signable, L"no file is selected that the signing application opens"},
-    Reason{conditions::worker_and_application, nullptr, describe_MissingWorkerOrApplication},
-    Reason{conditions::convertible, L"no file is selected that is or can become a PDF"},
-    Reason{conditions::container_name, nullptr, describe_MissingContainer},
-    Reason{conditions::signing_route, nullptr, describe_MissingRoute},
-    Reason{conditions::pkcs7, L"no PKCS#7 file (.p7m, .p7s) is selected"},
-    Reason{conditions::no_pkcs7, L"a PKCS#7 file (.p7m, .p7s) is selected"},
-    Reason{conditions::no_link, L"a shortcut is selected"}};
+    Reason{conditions::folders, About::Selection, TEXT_NOT_FOLDERS_ALONE},
+    Reason{conditions::files, About::Selection, TEXT_FOLDERS_ALONE},
+    Reason{conditions::multi_signer_on, About::Machine, 0, describe_MissingMultiSigner},
+    Reason{conditions::card_feature, About::Machine, 0, describe_MissingCardFeature},
+    Reason{conditions::drive_root, About::Selection, TEXT_NO_DRIVE_ROOT},
+    Reason{conditions::container, About::Selection, TEXT_NO_CONTAINER},
+    Reason{conditions::no_container, About::Selection, TEXT_CONTAINER},
+    Reason{conditions::mounted, About::Selection, TEXT_NOT_MOUNTED},
+    Reason{conditions::not_mounted, About::Selection, TEXT_MOUNTED},
+    Reason{conditions::pdf_application, About::Machine, 0, describe_MissingApplication},
+    Reason{conditions::viewable, About::Selection, TEXT_NOTHING_VIEWABLE},
+    Reason{conditions::quill, About::Machine, 0, describe_MissingQuill},
+    Reason{conditions::signable, About::Selection, TEXT_NOTHING_SIGNABLE},
+    Reason{conditions::worker_and_application, About::Machine, 0, describe_MissingWorkerOrApplication},
+    Reason{conditions::convertible, About::Selection, TEXT_NOTHING_CONVERTIBLE},
+    Reason{conditions::container_name, About::Machine, 0, describe_MissingContainer},
+    Reason{conditions::signing_route, About::Machine, 0, describe_MissingRoute},
+    Reason{conditions::pkcs7, About::Selection, TEXT_NO_PKCS7},
+    Reason{conditions::no_pkcs7, About::Selection, TEXT_PKCS7},
+    Reason{conditions::no_link, About::Selection, TEXT_LINK}};
 
 constexpr const Reason* find_Reason(const Condition& missing) {
   const auto* found = std::ranges::find_if(
@@ -97,11 +98,19 @@ static_assert(std::ranges::all_of(menu_items, has_ReasonForAll));
 
 }  // namespace
 
+Condition find_TellingCondition(const MenuItem& item, const SelectionFlags& flags) {
+  for (const auto subject : {About::Selection, About::Machine})
+    for (const Condition& condition : item.Needs)
+      if (condition.Name != nullptr && find_Reason(condition)->Subject == subject && !condition.Holds(flags))
+        return condition;
+  return {};
+}
+
 std::wstring describe_Reason(const Condition& missing) {
   if (missing.Name == nullptr)
     return {};
   const Reason& row = *find_Reason(missing);
-  return row.Describe != nullptr ? row.Describe() : row.Sentence;
+  return row.Describe != nullptr ? row.Describe() : say(row.Sentence);
 }
 
 }  // namespace host

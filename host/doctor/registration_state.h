@@ -1,4 +1,4 @@
-// What the registry says about the extension itself and the suite's components, for a report. No state.
+// What the registry says about the extension itself. No state.
 #pragma once
 
 #include <string>
@@ -6,16 +6,32 @@
 
 namespace host {
 
-// One line of the report: what, how it is, and why or where, which may be empty.
-struct Fact {
-  std::wstring Subject;
-  std::wstring State;
-  std::wstring Detail;
+enum class EntryState { Registered, Missing, Wrong };
+
+// One entry beside the class: its name in JSON, how it is, and where it is or should be.
+struct Entry {
+  std::wstring_view Name;
+  EntryState State;
+  std::wstring Path;
 };
 
-// The class, its ProgID and type library, the handler keys for files, folders and drives, the entry among
-// the approved extensions, whether the DLLs that this Windows needs are registered, and the suite's
-// components with whether 32-bit and 64-bit programs reach them.
-std::vector<Fact> list_Registration();
+struct Registration {
+  std::wstring ClassPath;  // of the class's DLL
+  std::wstring File;       // the DLL that Explorer would load; empty when none is registered for it
+  std::wstring Version;    // its product version; empty when the file has none or is not there
+  bool IsFileThere = false;
+  std::wstring OtherFile;      // the DLL for 32-bit programs on a 64-bit Windows
+  std::vector<Entry> Entries;  // ProgID, type library, the handlers of files, folders and drives, approval
+  std::vector<std::wstring> Blocks;  // the values that have Windows block the class
+  bool NeedsApproval = false;        // Windows loads approved extensions alone
+};
+
+Registration find_Registration();
+
+// The product version of a program or DLL; empty when it has none.
+std::wstring read_Version(const std::wstring& file);
+
+// The names of the states in JSON.
+std::wstring_view name_Of(EntryState state);
 
 }  // namespace host

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "host/explorer/failure.h"
+#include "host/language.h"
 
 namespace host {
 namespace {
@@ -14,20 +15,18 @@ using Microsoft::WRL::ComPtr;
 
 constexpr wchar_t extension_prog_id[] = L"NorvakContextMenu.ShellExt";
 
-void require_Success(HRESULT result, std::wstring_view what_failed) {
+void require_Success(HRESULT result, unsigned long what_failed, const std::wstring& part = {}) {
   if (FAILED(result))
-    throw Failure{std::wstring(what_failed) + L" (" + format_Result(result) + L")."};
+    throw Failure{say(what_failed, {format_Result(result), part})};
 }
 
 ComPtr<IClassFactory> find_ClassFactory() {
   CLSID clsid{};
-  if (FAILED(CLSIDFromProgID(extension_prog_id, &clsid))) {
-    throw Failure{L"The extension is not registered: nothing is known of the class " +
-                  quoted(extension_prog_id) + L"."};
-  }
+  if (FAILED(CLSIDFromProgID(extension_prog_id, &clsid)))
+    throw Failure{say(TEXT_NOT_REGISTERED, {extension_prog_id})};
   ComPtr<IClassFactory> factory;
   require_Success(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)),
-                  L"The extension's DLL cannot be loaded");
+                  TEXT_DLL_NOT_LOADED);
   return factory;
 }
 
@@ -78,12 +77,10 @@ MenuEntry read_Entry(HMENU menu, int position, UINT first_id) {
 
 ComPtr<IContextMenu> create_Extension(IDataObject* selection) {
   ComPtr<IShellExtInit> initializer;
-  require_Success(find_ClassFactory()->CreateInstance(nullptr, IID_PPV_ARGS(&initializer)),
-                  L"The extension's object cannot be created");
-  require_Success(initializer->Initialize(nullptr, selection, nullptr),
-                  L"The extension refuses the selection");
+  require_Success(find_ClassFactory()->CreateInstance(nullptr, IID_PPV_ARGS(&initializer)), TEXT_NO_OBJECT);
+  require_Success(initializer->Initialize(nullptr, selection, nullptr), TEXT_SELECTION_REFUSED);
   ComPtr<IContextMenu> extension;
-  require_Success(initializer.As(&extension), L"The extension offers no context menu");
+  require_Success(initializer.As(&extension), TEXT_NO_CONTEXT_MENU);
   return extension;
 }
 
@@ -91,7 +88,7 @@ Offer query_Menu(IContextMenu* extension, HMENU menu, UINT first_id, UINT flags)
   const auto first_position = GetMenuItemCount(menu);
   const HRESULT result =
       extension->QueryContextMenu(menu, static_cast<UINT>(first_position), first_id, last_command_id, flags);
-  require_Success(result, L"The extension cannot compose its menu");
+  require_Success(result, TEXT_NO_MENU);
   Offer offer;
   offer.ReturnedCount = static_cast<UINT>(HRESULT_CODE(result));
   for (int position = first_position; position < GetMenuItemCount(menu); ++position)
@@ -120,7 +117,7 @@ void invoke_Item(IContextMenu* extension, const MenuEntry& item, HWND owner) {
   info.hwnd = owner;
   info.lpVerb = MAKEINTRESOURCEA(item.Offset);
   info.nShow = SW_SHOWNORMAL;
-  require_Success(extension->InvokeCommand(&info), L"The extension cannot carry out " + quoted(item.Caption));
+  require_Success(extension->InvokeCommand(&info), TEXT_NOT_CARRIED_OUT, item.Caption);
 }
 
 }  // namespace host

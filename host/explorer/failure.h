@@ -8,6 +8,7 @@ namespace host {
 constexpr int exit_success = 0;
 constexpr int exit_failure = 1;
 constexpr int exit_wrong_usage = 2;
+constexpr int exit_problems = 3;  // the doctor has found some
 
 // A result code in the form 0x80004005.
 std::wstring format_Result(long result);

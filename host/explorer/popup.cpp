@@ -1,6 +1,7 @@
 #include "host/explorer/popup.h"
 
 #include "host/explorer/failure.h"
+#include "host/language.h"
 
 namespace host {
 namespace {
@@ -27,7 +28,7 @@ unique_hwnd open_OwnerWindow() {
                                     pointer.y, owner_size, owner_size, nullptr, nullptr,
                                     window_class.hInstance, nullptr));
   if (!owner)
-    throw Failure{L"No window can be opened for the menu."};
+    throw Failure{say(TEXT_NO_WINDOW)};
   ShowWindow(owner.get(), SW_SHOWNORMAL);
   SetForegroundWindow(owner.get());
   handle_WaitingMessages();

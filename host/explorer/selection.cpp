@@ -11,6 +11,7 @@
 #include "host/explorer/drop_list.h"
 #include "host/explorer/failure.h"
 #include "host/explorer/handles.h"
+#include "host/language.h"
 
 namespace host {
 namespace {
@@ -32,7 +33,7 @@ std::wstring complete_Path(const std::wstring& path) {
         [&](wchar_t* buffer, DWORD size) { return GetFullPathNameW(meant.c_str(), size, buffer, nullptr); });
   }
   if (full.empty() || GetFileAttributesW(exact_Path(full).c_str()) == INVALID_FILE_ATTRIBUTES)
-    throw Failure{L"The path " + quoted(path) + L" does not exist."};
+    throw Failure{say(TEXT_NO_PATH, {path})};
   const std::wstring with_long_names =
       fetch_Path([&](wchar_t* buffer, DWORD size) { return GetLongPathNameW(full.c_str(), buffer, size); });
   if (!with_long_names.empty())

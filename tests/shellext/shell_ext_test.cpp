@@ -424,7 +424,8 @@ TEST_F(ShellExtension, ServesAUserWhoMayNotWriteForTheMachine) {
   EXPECT_EQ(take_Starts(), (Lines{opening(L"PageKeeper.exe", m_pdf),
                                   ::quoted(second + L"quill!.exe") + L" " + ::quoted(m_pdf)}));
   const auto report = host::diagnose(host::make_Selection(Lines{m_pdf}));
-  EXPECT_EQ(std::ranges::count(report.front().Facts, L"offered", &host::Fact::State), 5);
+  EXPECT_EQ(
+      std::ranges::count_if(report.Items, [](const auto& item) { return item.Missing.Name == nullptr; }), 5);
 }
 
 TEST_F(ShellExtension, FreesADropListThatItIsGiven) {

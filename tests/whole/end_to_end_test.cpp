@@ -15,9 +15,13 @@
 #include "base/module.h"
 #include "base/text.h"
 #include "files/file_names.h"
+#include "host/doctor/component_state.h"
+#include "host/doctor/registry_views.h"
 #include "host/explorer/popup.h"
 #include "host/program.h"
 #include "shellext/class_identifiers.h"
+#include "suite/component_list.h"
+#include "tests/components.h"
 #include "tests/explorer.h"
 
 namespace {
@@ -39,11 +43,12 @@ std::string whole(const Lines& lines) {
 }
 
 void append_Shown(Lines& shown, const std::wstring& name, const std::wstring& mark) {
-  static const std::wregex times(LR"(\d+ microseconds\W+(detail\W+)?the first time \d+)");
-  for (auto line : read_Lines(test_folder + name)) {
-    replace_All(line, L"},{", L"},\n{");
-    for (const auto& part : split(std::regex_replace(line, times, L"TIMES"), L'\n'))
-      shown.push_back(mark + part);
+  const auto bytes = read_Bytes(test_folder + name);
+  for (auto end = bytes.find('\n'); end != std::string::npos; end = bytes.find('\n', end + 1))
+    EXPECT_TRUE(end != 0 && bytes[end - 1] == '\r') << "not the line end of a file";
+  for (const auto& line : read_Lines(test_folder + name)) {
+    EXPECT_FALSE(line.ends_with(L' ') || (line.size() > 120 && !line.starts_with(L'{'))) << to_Ansi(line);
+    shown.push_back(mark + line);
   }
 }
 
@@ -106,7 +111,7 @@ class MenuHost : public Explorer {
   }
   void TearDown() override {
     m_library.run("DllUnregisterServer");
-    for (const auto& key : {LR"(WOW6432Node\CLSID\)" + id,
+    for (const auto& key : {LR"(CLSID\)" + id, LR"(WOW6432Node\CLSID\)" + id,
                             LR"(WOW6432Node\CLSID\)" + guid_Text(clsid_ShellExt), LR"(AppID\)" + id})
       RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
   }
@@ -141,8 +146,11 @@ TEST_F(MenuHost, MakesSoundFilesWithTheSuitesComponents) {
   for (const auto* component : {&editor, &signer})
     ASSERT_EQ(component->run("DllRegisterServer"), S_OK);
   answer_Boxes(m_library.handle());
-  const auto invoke = [](const std::wstring& item, const std::wstring& path) {
-    EXPECT_EQ(run_MenuHost(L"invoke " + item + L" " + ::quoted(path), true).back(), L"[0]");
+  // Which of the two files it tells as new.
+  const auto invoke = [](const std::wstring& item, const std::wstring& path, const std::wstring& made) {
+    const auto shown = run_MenuHost(L"invoke " + item + L" " + ::quoted(path), true);
+    EXPECT_EQ(shown.back(), L"[0]");
+    return std::ranges::count(shown, L"New: " + made) == 1;
   };
   const auto change = [](const std::wstring& path, std::streamoff place) {
     std::fstream(std::filesystem::path(path), std::ios::in | std::ios::out | std::ios::binary)
@@ -152,16 +160,16 @@ TEST_F(MenuHost, MakesSoundFilesWithTheSuitesComponents) {
   const auto picture = make_Picture(test_folder + L"picture.bmp"), envelope = pdf + L".p7m";
   const std::string content = "the content of the letter";
   std::ofstream(std::filesystem::path(pdf)) << content;
-  invoke(L"1", picture);
+  EXPECT_TRUE(invoke(L"1", picture, picture + L".pdf"));
   const auto page = read_Bytes(picture + L".pdf");
   EXPECT_TRUE(page.starts_with("%PDF-1.") && page.ends_with("%%EOF\n")) << page.substr(0, 20);
-  invoke(L"5", pdf);
+  EXPECT_TRUE(invoke(L"5", pdf, envelope));
   std::filesystem::remove(pdf);
-  invoke(L"2", envelope);
+  EXPECT_TRUE(invoke(L"2", envelope, pdf));
   EXPECT_EQ(read_Bytes(pdf), content);
   std::filesystem::remove(pdf);
   change(envelope, static_cast<std::streamoff>(read_Bytes(envelope).find(content)));
-  invoke(L"2", envelope);
+  EXPECT_FALSE(invoke(L"2", envelope, pdf));
   EXPECT_FALSE(std::filesystem::exists(pdf)) << "a changed envelope must not give its content back";
   for (const auto* component : {&editor, &signer})
     component->run("DllUnregisterServer");
@@ -171,30 +179,13 @@ TEST_F(MenuHost, MakesSoundFilesWithTheSuitesComponents) {
 // this process, "> " in one of its own, "= " sets a registry value instead. Behind the command, "| part"
 // keeps only the lines that contain the part, "|! part" only the others.
 void run_Cases(const std::wstring& name) {
-  BOOL on_other_bitness = FALSE;  // this is a 32-bit program on a 64-bit Windows
-  IsWow64Process(GetCurrentProcess(), &on_other_bitness);
-  const bool is_32BitWindows = is_SuitesBitness && !on_other_bitness;
-  const std::pair<const wchar_t*, std::wstring> names[] = {
-      {L"FILE", ::quoted(pdf)},
-      {L"VERSION", L"" PROJECT_VERSION},
-      {L"OWN_DLL", built_File(L"NorvakContextMenu.dll")},
-      {L"VIEW", is_SuitesBitness ? L"" : LR"(WOW6432Node\)"},
-      {L"BITNESS", is_32BitWindows ? L"fits        Windows and the extension are 32-bit"
-                   : on_other_bitness
-                       ? L"mismatch    only the 32-bit DLL is registered, which a 64-bit Explorer"
-                         L" cannot load; run the setup again (it has none for ARM processors)"
-                       : L"mismatch    only the 64-bit DLL is registered, which 32-bit programs"
-                         L" cannot load; run the setup again"}};
+  const std::pair<const wchar_t*, std::wstring> names[] = {{L"FILE", ::quoted(pdf)},
+                                                           {L"VERSION", L"" PROJECT_VERSION}};
   auto lines = read_Lines(from_Ansi(SOURCE_FOLDER "/tests/whole/") + name);
   ASSERT_FALSE(lines.empty());
-  const auto only_64Bit = std::ranges::find(lines, L"64-bit:");  // the cases below need a 64-bit Windows
-  lines.erase(only_64Bit, only_64Bit == lines.end() || is_32BitWindows ? lines.end() : only_64Bit + 1);
   for (auto& line : lines)
-    for (auto [text, meant] : names) {
-      if (line.starts_with(L'{'))
-        replace_All(meant, L"\\", LR"(\\)");
+    for (const auto& [text, meant] : names)
       replace_All(line, text, meant);
-    }
   const auto is_Case = [](const auto& line) { return line.find_first_of(L"$>=") == 0; };
   for (auto line = lines.begin(), end = line; line != lines.end(); line = end) {
     end = std::find_if(line + 1, lines.end(), is_Case);
@@ -219,6 +210,188 @@ TEST_F(MenuHost, ListsInvokesAndExplains) {
   run_Cases(L"menuhost.txt");
   m_library.run("DllUnregisterServer");
   run_Cases(L"menuhost_unregistered.txt");
+}
+
+// A class that is a suite's component by the registry alone, which is all that the doctor looks at.
+constexpr std::wstring_view component_class = LR"(HKCR\CLSID\{5E0A9A5B-5C0D-4C0F-9A43-5B4E2A3C1D7F}\)";
+const auto extension_class = LR"(CLSID\)" + guid_Text(clsid_ShellExt) + L"\\";
+constexpr std::wstring_view extensions_key =
+    LR"(SOFTWARE\Microsoft\Windows\CurrentVersion\Shell Extensions\)";
+
+// Sets the value in one view of the registry, or deletes it where there is no text.
+void set_InView(const std::wstring& path, const wchar_t* text, REGSAM view) {
+  const auto place = find_Place(path);
+  HKEY opened = nullptr;
+  RegCreateKeyExW(place.Root, place.Key.c_str(), 0, nullptr, 0, KEY_WRITE | view, nullptr, &opened, nullptr);
+  const unique_hkey key(opened);
+  if (text == nullptr)
+    RegDeleteValueW(key.get(), place.Name.c_str());
+  else
+    RegSetValueExW(key.get(), place.Name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text),
+                   static_cast<DWORD>((wcslen(text) + 1) * sizeof(wchar_t)));
+}
+
+class Doctor : public MenuHost {
+ protected:
+  void TearDown() override {
+    mend();
+    for (const auto* kind : {L"*", L"Directory", L"Drive"})
+      RegDeleteTreeW(HKEY_CLASSES_ROOT, handler_Key(kind).c_str());
+    for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY})
+      RegDeleteKeyExW(HKEY_CLASSES_ROOT, (extension_class + L"InprocServer32").c_str(), view, 0);
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + m_translator_class).c_str());
+    MenuHost::TearDown();
+  }
+
+  static std::wstring handler_Key(const std::wstring& kind) {
+    return kind + LR"(\shellex\ContextMenuHandlers\Norvak)";
+  }
+
+  // A machine without a fault, whatever was wrong with it.
+  void mend() {
+    const auto dll = built_File(L"NorvakContextMenu.dll"), clsid = guid_Text(clsid_ShellExt);
+    for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+      set_InView(LR"(HKCR\)" + extension_class + LR"(InprocServer32\)", dll.c_str(), view);
+      set_InView(LR"(HKCR\)" + extension_class + LR"(TypeLib\)", guid_Text(libid_ShellExt).c_str(), view);
+      for (const std::wstring root : {LR"(HKLM\)", LR"(HKCU\)"})
+        set_InView(root + std::wstring(extensions_key) + LR"(Blocked\)" + clsid, nullptr, view);
+      set_InView(enforced, nullptr, view);
+      set_InView(norvak + LR"(quill\path)", nullptr, view);
+    }
+    set_Value(LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid);
+    for (const auto* kind : {L"*", L"Directory", L"Drive"})
+      set_Value(LR"(HKCR\)" + handler_Key(kind) + L"\\", clsid);
+    for (const auto* component : all_components)
+      if (component != &translator_component)
+        set_Value(LR"(HKCR\)" + std::wstring(component->ProgId) + LR"(\CLSID\)", id);
+    set_Value(std::wstring(component_class) + LR"(InprocServer32\)", make_File(m_suite + L"component.dll"));
+    set_Value(LR"(HKCR\CLSID\)" + m_translator_class + LR"(\InprocServer32\)", L"translator.dll");
+    set_Value(norvak + LR"(pdf\path)", m_suite);
+    set_Value(norvak + L"AlwaysDebug", L"");
+    set_Value(norvak + LR"(csp\INSTALLDIR)", L"");
+  }
+
+  // The codes of the problems that are found, and the exit status. Whether the log is on is settled once a
+  // process, so that takes a `menuhost` of its own.
+  static Lines examine(bool here) {
+    const auto shown = run_MenuHost(L"doctor --json " + ::quoted(pdf), here);
+    Lines codes;
+    static const std::wregex code(LR"x("code":"(\w+)")x");
+    for (std::wsregex_iterator found(shown.front().begin(), shown.front().end(), code), end; found != end;
+         ++found)
+      codes.push_back((*found)[1]);
+    codes.push_back(shown.back());
+    return codes;
+  }
+
+  // The one component that a diagnosis itself asks; one that cannot be made takes a second each time.
+  const Component m_translator{translator_component.ProgId,
+                               {{L"translateit", [](const Arguments& text) { return text.at(0); }}}};
+  const std::wstring m_translator_class =
+      value_At(LR"(HKCR\)" + std::wstring(translator_component.ProgId) + LR"(\CLSID\)");
+  static inline const std::wstring enforced =
+      LR"(HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Policies\Explorer\EnforceShellExtensionSecurity)";
+};
+
+// Each fault alone has its problem and no other; all that do not hide another have theirs together.
+TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
+  const auto clsid = guid_Text(clsid_ShellExt);
+  const REGSAM explorers = host::is_64BitWindows() ? KEY_WOW64_64KEY : 0;
+  const std::wstring own = LR"(HKCR\)" + extension_class, server = own + LR"(InprocServer32\)",
+                     gone = LR"(c:\gone\file.dll)";
+  const auto remove_Handler = [](const wchar_t* kind) {
+    return [kind] { RegDeleteTreeW(HKEY_CLASSES_ROOT, handler_Key(kind).c_str()); };
+  };
+  const auto write = [](std::wstring path, std::wstring text) { return [=] { set_Value(path, text); }; };
+  const auto write_InView = [](std::wstring path, std::wstring text, REGSAM view) {
+    return [=] { set_InView(path, text.c_str(), view); };
+  };
+  const auto block = [&](const std::wstring& root) {
+    return write_InView(root + std::wstring(extensions_key) + LR"(Blocked\)" + clsid, L"", explorers);
+  };
+  struct Fault {
+    Lines Codes;
+    std::function<void()> Break;
+    bool IsHidden = false;  // by another one
+  };
+  std::vector<Fault> faults{
+      {{L"classMissing"},
+       [&] {
+         for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY})
+           set_InView(server, L"", view);
+       },
+       true},
+      {{L"classFileGone"}, write_InView(server, gone, explorers), true},
+      {{L"otherVersion"}, write_InView(server, LR"(c:\windows\system32\kernel32.dll)", explorers)},
+      {{L"progIdMissing"}, write(LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", id)},
+      {{L"typeLibraryMissing"}, write(own + LR"(TypeLib\)", L"")},
+      {{L"handlerMissing"}, remove_Handler(L"*")},
+      {{L"handlerMissing"}, remove_Handler(L"Directory")},
+      {{L"handlerMissing"}, remove_Handler(L"Drive")},
+      {{L"notApproved"}, write_InView(enforced, L"1", explorers)},
+      {{L"blocked"}, block(LR"(HKLM\)")},
+      {{L"blocked"}, block(LR"(HKCU\)")},
+      {{L"suiteMissing"}, write(norvak + LR"(pdf\path)", L""), true},
+      {{L"componentMissing"}, write(LR"(HKCR\norvakcsp.PKCS7\CLSID\)", L"")},
+      {Lines(5, L"componentFileGone"), write(std::wstring(component_class) + LR"(InprocServer32\)", gone),
+       true},
+      {{L"componentMissing", L"logNotWritable"},
+       [&] {
+         write(LR"(HKCR\logging.logme\CLSID\)", L"")();
+         write(norvak + L"AlwaysDebug", L"1")();
+       }},
+      {{L"folderMissing"}, write(norvak + LR"(csp\INSTALLDIR)", LR"(c:\gone\)")}};
+  if (host::is_64BitWindows()) {
+    faults.push_back({{L"noDllForExplorer"}, write_InView(server, L"", KEY_WOW64_64KEY), true});
+    faults.push_back({{L"noDllFor32BitPrograms"}, write_InView(server, L"", KEY_WOW64_32KEY), true});
+    faults.push_back(
+        {{L"valueOverruled"}, write_InView(norvak + LR"(quill\path)", m_suite, KEY_WOW64_64KEY)});
+  }
+  mend();
+  EXPECT_EQ(examine(true), Lines{L"[0]"});
+  Lines expected;
+  for (const auto& fault : faults) {
+    fault.Break();
+    auto codes = fault.Codes;
+    codes.push_back(L"[3]");
+    EXPECT_EQ(examine(fault.Codes.back() != L"logNotWritable"), codes);
+    mend();
+    if (!fault.IsHidden)
+      expected.insert(expected.end(), fault.Codes.begin(), fault.Codes.end());
+  }
+  for (const auto& fault : faults)
+    if (!fault.IsHidden)
+      fault.Break();
+  expected.push_back(L"[3]");
+  auto found = examine(false);
+  std::ranges::sort(expected);
+  std::ranges::sort(found);
+  EXPECT_EQ(found, expected);
+}
+
+// What a 64-bit program needs to reach a 32-bit DLL of the suite.
+TEST_F(Doctor, FollowsAComponentIntoItsSurrogate) {
+  if (!host::is_64BitWindows() || is_SuitesBitness)
+    return;
+  mend();
+  RegDeleteTreeW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + id).c_str());
+  const auto reach = [] { return host::find_ComponentState(log_component); };
+  using enum host::Reach;
+  EXPECT_EQ(reach().How, Missing);
+  make_File(m_suite + L"logmod.dll");
+  EXPECT_EQ(reach().How, Unregistered);
+  const auto own = LR"(HKCR\CLSID\)" + id + L"\\", entry = LR"(HKCR\AppID\)" + id + L"\\";
+  set_InView(own + LR"(InprocServer32\)", L"c:\\gone.dll", KEY_WOW64_32KEY);
+  EXPECT_EQ(reach().How, FileGone);
+  set_InView(own + LR"(InprocServer32\)", L"logmod.dll", KEY_WOW64_32KEY);
+  EXPECT_EQ(reach().How, Unreachable);
+  EXPECT_EQ(reach().Entry, L"");
+  set_InView(own + L"AppID", id.c_str(), KEY_WOW64_32KEY);
+  EXPECT_EQ(reach().Entry, entry);
+  set_Value(entry + L"DllSurrogate", L"");
+  EXPECT_EQ(reach().How, Surrogate);
+  set_InView(own + LR"(InprocServer32\)", L"logmod.dll", KEY_WOW64_64KEY);
+  EXPECT_EQ(reach().How, Direct);
 }
 
 WPARAM picking_Key = VK_DOWN;
@@ -246,7 +419,7 @@ TEST_F(MenuHost, CarriesOutTheItemThatIsPickedInTheRealMenu) {
                                    std::pair(VK_RETURN, L"Invoked item 2: \"Open with quill!\".")}) {
     picking_Key = static_cast<WPARAM>(key);
     SetTimer(nullptr, 0, 10, press_Keys);
-    EXPECT_EQ(run_MenuHost(L"show " + ::quoted(pdf), true), (Lines{shown, L"[0]"}));
+    EXPECT_EQ(run_MenuHost(L"show " + ::quoted(pdf), true).front(), shown);
     wait_ForDisplay();
   }
   EXPECT_EQ(recorded_Starts(1).size(), 1u);

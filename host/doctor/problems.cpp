@@ -1,0 +1,175 @@
+#include "host/doctor/problems.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+
+#include "base/text.h"
+#include "files/files.h"
+#include "host/doctor/registry_views.h"
+#include "host/language.h"
+#include "host/version.h"
+#include "settings/registry.h"
+#include "settings/registry_view.h"
+#include "settings/settings.h"
+
+namespace host {
+namespace {
+
+using Problems = std::vector<Problem>;
+
+void add_MissingClass(const Registration& registration, Problems& problems) {
+  const auto setup = say(TEXT_RUN_SETUP);
+  if (registration.File.empty() && !registration.OtherFile.empty()) {
+    problems.push_back({L"noDllForExplorer", registration.ClassPath,
+                        say(TEXT_NO_DLL_FOR_EXPLORER, {registration.OtherFile}),
+                        say(TEXT_RUN_SETUP_NOT_ARM)});
+  } else if (registration.File.empty()) {
+    problems.push_back(
+        {L"classMissing", registration.ClassPath, say(TEXT_CLASS_MISSING, {registration.ClassPath}), setup});
+  } else if (!registration.IsFileThere) {
+    problems.push_back(
+        {L"classFileGone", registration.File, say(TEXT_CLASS_FILE_GONE, {registration.File}), setup});
+  } else if (registration.Version != program_version) {
+    problems.push_back(
+        {L"otherVersion", registration.File,
+         say(TEXT_OTHER_VERSION, {registration.File, registration.Version, std::wstring(program_version)}),
+         say(TEXT_RUN_NEWER_SETUP)});
+  }
+  if (is_64BitWindows() && registration.OtherFile.empty() && !registration.File.empty()) {
+    problems.push_back({L"noDllFor32BitPrograms", registration.ClassPath,
+                        say(TEXT_NO_DLL_FOR_32_BIT, {registration.File}), setup});
+  } else if (!registration.OtherFile.empty() && !file_Exists(registration.OtherFile)) {
+    problems.push_back({L"classFileGone", registration.OtherFile,
+                        say(TEXT_CLASS_FILE_GONE, {registration.OtherFile}), setup});
+  }
+}
+
+struct EntryProblem {
+  std::wstring_view Entry;
+  std::wstring_view Code;
+  unsigned long What;
+};
+
+constexpr std::array entry_problems{
+    EntryProblem{L"progId", L"progIdMissing", TEXT_PROG_ID_MISSING},
+    EntryProblem{L"typeLibrary", L"typeLibraryMissing", TEXT_TYPE_LIBRARY_MISSING},
+    EntryProblem{L"handlerForFiles", L"handlerMissing", TEXT_NO_HANDLER_FILES},
+    EntryProblem{L"handlerForFolders", L"handlerMissing", TEXT_NO_HANDLER_FOLDERS},
+    EntryProblem{L"handlerForDrives", L"handlerMissing", TEXT_NO_HANDLER_DRIVES},
+    EntryProblem{L"approval", L"notApproved", TEXT_NOT_APPROVED}};
+
+void add_WrongEntries(const Registration& registration, Problems& problems) {
+  for (const Entry& entry : registration.Entries) {
+    if (entry.State == EntryState::Registered || (entry.Name == L"approval" && !registration.NeedsApproval))
+      continue;
+    const auto row = std::ranges::find(entry_problems, entry.Name, &EntryProblem::Entry);
+    problems.push_back({row->Code, entry.Path, say(row->What, {entry.Path}), say(TEXT_RUN_SETUP)});
+  }
+  for (const std::wstring& block : registration.Blocks)
+    problems.push_back({L"blocked", block, say(TEXT_BLOCKED, {block}), say(TEXT_REMOVE_BLOCK)});
+}
+
+// What does not work without the component.
+unsigned long find_Loss(const SuiteComponent& component) {
+  struct Loss {
+    const SuiteComponent* Component;
+    unsigned long Text;
+  };
+  static constexpr std::array losses{
+      Loss{&log_component, TEXT_WITHOUT_LOG},         Loss{&translator_component, TEXT_WITHOUT_TRANSLATOR},
+      Loss{&semaphore_component, TEXT_WITHOUT_QUEUE}, Loss{&store_component, TEXT_WITHOUT_QUEUE},
+      Loss{&pdf_component, TEXT_WITHOUT_PDF},         Loss{&pkcs7_component, TEXT_WITHOUT_PKCS7}};
+  static_assert(losses.size() == all_components.size());
+  return std::ranges::find(losses, &component, &Loss::Component)->Text;
+}
+
+Problem describe_Component(const ComponentState& state) {
+  const std::wstring name = state.Component->ProgId;
+  const auto loss = L" " + say(find_Loss(*state.Component));
+  switch (state.How) {
+    case Reach::FileGone:
+      return {L"componentFileGone", name, say(TEXT_COMPONENT_FILE_GONE, {name, state.File}) + loss,
+              say(TEXT_REPAIR_SUITE)};
+    case Reach::Unregistered:
+      return {L"componentUnregistered", name, say(TEXT_COMPONENT_UNREGISTERED, {name, state.File}) + loss,
+              say(TEXT_REGISTER_COMPONENT, {state.File})};
+    case Reach::Unreachable:
+      return {L"componentUnreachable", name, say(TEXT_COMPONENT_UNREACHABLE, {name}) + loss,
+              state.Entry.empty() ? say(TEXT_RUN_SETUP) : say(TEXT_COMPLETE_ENTRY, {state.Entry})};
+    default:
+      return {L"componentMissing", name, say(TEXT_COMPONENT_MISSING, {name}) + loss, say(TEXT_REPAIR_SUITE)};
+  }
+}
+
+// Where the suite is not installed, that is the one thing to tell of its components.
+void add_Suite(std::span<const ComponentState> components, Problems& problems) {
+  const auto folder = get_InstallFolder();
+  if (folder.empty()) {
+    problems.push_back({L"suiteMissing", install_folder.Path, say(TEXT_SUITE_MISSING, {install_folder.Path}),
+                        say(TEXT_INSTALL_SUITE)});
+    return;
+  }
+  for (const ComponentState& state : components)
+    if (!is_Usable(state))
+      problems.push_back(describe_Component(state));
+}
+
+// A folder that a setting names and that is not there is found by nobody.
+void add_MissingFolders(Problems& problems) {
+  constexpr std::array folders{&install_folder,    &second_install_folder, &page_keeper_folder,
+                               &quill_sign_folder, &quill_folder,          &csp_folder,
+                               &debug_path,        &alternative_write_path};
+  for (const Setting* setting : folders) {
+    const auto found = find_Value(setting->Path);
+    const auto folder = as_Text(copy_Of(found.Value));
+    if (!folder.empty() && !folder_Exists(folder))
+      problems.push_back({L"folderMissing", setting->Path, say(TEXT_FOLDER_MISSING, {found.Place, folder}),
+                          say(TEXT_CORRECT_FOLDER)});
+  }
+}
+
+// On a 64-bit Windows a value may stand in two views. The 32-bit one is the suite's, and the other counts for
+// 64-bit programs alone, and there only while the first has none.
+void add_OverruledValues(Problems& problems) {
+  if (!is_64BitWindows())
+    return;
+  for (const Setting* setting : all_settings) {
+    const std::wstring path = setting->Path;
+    if (setting->Use == Usage::Written || !path.starts_with(L"HKLM"))
+      continue;
+    const auto other = read_InView(path, KEY_WOW64_64KEY);
+    const auto suites = read_InView(path, KEY_WOW64_32KEY);
+    if (other.empty() || other == suites)
+      continue;
+    const auto suites_path = through_SuiteView(path);
+    problems.push_back({L"valueOverruled", path,
+                        suites.empty() ? say(TEXT_VALUE_FOR_64_BIT_ALONE, {path, other})
+                                       : say(TEXT_VALUE_OVERRULED, {path, other, suites_path, suites}),
+                        say(TEXT_SET_IN_SUITES_VIEW, {suites_path})});
+  }
+}
+
+void add_Log(const LogState& log, Problems& problems) {
+  if (!log.IsOn)
+    return;
+  if (const auto fault = describe_LogFault(log); !fault.empty())
+    problems.push_back({L"logNotWritable", log.File, fault, say(TEXT_MEND_LOG)});
+}
+
+}  // namespace
+
+std::vector<Problem> find_Problems(const Registration& registration,
+                                   std::span<const ComponentState> components, const LogState& log) {
+  Problems problems;
+  add_MissingClass(registration, problems);
+  add_WrongEntries(registration, problems);
+  add_Suite(components, problems);
+  add_MissingFolders(problems);
+  add_OverruledValues(problems);
+  add_Log(log, problems);
+  return problems;
+}
+
+}  // namespace host
