@@ -124,7 +124,7 @@ OutFile "${SETUP}"
 BrandingText "${PRODUCT} ${VERSION}"
 ShowInstDetails nevershow
 ShowUninstDetails nevershow
-VIProductVersion "${VERSION}.0"
+VIProductVersion "${NUMBERS}"
 VIAddVersionKey ProductName "${PRODUCT}"
 VIAddVersionKey ProductVersion "${VERSION}"
 VIAddVersionKey FileDescription "${PRODUCT} Setup"
