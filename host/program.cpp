@@ -41,7 +41,9 @@ int run_Program(std::span<const std::wstring_view> words) {
     return exit_success;
   }
   if (arguments.WantsVersion) {
-    print_Text(L"menuhost " + std::wstring(program_version) + L"\n");
+    const std::wstring version(program_version);
+    print_Text((is_DevelopmentBuild ? say(TEXT_DEVELOPMENT_VERSION, {version}) : L"menuhost " + version) +
+               L"\n");
     return exit_success;
   }
   use_DiagnosticLog();

@@ -14,7 +14,8 @@ namespace {
 const std::wstring clsid = L"{2e416da3-34e8-444a-8288-8c2ff373681d}";
 const std::wstring class_key = LR"(clsid\)" + clsid;
 const std::wstring library_key = LR"(typelib\{60b0373e-c543-4525-a664-e9d775e867d8})";
-const auto version = std::wstring(L"" PROJECT_VERSION).substr(0, std::string(PROJECT_VERSION).rfind('.'));
+const std::wstring project = L"" PROJECT_VERSION;
+const auto version = project.substr(0, project.find(L'.', project.find(L'.') + 1));
 const std::wstring progid = L"norvakcontextmenu.shellext";
 const std::wstring other_view = LR"(wow6432node\)";  // the platform repeats some of the library's rows there
 

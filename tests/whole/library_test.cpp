@@ -18,6 +18,19 @@ TEST_F(BuiltFiles, HaveTheVersionOfTheProject) {
           VerQueryValueA(version.data(), (R"(\StringFileInfo\040904B0\)" + name).c_str(), &text, &size));
       EXPECT_STREQ(static_cast<const char*>(text), PROJECT_VERSION);
     }
+    // A development build has a fourth number, and says that it is one.
+    void* numbers = nullptr;
+    UINT size = 0;
+    ASSERT_TRUE(VerQueryValueW(version.data(), LR"(\)", &numbers, &size));
+    const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(numbers);
+    const auto fourth = LOWORD(fixed.dwFileVersionLS);
+    auto found = std::to_string(HIWORD(fixed.dwFileVersionMS)) + "." +
+                 std::to_string(LOWORD(fixed.dwFileVersionMS)) + "." +
+                 std::to_string(HIWORD(fixed.dwFileVersionLS));
+    if (fourth != 0)
+      found += "." + std::to_string(fourth);
+    EXPECT_EQ(found, PROJECT_VERSION);
+    EXPECT_EQ((fixed.dwFileFlags & VS_FF_PRERELEASE) != 0, fourth != 0);
   }
 }
 
