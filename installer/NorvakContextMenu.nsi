@@ -5,11 +5,14 @@
 ;   setup.exe /S [/D=C:\Folder]   installs or upgrades without a question; /D comes last and takes no quotes
 ;   setup.exe /remove             uninstalls without a question, and waits until it is done
 ;   Uninstall.exe [/S]            uninstalls; returns at once, while a copy of it goes on
+;   Uninstall.exe /S _?=FOLDER    the same in its own process, which is waited for but cannot delete itself
+;   either of them with /?        shows what it takes
 ;
 ; Exit status:
 ;      0   done
 ;      1   cancelled by the user
-;      2   failed, and everything is as it was; without a question, one sentence on the standard error output says why
+;      2   failed or not understood, and everything is as it was; without a question, one sentence on the standard error
+;          output says why
 ;   3010   done, but a file in use is removed only by the next restart of the machine
 Unicode true
 ManifestSupportedOS all
@@ -36,11 +39,30 @@ SetCompressor /SOLID lzma
 
 ; ---- The product: its files, its DLLs that register themselves, the keys that these write, and all other values
 
+; A name that a release has had stays in the lists, so that later ones remove it.
+!macro Subfolders STEP
+  !insertmacro For64Bit ${STEP} x64
+  !insertmacro ${STEP} docs
+  !insertmacro ${STEP} policies
+  !insertmacro ${STEP} "policies\de-DE"
+  !insertmacro ${STEP} "policies\en-US"
+!macroend
+
 !macro BuiltFiles STEP
   !insertmacro ${STEP} NorvakContextMenu.dll
   !insertmacro ${STEP} menuhost.exe
   !insertmacro For64Bit ${STEP} "x64\NorvakContextMenu.dll"
   !insertmacro For64Bit ${STEP} "x64\menuhost.exe"
+  !insertmacro ${STEP} "docs\administrators.html"
+  !insertmacro ${STEP} "docs\settings.html"
+  !insertmacro Template ${STEP} NorvakContextMenu
+  !insertmacro Template ${STEP} NorvakContextMenu-64
+!macroend
+
+!macro Template STEP NAME
+  !insertmacro ${STEP} "policies\${NAME}.admx"
+  !insertmacro ${STEP} "policies\de-DE\${NAME}.adml"
+  !insertmacro ${STEP} "policies\en-US\${NAME}.adml"
 !macroend
 
 !macro Files STEP
@@ -76,6 +98,7 @@ SetCompressor /SOLID lzma
   !insertmacro ${STEP} 32 "${APPS}" "DisplayVersion" REG_SZ "${VERSION}"
   !insertmacro ${STEP} 32 "${APPS}" "Publisher" REG_SZ "Norvak"
   !insertmacro ${STEP} 32 "${APPS}" "DisplayIcon" REG_SZ "$INSTDIR\Uninstall.exe"
+  !insertmacro ${STEP} 32 "${APPS}" "HelpLink" REG_SZ "$INSTDIR\docs\administrators.html"
   !insertmacro ${STEP} 32 "${APPS}" "InstallLocation" REG_SZ "$INSTDIR"
   !insertmacro ${STEP} 32 "${APPS}" "UninstallString" REG_SZ '"$INSTDIR\Uninstall.exe"'
   !insertmacro ${STEP} 32 "${APPS}" "QuietUninstallString" REG_SZ '"$INSTDIR\Uninstall.exe" /S'
@@ -84,6 +107,8 @@ SetCompressor /SOLID lzma
   !insertmacro ${STEP} 32 "${APPS}" "NoRepair" REG_DWORD 1
   ; What was not there before, so that just this goes again.
   !insertmacro ${STEP} 32 "${APPS}" "MadeFolder" REG_SZ "$MadeFolder"
+  !insertmacro ${STEP} 32 "${APPS}" "MadeSubfolders" REG_SZ "$MadeSubfolders"
+  !insertmacro ${STEP} 32 "${APPS}" "MadePath" REG_SZ "$MadePath"
   !insertmacro ${STEP} 32 "${APPS}" "MadeKeys" REG_SZ "$MadeKeys"
   !insertmacro For64Bit ${STEP} '32 "${APPS}" "MadeSurrogates" REG_SZ "$MadeSurrogates"'
 !macroend
@@ -106,11 +131,15 @@ Var SavedTrees
 Var Folder64      ; of the 64-bit build below the folder of the product, or empty
 Var MadeKeys      ; each followed by "|", subkeys before their parents; those of the 64-bit view begin with "64 "
 Var MadeSurrogates  ; the classes that a surrogate process was named for, each followed by "|"
-Var MadeFolder    ; the topmost
+Var MadeFolder    ; the topmost, down to that of the product
+Var MadeSubfolders  ; those below it, each followed by "|", the lower before the upper ones
+Var MadePath      ; what was appended to the machine's search path
 Var OldFolder     ; of the installed version, or empty
 Var OldMadeKeys
 Var OldMadeSurrogates
 Var OldMadeFolder
+Var OldMadeSubfolders
+Var OldMadePath
 Var Size          ; in bytes, then in kilobytes
 
 !include LogicLib.nsh
@@ -132,8 +161,16 @@ VIAddVersionKey FileVersion "${VERSION}"
 VIAddVersionKey CompanyName "Norvak"
 VIAddVersionKey LegalCopyright "Norvak"
 
+!define MUI_ICON setup.ico
+!define MUI_UNICON setup.ico
+!define MUI_WELCOMEFINISHPAGE_BITMAP setup.bmp
 !define MUI_ABORTWARNING
+; The framework's own texts have other programs closed and the machine restarted, of which nothing is needed here.
+!define MUI_WELCOMEPAGE_TEXT "$(Welcome)"
+!define MUI_FINISHPAGE_TEXT "$(Installed)"
+!define MUI_FINISHPAGE_TEXT_REBOOT "$(Installed)$\r$\n$\r$\n$(FileInUse)"
 !define MUI_FINISHPAGE_REBOOTLATER_DEFAULT
+!define MUI_UNCONFIRMPAGE_TEXT_TOP "$(Goodbye)"
 !insertmacro MUI_PAGE_WELCOME
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
@@ -158,6 +195,40 @@ VIAddVersionKey LegalCopyright "Norvak"
   StrCpy $R0 "$INSTDIR\${FILE}"
   StrCpy $R2 "$PLUGINSDIR\${FILE}"
   Call PlaceFile
+!macroend
+
+!macro MakeSubfolder NAME
+  StrCpy $R5 "$INSTDIR\${NAME}"
+  Call MakeFolder
+  ; What an earlier version has made here goes with this one.
+  ${If} $0 = 0
+  ${AndIf} $OldFolder == $INSTDIR
+    ClearErrors
+    ${WordFind} "|$OldMadeSubfolders" "|" "E/${NAME}" $1
+    ${IfNot} ${Errors}
+      StrCpy $0 1
+    ${EndIf}
+  ${EndIf}
+  ${If} $0 <> 0
+    StrCpy $MadeSubfolders "${NAME}|$MadeSubfolders"
+  ${EndIf}
+!macroend
+
+!macro UnpackFolder NAME
+  CreateDirectory "$PLUGINSDIR\${NAME}"
+!macroend
+
+!macro RemoveOldFolders
+  ${DoUntil} $OldMadeSubfolders == ""
+    ${WordFind} $OldMadeSubfolders "|" "+1" $R0
+    StrLen $0 "$R0|"
+    StrCpy $OldMadeSubfolders $OldMadeSubfolders "" $0
+    StrCpy $R0 "$OldFolder\$R0"
+    Call ${UN}RemoveFolder
+  ${Loop}
+  StrCpy $R0 $OldFolder
+  StrCpy $R1 $OldMadeFolder
+  Call ${UN}RemoveFolders
 !macroend
 
 !macro AddSize FILE
@@ -245,6 +316,7 @@ VIAddVersionKey LegalCopyright "Norvak"
     StrCpy $OldMadeSurrogates $OldMadeSurrogates "" $0
     Call ${UN}RemoveSurrogate
   ${Loop}
+  Call ${UN}RemoveFromSearchPath
   !insertmacro Values Remove
   ${DoUntil} $OldMadeKeys == ""
     ${WordFind} $OldMadeKeys "|" "+1" $2
@@ -264,6 +336,9 @@ VIAddVersionKey LegalCopyright "Norvak"
 !macro Finish
   Call ${UN}DropSavedTrees
   System::Call 'shell32::SHChangeNotify(i 0x08000000, i 0, p 0, p 0)'
+  ${If} $MadePath != $OldMadePath
+    Call ${UN}TellSearchPath
+  ${EndIf}
   ${If} ${RebootFlag}
     SetErrorLevel 3010
   ${EndIf}
@@ -283,6 +358,8 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${EndIf}
   ReadRegStr $OldFolder HKLM "${APPS}" "InstallLocation"
   ReadRegStr $OldMadeFolder HKLM "${APPS}" "MadeFolder"
+  ReadRegStr $OldMadeSubfolders HKLM "${APPS}" "MadeSubfolders"
+  ReadRegStr $OldMadePath HKLM "${APPS}" "MadePath"
   ReadRegStr $OldMadeKeys HKLM "${APPS}" "MadeKeys"
   ReadRegStr $OldMadeSurrogates HKLM "${APPS}" "MadeSurrogates"
   StrCpy $Folder64 ""
@@ -298,6 +375,8 @@ VIAddVersionKey LegalCopyright "Norvak"
 
 !define UN ""
 !include steps.nsh
+!include search_path.nsh
+!include words.nsh
 
 ; The folder that the command line names, as it stands there, in quotes or not. What arrives in $INSTDIR by itself may be
 ; another one, or none.
@@ -320,6 +399,8 @@ Function ReadFolder
       ${ExitDo}
     ${EndIf}
   ${Loop}
+  ; An option behind the folder would be taken for a part of it.
+  System::Call 'shlwapi::StrStrW(t "$Subject", t " /") p .r0'
   StrCpy $3 $Subject 2 1
   StrCpy $1 $Subject
   System::Call 'kernel32::GetFullPathNameW(t r1, i ${NSIS_MAX_STRLEN}, t .r2, p 0)'
@@ -329,19 +410,18 @@ Function ReadFolder
   ${EndIf}
   StrLen $4 $2
   StrCpy $INSTDIR $2
-  ${If} $3 != ":\"
+  ${If} $0 <> 0
+  ${OrIf} $3 != ":\"
   ${OrIf} $4 < 4
   ${OrIf} $INSTDIR != $2
-    !insertmacro Fail '$(NotFullPath)' ''
+    !insertmacro Refuse '$(Failed) $(NotFullPath)'
   ${EndIf}
 FunctionEnd
 
 Function .onInit
+  Call ReadWords
   !insertmacro Start
-  ${GetParameters} $0
-  ClearErrors
-  ${GetOptions} $0 "/remove" $1
-  ${IfNot} ${Errors}
+  ${If} $Removes != ""
     SetSilent silent
     StrCpy $INSTDIR ""
     Return
@@ -359,8 +439,8 @@ FunctionEnd
 Function InheritMadeFolder
   StrLen $0 $OldMadeFolder
   StrLen $1 $MadeFolder
-  StrCpy $2 "$INSTDIR$Folder64\" $0
-  StrCpy $3 "$INSTDIR$Folder64\" 1 $0
+  StrCpy $2 "$INSTDIR\" $0
+  StrCpy $3 "$INSTDIR\" 1 $0
   ${If} $OldMadeFolder != ""
   ${AndIf} $OldMadeFolder == $2
   ${AndIf} $3 == "\"
@@ -377,7 +457,7 @@ Section
   InitPluginsDir
   ClearErrors
   SetOverwrite try
-  CreateDirectory "$PLUGINSDIR$Folder64"
+  !insertmacro Subfolders UnpackFolder
   !insertmacro BuiltFiles Unpack
   WriteUninstaller "$PLUGINSDIR\Uninstall.exe"
   ${If} ${Errors}
@@ -386,6 +466,8 @@ Section
 
   ${If} $INSTDIR != ""
     Call MakeFolders
+    !insertmacro Subfolders MakeSubfolder
+    StrCpy $R5 ""
   ${EndIf}
   ${If} $OldFolder != ""
     !insertmacro RemoveOldVersion
@@ -397,6 +479,7 @@ Section
     Call InheritMadeFolder
     !insertmacro Files AddSize
     IntOp $Size $Size / 1024
+    Call AddToSearchPath
     !insertmacro Values Write
   ${EndIf}
 
@@ -407,9 +490,7 @@ Section
   ${If} $OldFolder != ""
   ${AndIf} $OldFolder != $INSTDIR
     !insertmacro Files DeleteOld
-    StrCpy $R0 "$OldFolder$Folder64"
-    StrCpy $R1 $OldMadeFolder
-    Call RemoveFolders
+    !insertmacro RemoveOldFolders
   ${EndIf}
   !insertmacro Finish
 SectionEnd
@@ -418,8 +499,11 @@ SectionEnd
 
 !define /redef UN "un."
 !include steps.nsh
+!include search_path.nsh
+!include words.nsh
 
 Function un.onInit
+  Call un.ReadWords
   !insertmacro Start
   ${If} $OldFolder == ""
     StrCpy $OldFolder $INSTDIR
@@ -440,8 +524,6 @@ Section Uninstall
 
   ; Nothing fails from here on.
   !insertmacro Files DeleteOld
-  StrCpy $R0 "$OldFolder$Folder64"
-  StrCpy $R1 $OldMadeFolder
-  Call un.RemoveFolders
+  !insertmacro RemoveOldFolders
   !insertmacro Finish
 SectionEnd

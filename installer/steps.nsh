@@ -42,21 +42,27 @@ Function ${UN}Fail
   Abort
 FunctionEnd
 
-; To the standard error output: a console takes UTF-16, anything else gets UTF-8.
+; To the standard error output, else to the console that the program was started at. $3 is 0 where there is neither.
 Function ${UN}WriteFailure
   StrCpy $1 "$Failure$\r$\n"
   StrLen $2 $1
   System::Call 'kernel32::GetStdHandle(i -12) p .r0'
-  ${If} $0 P<= 0
+  Call ${UN}WriteText
+  ${If} $3 = 0
     System::Call 'kernel32::AttachConsole(i -1)'
-    System::Call 'kernel32::GetStdHandle(i -12) p .r0'
+    System::Call 'kernel32::CreateFileW(t "CONOUT$$", i 0x40000000, i 2, p 0, i 3, i 0, p 0) p .r0'
+    Call ${UN}WriteText
   ${EndIf}
+FunctionEnd
+
+; A console takes UTF-16, anything else gets UTF-8.
+Function ${UN}WriteText
   System::Call 'kernel32::WriteConsoleW(p r0, t r1, i r2, *i, p 0) i .r3'
   ${If} $3 = 0
     System::Alloc 4096
     Pop $4
     System::Call 'kernel32::WideCharToMultiByte(i 65001, i 0, t r1, i r2, p r4, i 4096, p 0, p 0) i .r3'
-    System::Call 'kernel32::WriteFile(p r0, p r4, i r3, *i, p 0)'
+    System::Call 'kernel32::WriteFile(p r0, p r4, i r3, *i, p 0) i .r3'
     System::Free $4
   ${EndIf}
 FunctionEnd
@@ -276,26 +282,32 @@ FunctionEnd
 Function ${UN}DeleteAside
   StrCpy $0 0
   ${DoWhile} ${FileExists} "$R0${ASIDE}*.old"
-    Delete "$R0${ASIDE}*.old"
-    IntOp $0 $0 + 1
     ${If} $0 = 10
       Delete /REBOOTOK "$R0${ASIDE}*.old"
       ${ExitDo}
+    ${ElseIf} $0 > 0
+      Sleep 100
     ${EndIf}
-    Sleep 100
+    Delete "$R0${ASIDE}*.old"
+    IntOp $0 $0 + 1
   ${Loop}
+FunctionEnd
+
+; Removes the folder $R0 if it is empty, now or after the restart that removes what is still in use.
+Function ${UN}RemoveFolder
+  ClearErrors
+  RMDir "$R0"
+  ${If} ${Errors}
+  ${AndIf} ${RebootFlag}
+  ${AndIf} ${FileExists} "$R0"
+    RMDir /REBOOTOK "$R0"
+  ${EndIf}
 FunctionEnd
 
 ; Removes the folder $R0 and those above it up to $R1, as far as they are empty.
 Function ${UN}RemoveFolders
   ${DoWhile} $R1 != ""
-    ClearErrors
-    RMDir "$R0"
-    ${If} ${Errors}
-    ${AndIf} ${RebootFlag}
-    ${AndIf} ${FileExists} "$R0"
-      RMDir /REBOOTOK "$R0"
-    ${EndIf}
+    Call ${UN}RemoveFolder
     ${If} $R0 == $R1
       ${ExitDo}
     ${EndIf}
@@ -402,31 +414,39 @@ Function UndoMadeKey
 FunctionEnd
 
 Function MakeFolders
-  StrCpy $R3 "$INSTDIR$Folder64"
+  StrCpy $R3 $INSTDIR
   StrCpy $R4 2
   ${DoUntil} $R5 == $R3
     Call NextFolder
-    StrCpy $Subject $R5
-    System::Call 'kernel32::GetFileAttributesW(t R5) i .r0'
-    ${If} $0 = -1
-      System::Call 'kernel32::CreateDirectoryW(t R5, p 0) i .r1 ?e'
-      Pop $0
-      ${If} $1 = 0
-        !insertmacro Fail '$(CannotMakeFolder)' $0
-      ${EndIf}
-      ${If} $MadeFolder == ""
-        StrCpy $MadeFolder $R5
-      ${EndIf}
-      Push $R5
-      !insertmacro UndoBy UndoMadeFolder
-    ${Else}
-      IntOp $0 $0 & 0x10
-      ${If} $0 = 0
-        !insertmacro Fail '$(IsNoFolder)' ''
-      ${EndIf}
+    Call MakeFolder
+    ${If} $0 <> 0
+    ${AndIf} $MadeFolder == ""
+      StrCpy $MadeFolder $R5
     ${EndIf}
   ${Loop}
   StrCpy $R5 ""
+FunctionEnd
+
+; $0 is 0 where the folder $R5 was there.
+Function MakeFolder
+  StrCpy $Subject $R5
+  System::Call 'kernel32::GetFileAttributesW(t R5) i .r0'
+  ${If} $0 = -1
+    System::Call 'kernel32::CreateDirectoryW(t R5, p 0) i .r1 ?e'
+    Pop $0
+    ${If} $1 = 0
+      !insertmacro Fail '$(CannotMakeFolder)' $0
+    ${EndIf}
+    Push $R5
+    !insertmacro UndoBy UndoMadeFolder
+    StrCpy $0 1
+    Return
+  ${EndIf}
+  IntOp $0 $0 & 0x10
+  ${If} $0 = 0
+    !insertmacro Fail '$(IsNoFolder)' ''
+  ${EndIf}
+  StrCpy $0 0
 FunctionEnd
 
 Function UndoMadeFolder

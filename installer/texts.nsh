@@ -1,4 +1,5 @@
 ; What the setup says in both languages; everything else that it shows comes with the pages. A failure is one sentence.
+!define LINE "$\r$\n"
 
 !macro Text NAME ENGLISH GERMAN
   LangString ${NAME} ${LANG_ENGLISH} '${ENGLISH}'
@@ -28,3 +29,38 @@
   '"$Subject" nicht registriert werden kann (regsvr32 endete mit Status $0).'
 !insertmacro Text CannotUnregister '"$Subject" cannot be unregistered (regsvr32 has ended with status $0).' \
   '"$Subject" nicht abgemeldet werden kann (regsvr32 endete mit Status $0).'
+
+!insertmacro Text Welcome "This puts the items of the Norvak suite into the context menu of files, folders and drives, \
+for all users of this computer.${LINE}${LINE}Nothing needs to be closed. New Explorer windows show the new items; windows \
+that are open may keep what they have until Explorer starts again.${LINE}${LINE}$_CLICK" \
+  "Die Menüpunkte der Norvak-Suite kommen in das Kontextmenü von Dateien, Ordnern und Laufwerken, für alle Benutzer \
+dieses Computers.${LINE}${LINE}Es muss nichts geschlossen werden. Neue Explorer-Fenster zeigen die neuen Menüpunkte; \
+offene Fenster behalten unter Umständen die bisherigen, bis der Explorer neu startet.${LINE}${LINE}$_CLICK"
+!insertmacro Text Installed "${PRODUCT} ${VERSION} is installed, and new Explorer windows show its items." \
+  "${PRODUCT} ${VERSION} ist installiert, und neue Explorer-Fenster zeigen die Menüpunkte."
+!insertmacro Text FileInUse "A file of the version before is still in use. The next restart of the computer removes it; \
+there is no hurry." "Eine Datei der vorigen Version wird noch benutzt. Der nächste Neustart des Computers entfernt sie; \
+das eilt nicht."
+!insertmacro Text Goodbye "${PRODUCT} is removed for all users of this computer. Nothing needs to be closed, and the \
+settings of the suite stay." "${PRODUCT} wird für alle Benutzer dieses Computers entfernt. Es muss nichts geschlossen \
+werden, und die Einstellungen der Suite bleiben."
+!insertmacro Text UnknownWord 'it does not know the option "$Subject"; the option "/?" lists those that it knows.' \
+  'es die Option "$Subject" nicht kennt; die Option "/?" nennt die bekannten.'
+!insertmacro Text Usage "This installs ${PRODUCT} ${VERSION} for all users of a computer.${LINE}${LINE}\
+$EXEFILE [/S] [/D=FOLDER]${LINE}$EXEFILE /remove${LINE}${LINE}\
+/S  installs or upgrades without a question${LINE}\
+/D=FOLDER  installs into this folder; comes last and takes no quotes${LINE}\
+/remove  uninstalls without a question, and waits until it is done${LINE}${LINE}\
+The exit code is 0 when this is done, 1 when it was cancelled, 2 when nothing was changed, and 3010 when a file in \
+use is removed by the next restart of the computer." \
+  "Dies installiert ${PRODUCT} ${VERSION} für alle Benutzer eines Computers.${LINE}${LINE}\
+$EXEFILE [/S] [/D=ORDNER]${LINE}$EXEFILE /remove${LINE}${LINE}\
+/S  installiert oder aktualisiert ohne Rückfrage${LINE}\
+/D=ORDNER  installiert in diesen Ordner; steht am Ende und ohne Anführungszeichen${LINE}\
+/remove  deinstalliert ohne Rückfrage und wartet, bis das erledigt ist${LINE}${LINE}\
+Der Exitcode ist 0, wenn das erledigt ist, 1 nach einem Abbruch, 2, wenn nichts geändert wurde, und 3010, wenn \
+der nächste Neustart des Computers eine benutzte Datei entfernt."
+!insertmacro Text UninstallUsage "This removes ${PRODUCT} ${VERSION} from a computer.${LINE}${LINE}\
+Uninstall.exe [/S]${LINE}${LINE}/S  asks nothing; returns at once, while a copy goes on" \
+  "Dies entfernt ${PRODUCT} ${VERSION} von einem Computer.${LINE}${LINE}\
+Uninstall.exe [/S]${LINE}${LINE}/S  fragt nichts und kehrt sofort zurück, während eine Kopie weiterarbeitet"
