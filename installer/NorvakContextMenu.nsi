@@ -400,9 +400,9 @@ Function ReadFolder
     ${EndIf}
   ${Loop}
   ; An option behind the folder would be taken for a part of it.
-  System::Call 'shlwapi::StrStrW(t "$Subject", t " /") p .r0'
-  StrCpy $3 $Subject 2 1
   StrCpy $1 $Subject
+  System::Call 'shlwapi::StrStrW(t r1, t " /") p .r0'
+  StrCpy $3 $1 2 1
   System::Call 'kernel32::GetFullPathNameW(t r1, i ${NSIS_MAX_STRLEN}, t .r2, p 0)'
   StrCpy $1 $2 1 -1
   ${If} $1 == "\"
