@@ -16,6 +16,9 @@ class SetAside {
   // Whether nothing stands under the name now; a folder, and a file that may not be renamed, stay there.
   bool is_Free() const { return m_is_free; }
 
+  // Whether an earlier file has another name now.
+  bool has_File() const { return !m_other_name.empty(); }
+
   // The new file is whole, and the earlier one goes for good.
   void replace();
 

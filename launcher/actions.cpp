@@ -36,4 +36,6 @@ void run_Action(const Action& action, std::span<const FileEntry> files,
     run_Guarded(show_CertificateMessage);
   if (action.IsForPkcs7 && !flags.HasLink)
     run();
+  else if (action.IsForPkcs7)
+    run_Guarded([&] { pass_Over(files); });
 }

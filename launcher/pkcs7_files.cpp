@@ -33,10 +33,12 @@ AutomationObject create_Maker() {
   return component;
 }
 
-// What could not be made or done, and why; without a reason when all is well.
+// What became of a file, with the label of its line in the log, and what the person is told about it; nothing
+// when all is well.
 struct Outcome {
-  const wchar_t* Problem = nullptr;
+  const wchar_t* Label;
   std::wstring File;
+  const wchar_t* Problem = nullptr;
 };
 
 // A missing component leaves every file as it is. The person is told once for each kind of problem.
@@ -48,13 +50,12 @@ void process_Each(std::span<const FileEntry> files, Process&& process) {
     debug_Log(entry.LongName);
     if (entry.path().empty())
       break;
-    if (!component)
-      continue;
-    auto outcome = process(component.Get(), std::wstring(entry.path()));
-    if (outcome.Problem == nullptr)
-      continue;
-    debug_Log(L"Not done: ", outcome.File);
-    problems[outcome.Problem].push_back(std::move(outcome.File));
+    std::wstring file(entry.path());
+    auto outcome = component ? process(component.Get(), file)
+                             : Outcome{L"PKCS7 result: the component is missing: ", std::move(file)};
+    debug_Log(outcome.Label, outcome.File);
+    if (outcome.Problem != nullptr)
+      problems[outcome.Problem].push_back(std::move(outcome.File));
   }
   for (const auto& [problem, names] : problems)
     tell_Failure(problem.c_str(), names);
@@ -66,20 +67,25 @@ constexpr const wchar_t* not_created = L"The file could not be created.";
 Outcome create_One(IDispatch* component, const std::wstring& file, const std::wstring& output,
                    const std::wstring& container, bool is_detached) {
   if (is_Late(component))  // it would not hear of another file
-    return {not_created, output};
+    return {L"PKCS7 result: not tried, the component is late: ", output, not_created};
   SetAside earlier(output);
   if (!earlier.is_Free())
-    return {L"The earlier file cannot be replaced.", output};
+    return {L"PKCS7 result: not made, the earlier file cannot be replaced: ", output,
+            L"The earlier file cannot be replaced."};
   const auto answer = call_Member(component, L"create_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(exact_Path(output)),
                                    text_Argument(container), is_detached});
   if (answer && has_Content(output)) {
     earlier.replace();
-    return {};
+    return {L"PKCS7 result: made: ", output};
   }
-  if (is_Late(component))  // it may still write
+  if (is_Late(component)) {  // it may still write
     earlier.leave();
-  return {not_created, output};
+    return {L"PKCS7 result: unknown, the component is late: ", output, not_created};
+  }
+  return {
+      earlier.has_File() ? L"PKCS7 result: not made, the earlier file stays: " : L"PKCS7 result: not made: ",
+      output, not_created};
 }
 
 void create_Each(std::span<const FileEntry> files, std::wstring_view ending, bool is_detached) {
@@ -90,22 +96,32 @@ void create_Each(std::span<const FileEntry> files, std::wstring_view ending, boo
 }
 
 // Whatever is no clear yes is a no.
-bool is_Valid(std::optional<_variant_t> answer) {
-  return answer && SUCCEEDED(VariantChangeType(&*answer, &*answer, 0, VT_BOOL)) &&
-         answer->boolVal != VARIANT_FALSE;
+bool is_Valid(_variant_t answer) {
+  return SUCCEEDED(VariantChangeType(&answer, &answer, 0, VT_BOOL)) && answer.boolVal != VARIANT_FALSE;
 }
 
 Outcome validate(IDispatch* component, const std::wstring& file, bool is_always_valid) {
   const TemporaryFile made(L"content");
   const auto& output = made.path();
   if (output.empty())
-    return {L"The file could not be checked.", file};
+    return {L"PKCS7 result: not checked, no temporary file can be made: ", file,
+            L"The file could not be checked."};
   const auto answer = call_Member(component, L"validate_P7x",
                                   {text_Argument(exact_Path(file)), text_Argument(output), is_always_valid});
+  if (!answer)
+    return {L"PKCS7 result: not checked, the component gave no answer: ", file};
+  if (!is_Valid(*answer))
+    return {L"PKCS7 result: not clearly valid: ", file};
+  if (get_Extension(file) != L"p7m")
+    return {L"PKCS7 result: valid: ", file};
+  if (!file_Exists(output))
+    return {L"PKCS7 result: valid, no content was given: ", file};
   const auto content = file.substr(0, file.rfind(L'.'));
-  if (!is_Valid(answer) || get_Extension(file) != L"p7m" || !file_Exists(output) || file_Exists(content))
-    return {};
-  return copy_WithOrigin(output, content, file) ? Outcome() : Outcome{not_created, content};
+  if (file_Exists(content))
+    return {L"PKCS7 result: valid, not unpacked since a file is in the way: ", content};
+  if (!copy_WithOrigin(output, content, file))
+    return {L"PKCS7 result: valid, the content cannot be written: ", content, not_created};
+  return {L"PKCS7 result: valid, unpacked: ", content};
 }
 
 }  // namespace
@@ -116,6 +132,14 @@ void sign_Pkcs7(std::span<const FileEntry> files) {
 
 void envelop_Pkcs7(std::span<const FileEntry> files) {
   create_Each(files, envelope_ending, false);
+}
+
+void pass_Over(std::span<const FileEntry> files) {
+  for (const auto& entry : files) {
+    if (entry.path().empty())
+      break;
+    debug_Log(L"PKCS7 result: passed over, a shortcut is selected: ", entry.path());
+  }
 }
 
 void validate_Pkcs7(std::span<const FileEntry> files) {

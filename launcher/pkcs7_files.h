@@ -1,5 +1,6 @@
 // PKCS#7 signatures (".p7s"), envelopes (".p7m") and their validation, done by the suite's component
-// "norvakcsp.PKCS7". Each walks the selection up to the first entry without a path. No state.
+// "norvakcsp.PKCS7". Each walks the selection up to the first entry without a path, and leaves a line with
+// its outcome in the log for each file ("PKCS7 result: "). No state.
 #pragma once
 
 #include <span>
@@ -14,3 +15,6 @@ void envelop_Pkcs7(std::span<const FileEntry> files);
 
 // Validates each file; the content of a valid envelope is written beside it where no file is in the way.
 void validate_Pkcs7(std::span<const FileEntry> files);
+
+// Tells the log that none of the files is touched.
+void pass_Over(std::span<const FileEntry> files);

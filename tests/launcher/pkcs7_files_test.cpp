@@ -106,6 +106,56 @@ TEST_F(Pkcs7Files, ReplaceAnEarlierFileOnlyOnceTheyAreWhole) {
   EXPECT_TRUE(fs::is_directory(output));
 }
 
+// Each row: the action, the file it is for, what stands in the way (a folder where the name ends in a
+// backslash), what the component does, and the line in the log: its outcome and its file.
+TEST_F(Pkcs7Files, LeaveALineWithTheirOutcome) {
+  const Log log;
+  const auto plain = test_folder + L"a.txt", signature = plain + L".p7s", envelope = plain + L".p7m";
+  const struct {
+    const wchar_t* Action;
+    std::wstring File, InTheWay;
+    Member Component;  // null where there is none
+    std::wstring Outcome, Named;
+    const wchar_t* Selected = L"";
+  } rows[] = {
+      {L"p7s", plain, L"", makes_File(1), L"made", signature},
+      {L"p7m", plain, L"", makes_File(1), L"made", envelope},
+      {L"p7s", plain, signature, makes_File(1), L"made", signature},
+      {L"p7s", plain, L"", fails(), L"not made", signature},
+      {L"p7s", plain, L"", answers(true), L"not made", signature},
+      {L"p7s", plain, signature, fails(), L"not made, the earlier file stays", signature},
+      {L"p7s", plain, signature + L"\\", makes_File(1), L"not made, the earlier file cannot be replaced",
+       signature},
+      {L"p7s", plain, L"", nullptr, L"the component is missing", plain},
+      {L"vPKCS7", envelope, L"", nullptr, L"the component is missing", envelope},
+      {L"vPKCS7", signature, L"", makes_File(1), L"valid", signature},
+      {L"vPKCS7", signature, L"", answers(false), L"not clearly valid", signature},
+      {L"vPKCS7", envelope, L"", answers(L"perhaps"), L"not clearly valid", envelope},
+      {L"vPKCS7", envelope, L"", fails(), L"not checked, the component gave no answer", envelope},
+      {L"vPKCS7", envelope, L"", answers(true), L"valid, no content was given", envelope},
+      {L"vPKCS7", envelope, L"", makes_File(1), L"valid, unpacked", plain},
+      {L"vPKCS7", envelope, plain, makes_File(1), L"valid, not unpacked since a file is in the way", plain},
+      {L"vPKCS7", envelope, plain + L"\\", makes_File(1), L"valid, the content cannot be written", plain},
+      {L"vPKCS7", envelope, L"", makes_File(1), L"passed over, a shortcut is selected", envelope, L"Link"}};
+  for (const auto& row : rows) {
+    fs::remove_all(test_folder + L"a.txt");
+    fs::remove_all(signature);
+    if (!row.InTheWay.ends_with(L'\\'))
+      make_File(row.InTheWay.empty() ? row.File : row.InTheWay, L"older");
+    else
+      fs::create_directory(row.InTheWay);
+    m_pkcs7->IsCreatable = row.Component != nullptr;
+    m_pkcs7->Table[L"create_P7x"] = m_pkcs7->Table[L"validate_P7x"] = row.Component;
+    select_Flags(row.Selected);
+    const auto written = log.messages().size();
+    run(row.Action, {{row.File, L""}, {L"", L""}, {row.File, L""}});
+    auto lines = log.messages();
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(written));
+    std::erase_if(lines, [](const auto& line) { return !line.starts_with(L"PKCS7 result: "); });
+    EXPECT_EQ(lines, Lines{L"PKCS7 result: " + row.Outcome + L": " + row.Named});
+  }
+}
+
 TEST_F(Pkcs7Files, GiveTheirContentBackOnlyAfterAClearYesAndWithItsOrigin) {
   const std::wstring content = test_folder + L"a.txt", mark = L":Zone.Identifier";
   const auto envelope = make_File(content + L".p7m");
