@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 #include "base/boundary.h"
 #include "base/log.h"
 #include "base/process_values.h"
 #include "launcher/action_table.h"
 #include "launcher/translation.h"
+#include "menu/access_keys.h"
 #include "menu/insertion.h"
 #include "selection/selection.h"
 #include "settings/registry.h"
@@ -38,13 +40,15 @@ struct Block {
   UINT Position;
   UINT Command;
   UINT Record = 0;
+  std::vector<InsertedItem> Items = {};
 };
 
 void offer(const MenuItem& item, Settled<std::wstring>& known_caption, Block& block) {
-  const auto caption = caption_Of(item, known_caption);
+  auto caption = caption_Of(item, known_caption);
   action_table()[block.Record] = {caption, static_cast<long>(block.Command), static_cast<long>(block.Record),
                                   true, item.Picked.Keyword};
   insert_MenuItem(block.Position, block.Command, item.CheckBitmap, 0, block.Menu, caption);
+  block.Items.push_back({block.Position, block.Command, std::move(caption)});
 }
 
 void compose(const SelectionFlags& flags, Block& block) {
@@ -62,6 +66,9 @@ void compose(const SelectionFlags& flags, Block& block) {
   }
   if (block.Record != 0)
     InsertMenuW(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
+  // Last, when the captions that bring a mark of their own are all there.
+  if (!block.Items.empty())
+    run_Guarded([&block] { give_AccessKeys(block.Menu, block.Items); });
 }
 
 }  // namespace

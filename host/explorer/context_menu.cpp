@@ -48,11 +48,22 @@ std::wstring ask_WideThenAnsi(IContextMenu* extension, UINT offset, UINT wide_ty
   return text.empty() ? from_Ansi(ask_Text<char>(extension, offset, ansi_type)) : text;
 }
 
+// The text that a person reads: the mark of an access key is none of it.
+std::wstring without_Mark(const std::wstring& caption) {
+  std::wstring shown;
+  for (std::size_t index = 0; index < caption.size(); ++index) {
+    if (caption[index] == L'&' && index + 1 < caption.size())
+      ++index;
+    shown += caption[index];
+  }
+  return shown;
+}
+
 std::wstring read_Caption(HMENU menu, int position) {
   const auto length = GetMenuStringW(menu, static_cast<UINT>(position), nullptr, 0, MF_BYPOSITION);
   std::wstring caption(static_cast<std::size_t>(std::max(length, 0)), L'\0');
   GetMenuStringW(menu, static_cast<UINT>(position), caption.data(), length + 1, MF_BYPOSITION);
-  return caption;
+  return without_Mark(caption);
 }
 
 MenuEntry read_Entry(HMENU menu, int position, UINT first_id) {

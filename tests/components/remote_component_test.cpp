@@ -249,8 +249,8 @@ TEST_F(Surrogate, ServesTheNextMenuWhenItStartsLate) {
   auto object = library.create();
   select(object, {pdf});
   EXPECT_EQ(offered(object, 100),
-            (Lines{L"100 Open with Norvak", L"101 Open with quill!", L"102 Create PDF Signature *",
-                   L"103 Create PKCS7 Signature", L"104 Create PKCS7 Envelope", L"-"}));
+            (Lines{L"100 &Open with Norvak", L"101 Open &with quill!", L"102 &Create PDF Signature *",
+                   L"103 Create &PKCS7 Signature", L"104 Create PKCS7 &Envelope", L"-"}));
   EXPECT_EQ(waits.size(), 1u) << "nothing waits once the half second is used up";
   EXPECT_EQ(waits.at(0).second, menu_patience);
   EXPECT_EQ(library.run("DllCanUnloadNow"), S_FALSE);

@@ -75,7 +75,10 @@ TEST_P(Composition, FillsTheMenuAndTheTable) {
   if (index > 0)
     expected.push_back(L"-");
   expected.push_back(L"2 below");
-  EXPECT_EQ(menu.lines(), expected);
+  auto lines = menu.lines();
+  for (auto& line : lines)
+    std::erase(line, L'&');  // the access keys have cases of their own
+  EXPECT_EQ(lines, expected);
   const auto word = contains(row[2], L"Folders") ? L"True" : L"False";
   EXPECT_EQ(log.messages().front(), std::wstring(L"Query Context Menu FilesAreFolder: ") + word);
 }
@@ -101,8 +104,8 @@ TEST_F(Composition, KeepsCaptionsAndTheContainerNameOnceKnown) {
   set_Value(container, L"");
   const Menu menu;
   EXPECT_EQ(compose(menu), 3);
-  EXPECT_EQ(menu.lines(), (Lines{L"1 above", L"100 Unterschrift *", L"101 Unterschrift", L"102 Unterschrift",
-                                 L"-", L"2 below"}));
+  EXPECT_EQ(menu.lines(), (Lines{L"1 above", L"100 &Unterschrift *", L"101 U&nterschrift",
+                                 L"102 Un&terschrift", L"-", L"2 below"}));
 }
 
 }  // namespace

@@ -385,9 +385,9 @@ TEST_F(ShellExtension, FillsAMenuThatHasItemsAndSurvivesAnInvalidOne) {
   AppendMenuW(menu.Handle, MF_STRING, 1, L"Open");
   AppendMenuW(menu.Handle, MF_STRING, 2, L"Properties");
   EXPECT_EQ(object->QueryContextMenu(menu.Handle, 1, 100, 100, CMF_EXPLORE), 5);
-  EXPECT_EQ(menu.lines(),
-            (Lines{L"1 Open", L"100 Open with Norvak", L"101 Open with quill!", L"102 Create PDF Signature *",
-                   L"103 Create PKCS7 Signature", L"104 Create PKCS7 Envelope", L"-", L"2 Properties"}));
+  EXPECT_EQ(menu.lines(), (Lines{L"1 Open", L"100 &Open with Norvak", L"101 Open &with quill!",
+                                 L"102 &Create PDF Signature *", L"103 Create &PKCS7 Signature",
+                                 L"104 Create PKCS7 &Envelope", L"-", L"2 Properties"}));
   const auto shown = menu.item(3);
   EXPECT_EQ(shown.hbmpChecked, shown.hbmpUnchecked);
   EXPECT_EQ(offered(object, 1, CMF_DEFAULTONLY), Lines());

@@ -120,9 +120,10 @@ const std::vector<Fault> groups[] = {
     failing<E_FAIL, false, SHGetFolderPathW, CoCreateGuid>(),
     failing<CO_E_CLASSSTRING, false, CLSIDFromProgID>(),
     failing<E_OUTOFMEMORY, false, CoRegisterInitializeSpy>(),
-    failing<0, false, InsertMenuW, SetMenuItemBitmaps, LoadImageW, GetObjectA, CreateICA, GetDeviceCaps,
-            GetTextMetricsA, CreateCompatibleDC, CreateBitmapIndirect, SelectObject, SetStretchBltMode,
-            SetBrushOrgEx, StretchBlt>(),
+    failing<0, false, InsertMenuW, SetMenuItemBitmaps, GetMenuStringW, SetMenuItemInfoW, LoadImageW,
+            GetObjectA, CreateICA, GetDeviceCaps, GetTextMetricsA, CreateCompatibleDC, CreateBitmapIndirect,
+            SelectObject, SetStretchBltMode, SetBrushOrgEx, StretchBlt>(),
+    failing<-1, false, GetMenuItemCount, GetMenuItemID>(),
 #ifdef _WIN64  // the workers for components in other processes
     failing<0, false, CreateThread, GetModuleHandleExW>(),
     {fault<CoInitializeEx, E_OUTOFMEMORY, false, begin_Worker>()},
@@ -176,18 +177,18 @@ void Faults::arrange(const std::string& kind) {
   if (kind == "Pdf")
     m_click = {pdf,
                {0, 3, 50},
-               {L"100 Open with Norvak", L"101 Open with quill!", L"102 Create PDF Signature *",
-                L"103 Create PKCS7 Signature", L"104 Create PKCS7 Envelope"},
+               {L"100 &Open with Norvak", L"101 Open &with quill!", L"102 &Create PDF Signature *",
+                L"103 Create &PKCS7 Signature", L"104 Create PKCS7 &Envelope"},
                1};
   if (kind == "Envelope")
     m_click = {make_File(test_folder + L"b.txt.p7m"),
                {1},
-               {L"100 Open with quill!", L"101 Validate PKCS7 Signature"},
+               {L"100 &Open with quill!", L"101 &Validate PKCS7 Signature"},
                0};
   if (kind == "Drive") {
     make_DriveE();
     make_File(LR"(E:\norvak\norvak.tc)");
-    m_click = {LR"(E:\)", {1}, {L"100 Sign PDFs in Folder", L"101 Mount Secure Drive"}, 1, true};
+    m_click = {LR"(E:\)", {1}, {L"100 &Sign PDFs in Folder", L"101 &Mount Secure Drive"}, 1, true};
   }
 }
 
@@ -254,7 +255,7 @@ bool Faults::fail_AndRecover(long number, bool lasts) const {
   }
   if (m_click.Items.empty()) {  // an extension that captures nothing would offer none either
     set_Value(norvak + L"CardConnector", L"1");
-    EXPECT_EQ(right_Click(library), Lines{L"100 Validate PKCS7 Signature"});
+    EXPECT_EQ(right_Click(library), Lines{L"100 &Validate PKCS7 Signature"});
     set_Value(norvak + L"CardConnector", L"");
   }
   while (library.run("DllCanUnloadNow") != S_OK)  // work in the background ends by itself
