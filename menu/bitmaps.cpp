@@ -1,6 +1,9 @@
 #include "menu/bitmaps.h"
 
-#include <utility>
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <vector>
 
 #include "base/apartment.h"
 #include "base/module.h"
@@ -8,33 +11,24 @@
 namespace {
 
 constexpr UINT first_icon_id = 200;
+constexpr WORD pixel_bits = 32;
+constexpr std::uint8_t opaque = 0xFF;
 
-// Loading takes longer than all that a menu then does with a picture, so it stays loaded while what it is
-// made of stays the same.
+// Loading takes longer than all that a menu then does with a picture, so it stays loaded.
 struct LoadedPicture {
   UINT Id = 0;
-  PictureColours Colours{};
   unique_hbitmap Picture;
 };
 
-// What takes longer to get than a picture takes to scale: the contexts that it goes from and to.
-struct Display {
-  unique_hdc Source;
-  unique_hdc Target;
-};
-
 constinit PerApartment<LoadedPicture> loaded;
-constinit PerApartment<Display> display;
 
-// Colours of a picture that stand for those of a button face follow the user's colours.
-PictureColours picture_Colours() {
-  return {GetSysColor(COLOR_3DSHADOW), GetSysColor(COLOR_3DFACE), GetSysColor(COLOR_3DLIGHT)};
-}
+// It takes longer to get than a picture takes to scale.
+constinit PerApartment<unique_hdc> display;
 
 // In the form that it has in the file, which is the same for every display.
 unique_hbitmap load_BitmapResource(UINT id) {
-  return unique_hbitmap(static_cast<HBITMAP>(LoadImageW(get_Module(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0,
-                                                        0, LR_LOADMAP3DCOLORS | LR_CREATEDIBSECTION)));
+  return unique_hbitmap(static_cast<HBITMAP>(
+      LoadImageW(get_Module(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
 }
 
 unique_hbitmap load_IconResource(UINT id) {
@@ -56,123 +50,154 @@ unique_hbitmap load(UINT id) {
   return picture;
 }
 
-// A bitmap in a memory context, for as long as it is worked on.
-class SelectedBitmap {
- public:
-  SelectedBitmap(HDC context, HBITMAP bitmap)
-      : m_context(context), m_replaced(SelectObject(context, bitmap)) {}
-  ~SelectedBitmap() { SelectObject(m_context, m_replaced); }
-  SelectedBitmap(const SelectedBitmap&) = delete;
-  SelectedBitmap& operator=(const SelectedBitmap&) = delete;
+// Null when the display gives none.
+HDC open_Display() {
+  auto& context = *display;
+  if (!context) {
+    const unique_hdc screen(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
+    if (screen)
+      context.reset(CreateCompatibleDC(screen.get()));
+  }
+  return context.get();
+}
 
-  bool succeeded() const { return m_replaced != nullptr; }
+using Pixel = std::array<std::uint8_t, 4>;  // blue, green, red, alpha: as a bitmap has them in memory
 
- private:
-  HDC m_context;
-  HGDIOBJ m_replaced;
+struct Image {
+  SIZE Size{};
+  std::vector<Pixel> Pixels;  // row by row from the top
 };
 
-std::optional<SIZE> character_Cell(HDC context) {
-  TEXTMETRICA metrics{};
-  if (!GetTextMetricsA(context, &metrics))
-    return {};
-  return SIZE{metrics.tmMaxCharWidth, metrics.tmHeight};
+BITMAPINFO describe_Bitmap(SIZE size) {
+  BITMAPINFO info{};
+  info.bmiHeader.biSize = sizeof info.bmiHeader;
+  info.bmiHeader.biWidth = size.cx;
+  info.bmiHeader.biHeight = -size.cy;  // from the top
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = pixel_bits;
+  return info;
 }
 
-bool open_Display(Display& contexts) {
-  if (contexts.Target)
-    return true;
-  const unique_hdc screen(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
-  if (!screen)
+// Without pixels when they cannot be read.
+Image read_Image(HBITMAP bitmap) {
+  BITMAP form{};
+  const auto context = open_Display();
+  if (context == nullptr || GetObjectA(bitmap, sizeof form, &form) == 0)
+    return {};
+  Image image{{form.bmWidth, form.bmHeight}, {}};
+  image.Pixels.resize(static_cast<std::size_t>(form.bmWidth) * static_cast<std::size_t>(form.bmHeight));
+  auto info = describe_Bitmap(image.Size);
+  const auto rows = GetDIBits(context, bitmap, 0, static_cast<UINT>(form.bmHeight), image.Pixels.data(),
+                              &info, DIB_RGB_COLORS);
+  return rows == form.bmHeight ? image : Image();
+}
+
+void make_BackgroundTransparent(Image& image) {
+  const auto background = image.Pixels.front();
+  for (auto& pixel : image.Pixels)
+    pixel = pixel == background ? Pixel() : Pixel{pixel[0], pixel[1], pixel[2], opaque};
+}
+
+// Where one row (or column) of pixels is drawn over another one: the length that a pixel of each have in
+// common. Either row is `count` times `other_count` long.
+LONG common_Length(LONG index, LONG count, LONG other, LONG other_count) {
+  return std::min((index + 1) * other_count, (other + 1) * count) -
+         std::max(index * other_count, other * count);
+}
+
+// What the image has below the pixel of another size, each of its pixels by its share: with premultiplied
+// alpha, what is transparent lends an edge none of its colour.
+Pixel average(const Image& image, SIZE size, LONG column, LONG row) {
+  const auto [width, height] = image.Size;
+  std::array<LONG, 4> sums{};
+  for (LONG y = row * height / size.cy; y * size.cy < (row + 1) * height; ++y)
+    for (LONG x = column * width / size.cx; x * size.cx < (column + 1) * width; ++x) {
+      const auto& pixel = image.Pixels[static_cast<std::size_t>(y * width + x)];
+      const auto share = common_Length(row, size.cy, y, height) * common_Length(column, size.cx, x, width);
+      for (std::size_t part = 0; part < pixel.size(); ++part)
+        sums[part] += share * pixel[part];
+    }
+  const auto whole = width * height;
+  Pixel result{};
+  std::ranges::transform(sums, result.begin(),
+                         [whole](LONG sum) { return static_cast<std::uint8_t>((sum + whole / 2) / whole); });
+  return result;
+}
+
+Pixel show_On(COLORREF background, Pixel pixel) {
+  const std::array behind{GetBValue(background), GetGValue(background), GetRValue(background), opaque};
+  const int rest = opaque - pixel.back();
+  std::ranges::transform(pixel, behind, pixel.begin(), [rest](int part, int part_behind) {
+    return static_cast<std::uint8_t>(part + (part_behind * rest + opaque / 2) / opaque);
+  });
+  return pixel;
+}
+
+// A composed desktop has 32 bits a pixel, and its menus blend pictures that have an alpha channel; others
+// copy them. Whoever shows windows on it has the library already.
+bool is_DesktopComposed() {
+  HMODULE found = nullptr;
+  if (!GetModuleHandleExW(0, L"dwmapi.dll", &found))
     return false;
-  unique_hdc source(CreateCompatibleDC(screen.get()));
-  unique_hdc target(CreateCompatibleDC(screen.get()));
-  if (!source || !target)
+  const unique_hmodule library(found);
+  const auto entry = GetProcAddress(found, "DwmIsCompositionEnabled");
+  if (entry == nullptr)
     return false;
-  // Without it, shrinking drops whole rows of a thin picture.
-  SetStretchBltMode(target.get(), HALFTONE);
-  SetBrushOrgEx(target.get(), 0, 0, nullptr);
-  contexts = {std::move(source), std::move(target)};
-  return true;
-}
-
-// The description of a bitmap of the display in that size; its rows fill whole 16-bit words.
-BITMAP display_Bitmap(HDC context, SIZE size) {
-  constexpr LONG word_bits = 16;
-  constexpr LONG word_bytes = 2;
-  BITMAP bitmap{};
-  bitmap.bmPlanes = static_cast<WORD>(GetDeviceCaps(context, PLANES));
-  bitmap.bmBitsPixel = static_cast<WORD>(GetDeviceCaps(context, BITSPIXEL));
-  bitmap.bmWidth = size.cx;
-  bitmap.bmHeight = size.cy;
-  bitmap.bmWidthBytes = (size.cx * bitmap.bmBitsPixel + word_bits - 1) / word_bits * word_bytes;
-  return bitmap;
-}
-
-enum class Size { Own, CharacterCell };
-
-unique_hbitmap copy_OnDisplay(HBITMAP source, const BITMAP& from, Size size) {
-  auto& contexts = *display;
-  if (!open_Display(contexts))
-    return {};
-  const auto cell = size == Size::CharacterCell ? character_Cell(contexts.Target.get()) : std::nullopt;
-  if (size == Size::CharacterCell && !cell)
-    return {};
-  const auto to = display_Bitmap(contexts.Target.get(), cell.value_or(SIZE{from.bmWidth, from.bmHeight}));
-  unique_hbitmap target(CreateBitmapIndirect(&to));
-  const SelectedBitmap selected_source(contexts.Source.get(), source);
-  const SelectedBitmap selected_target(contexts.Target.get(), target.get());
-  if (!selected_target.succeeded())
-    return {};
-  StretchBlt(contexts.Target.get(), 0, 0, to.bmWidth, to.bmHeight, contexts.Source.get(), 0, 0, from.bmWidth,
-             from.bmHeight, SRCCOPY);
-  return target;
-}
-
-unique_hbitmap copy(HBITMAP source, Size size) {
-  BITMAP from{};
-  if (GetObjectA(source, sizeof from, &from) == 0)
-    return {};
-  auto made = copy_OnDisplay(source, from, size);
-  if (!made) {  // a display that has become another one does not take a bitmap of the earlier form
-    *display = {};
-    made = copy_OnDisplay(source, from, size);
-  }
-  return made;
+  BOOL is_composed = FALSE;
+  const auto ask = reinterpret_cast<HRESULT(WINAPI*)(BOOL*)>(reinterpret_cast<void (*)()>(entry));
+  return SUCCEEDED(ask(&is_composed)) && is_composed;
 }
 
 // Nothing when the display does not tell.
 std::optional<CheckBitmap::Form> present_Form(UINT id) {
-  auto& contexts = *display;
-  const auto cell = open_Display(contexts) ? character_Cell(contexts.Target.get()) : std::nullopt;
-  if (!cell)
+  const auto context = open_Display();
+  TEXTMETRICA metrics{};
+  if (context == nullptr || !GetTextMetricsA(context, &metrics))
     return {};
-  return CheckBitmap::Form{id, picture_Colours(), cell->cx, cell->cy};
+  CheckBitmap::Form form{id, metrics.tmMaxCharWidth, metrics.tmHeight, {}};
+  if (!is_DesktopComposed())
+    form.Background = GetSysColor(COLOR_MENU);
+  return form;
 }
 
 }  // namespace
 
 HBITMAP load_Picture(UINT id) {
-  const auto colours = picture_Colours();
   auto& kept = *loaded;
-  if (!kept.Picture || kept.Id != id || kept.Colours != colours)
-    kept = {id, colours, load(id)};
+  if (!kept.Picture || kept.Id != id)
+    kept = {id, load(id)};
   return kept.Picture.get();
 }
 
-unique_hbitmap scale_CheckBitmap(HBITMAP source) {
-  return copy(source, Size::CharacterCell);
+unique_hbitmap scale_CheckBitmap(HBITMAP source, SIZE size, std::optional<COLORREF> background) {
+  auto image = read_Image(source);
+  if (image.Pixels.empty())
+    return {};
+  make_BackgroundTransparent(image);
+  const auto info = describe_Bitmap(size);
+  void* bits = nullptr;
+  unique_hbitmap scaled(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+  if (!scaled)
+    return {};
+  auto* target = static_cast<Pixel*>(bits);
+  for (LONG row = 0; row < size.cy; ++row)
+    for (LONG column = 0; column < size.cx; ++column, ++target) {
+      const auto pixel = average(image, size, column, row);
+      *target = background ? show_On(*background, pixel) : pixel;
+    }
+  return scaled;
 }
 
 unique_hbitmap copy_Bitmap(HBITMAP source) {
-  return copy(source, Size::Own);
+  return unique_hbitmap(static_cast<HBITMAP>(CopyImage(source, IMAGE_BITMAP, 0, 0, 0)));
 }
 
 HBITMAP CheckBitmap::renew(UINT id) {
   const auto form = present_Form(id);
   if (!m_bitmap || !form || form != m_form) {
     m_bitmap.reset();  // it goes before the next is made
-    m_bitmap = scale_CheckBitmap(id != 0 ? load_Picture(id) : nullptr);
+    if (form && id != 0)
+      m_bitmap = scale_CheckBitmap(load_Picture(id), {form->Width, form->Height}, form->Background);
     m_form = form;
   }
   return m_bitmap.get();

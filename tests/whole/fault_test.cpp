@@ -121,11 +121,11 @@ const std::vector<Fault> groups[] = {
     failing<CO_E_CLASSSTRING, false, CLSIDFromProgID>(),
     failing<E_OUTOFMEMORY, false, CoRegisterInitializeSpy>(),
     failing<0, false, InsertMenuW, SetMenuItemBitmaps, GetMenuStringW, SetMenuItemInfoW, LoadImageW,
-            GetObjectA, CreateICA, GetDeviceCaps, GetTextMetricsA, CreateCompatibleDC, CreateBitmapIndirect,
-            SelectObject, SetStretchBltMode, SetBrushOrgEx, StretchBlt>(),
+            GetObjectA, CreateICA, GetTextMetricsA, CreateCompatibleDC, GetDIBits, CreateDIBSection,
+            GetModuleHandleExW>(),
     failing<-1, false, GetMenuItemCount, GetMenuItemID>(),
 #ifdef _WIN64  // the workers for components in other processes
-    failing<0, false, CreateThread, GetModuleHandleExW>(),
+    failing<0, false, CreateThread>(),
     {fault<CoInitializeEx, E_OUTOFMEMORY, false, begin_Worker>()},
     failing<E_OUTOFMEMORY, false, CoGetPSClsid>(),
 #endif
