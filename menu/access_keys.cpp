@@ -31,17 +31,6 @@ std::wstring_view read_Text(HMENU menu, UINT position, std::wstring& buffer) {
   return std::wstring_view(buffer).substr(0, static_cast<std::size_t>(std::max(length, 0)));
 }
 
-std::wstring keys_In(HMENU menu) {
-  constexpr std::size_t longest_text = 128;
-  std::wstring buffer(longest_text, L'\0');
-  std::wstring keys;
-  const int count = GetMenuItemCount(menu);
-  for (int position = 0; position < count; ++position)
-    if (const auto key = access_Key(read_Text(menu, static_cast<UINT>(position), buffer)); key != L'\0')
-      keys += key;
-  return keys;
-}
-
 }  // namespace
 
 wchar_t access_Key(std::wstring_view caption) {
@@ -51,30 +40,24 @@ wchar_t access_Key(std::wstring_view caption) {
   return L'\0';
 }
 
-std::wstring with_AccessKey(std::wstring_view caption, std::wstring& taken) {
-  std::wstring marked(caption);
+void mark_AccessKey(std::wstring& caption, std::wstring& taken) {
   if (access_Key(caption) != L'\0')
-    return marked;
-  replace_All(marked, L"&&", L"&");
-  replace_All(marked, L"&", L"&&");
-  if (const auto at = find_FreeLetter(marked, taken); at != std::wstring::npos) {
-    taken += to_Lower(marked[at]);
-    marked.insert(at, 1, mark);
+    return;
+  replace_All(caption, L"&&", L"&");
+  replace_All(caption, L"&", L"&&");
+  if (const auto at = find_FreeLetter(caption, taken); at != std::wstring::npos) {
+    taken += to_Lower(caption[at]);
+    caption.insert(at, 1, mark);
   }
-  return marked;
 }
 
-void give_AccessKeys(HMENU menu, std::span<const InsertedItem> own) {
-  auto taken = keys_In(menu);
-  for (const auto& item : own) {
-    auto marked = with_AccessKey(item.Caption, taken);
-    // Another item may stand where one of ours could not be inserted.
-    if (marked == item.Caption || GetMenuItemID(menu, static_cast<int>(item.Position)) != item.Command)
-      continue;
-    MENUITEMINFOW change{};
-    change.cbSize = sizeof change;
-    change.fMask = MIIM_STRING;
-    change.dwTypeData = marked.data();
-    SetMenuItemInfoW(menu, item.Position, TRUE, &change);
-  }
+std::wstring access_Keys(HMENU menu) {
+  constexpr std::size_t longest_text = 128;
+  std::wstring buffer(longest_text, L'\0');
+  std::wstring keys;
+  const int count = GetMenuItemCount(menu);
+  for (int position = 0; position < count; ++position)
+    if (const auto key = access_Key(read_Text(menu, static_cast<UINT>(position), buffer)); key != L'\0')
+      keys += key;
+  return keys;
 }

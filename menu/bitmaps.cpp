@@ -22,8 +22,13 @@ struct LoadedPicture {
 
 constinit PerApartment<LoadedPicture> loaded;
 
-// It takes longer to get than a picture takes to scale.
-constinit PerApartment<unique_hdc> display;
+// What takes longer to get than a picture takes to scale.
+struct Display {
+  unique_hdc Context;
+  bool ShowsTransparency = false;
+};
+
+constinit PerApartment<Display> display;
 
 // In the form that it has in the file, which is the same for every display.
 unique_hbitmap load_BitmapResource(UINT id) {
@@ -50,15 +55,30 @@ unique_hbitmap load(UINT id) {
   return picture;
 }
 
-// Null when the display gives none.
-HDC open_Display() {
-  auto& context = *display;
-  if (!context) {
-    const unique_hdc screen(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
-    if (screen)
-      context.reset(CreateCompatibleDC(screen.get()));
-  }
-  return context.get();
+// A composed desktop has 32 bits a pixel, and its menus blend pictures that have an alpha channel; others
+// copy them. Whoever shows windows on it has the library already.
+bool is_DesktopComposed() {
+  HMODULE found = nullptr;
+  if (!GetModuleHandleExW(0, L"dwmapi.dll", &found))
+    return false;
+  const unique_hmodule library(found);
+  const auto entry = GetProcAddress(found, "DwmIsCompositionEnabled");
+  if (entry == nullptr)
+    return false;
+  BOOL is_composed = FALSE;
+  const auto ask = reinterpret_cast<HRESULT(WINAPI*)(BOOL*)>(reinterpret_cast<void (*)()>(entry));
+  return SUCCEEDED(ask(&is_composed)) && is_composed;
+}
+
+// The context is null when the display gives none.
+const Display& open_Display() {
+  auto& own = *display;
+  if (own.Context)
+    return own;
+  const unique_hdc screen(CreateICA("DISPLAY", nullptr, nullptr, nullptr));
+  if (screen)
+    own = {unique_hdc(CreateCompatibleDC(screen.get())), is_DesktopComposed()};
+  return own;
 }
 
 using Pixel = std::array<std::uint8_t, 4>;  // blue, green, red, alpha: as a bitmap has them in memory
@@ -81,7 +101,7 @@ BITMAPINFO describe_Bitmap(SIZE size) {
 // Without pixels when they cannot be read.
 Image read_Image(HBITMAP bitmap) {
   BITMAP form{};
-  const auto context = open_Display();
+  const auto context = open_Display().Context.get();
   if (context == nullptr || GetObjectA(bitmap, sizeof form, &form) == 0)
     return {};
   Image image{{form.bmWidth, form.bmHeight}, {}};
@@ -133,29 +153,14 @@ Pixel show_On(COLORREF background, Pixel pixel) {
   return pixel;
 }
 
-// A composed desktop has 32 bits a pixel, and its menus blend pictures that have an alpha channel; others
-// copy them. Whoever shows windows on it has the library already.
-bool is_DesktopComposed() {
-  HMODULE found = nullptr;
-  if (!GetModuleHandleExW(0, L"dwmapi.dll", &found))
-    return false;
-  const unique_hmodule library(found);
-  const auto entry = GetProcAddress(found, "DwmIsCompositionEnabled");
-  if (entry == nullptr)
-    return false;
-  BOOL is_composed = FALSE;
-  const auto ask = reinterpret_cast<HRESULT(WINAPI*)(BOOL*)>(reinterpret_cast<void (*)()>(entry));
-  return SUCCEEDED(ask(&is_composed)) && is_composed;
-}
-
 // Nothing when the display does not tell.
 std::optional<CheckBitmap::Form> present_Form(UINT id) {
-  const auto context = open_Display();
+  const auto& own = open_Display();
   TEXTMETRICA metrics{};
-  if (context == nullptr || !GetTextMetricsA(context, &metrics))
+  if (!own.Context || !GetTextMetricsA(own.Context.get(), &metrics))
     return {};
   CheckBitmap::Form form{id, metrics.tmMaxCharWidth, metrics.tmHeight, {}};
-  if (!is_DesktopComposed())
+  if (!own.ShowsTransparency)
     form.Background = GetSysColor(COLOR_MENU);
   return form;
 }

@@ -40,35 +40,62 @@ struct Block {
   UINT Position;
   UINT Command;
   UINT Record = 0;
-  std::vector<InsertedItem> Items = {};
 };
 
-void offer(const MenuItem& item, Settled<std::wstring>& known_caption, Block& block) {
+struct OfferedItem {
+  UINT Position;
+  UINT Command;
+  UINT CheckBitmap;
+  std::wstring Caption;
+};
+
+OfferedItem offer(const MenuItem& item, Settled<std::wstring>& known_caption, const Block& block) {
   auto caption = caption_Of(item, known_caption);
-  action_table()[block.Record] = {caption, static_cast<long>(block.Command), static_cast<long>(block.Record),
-                                  true, item.Picked.Keyword};
-  insert_MenuItem(block.Position, block.Command, item.CheckBitmap, 0, block.Menu, caption);
-  block.Items.push_back({block.Position, block.Command, std::move(caption)});
+  OfferedItem offered{block.Position, block.Command, item.CheckBitmap, {}};
+  offered.Caption.reserve(caption.size() + 1);  // with room for the mark of its access key
+  offered.Caption = caption;
+  action_table()[block.Record] = {std::move(caption), static_cast<long>(block.Command),
+                                  static_cast<long>(block.Record), true, item.Picked.Keyword};
+  return offered;
+}
+
+// The letters that are access keys without our choice: a caption further down may bring one too.
+std::wstring access_Keys(const std::vector<OfferedItem>& items, HMENU menu) {
+  auto keys = access_Keys(menu);
+  for (const auto& item : items)
+    if (const auto key = access_Key(item.Caption); key != L'\0')
+      keys += key;
+  return keys;
+}
+
+void insert_Items(std::vector<OfferedItem>& items, HMENU menu) {
+  auto taken = run_Guarded(std::wstring(), [&] { return access_Keys(items, menu); });
+  for (auto& item : items)
+    run_Guarded([&] {
+      mark_AccessKey(item.Caption, taken);
+      insert_MenuItem(item.Position, item.Command, item.CheckBitmap, 0, menu, item.Caption);
+    });
 }
 
 void compose(const SelectionFlags& flags, Block& block) {
   const RememberedReads reads(RememberedReads::For::Menu);
   debug_Log(L"Query Context Menu FilesAreFolder: ", flags.FilesAreFolder ? L"True" : L"False");
+  std::vector<OfferedItem> items;
+  run_Guarded([&items] { items.reserve(menu_items.size()); });
   for (std::size_t index = 0; index < menu_items.size(); ++index) {
     const auto& item = menu_items[index];
     if (!run_Guarded(false, [&] { return item.find_Missing(flags).Name == nullptr; }))
       continue;
     // An item that fails on its way still has its identifier.
-    run_Guarded([&] { offer(item, captions[index], block); });
+    run_Guarded([&] { items.push_back(offer(item, captions[index], block)); });
     ++block.Position;
     ++block.Command;
     ++block.Record;
   }
-  if (block.Record != 0)
-    InsertMenuW(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
-  // Last, when the captions that bring a mark of their own are all there.
-  if (!block.Items.empty())
-    run_Guarded([&block] { give_AccessKeys(block.Menu, block.Items); });
+  if (block.Record == 0)
+    return;
+  insert_Items(items, block.Menu);
+  InsertMenuW(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
 }
 
 }  // namespace

@@ -149,6 +149,7 @@ TEST_F(Insertion, ShowsTransparencyOnAComposedDesktopAndElseTheColourOfMenus) {
   EXPECT_EQ(last_pixel(), (Pixel{250, 100, 10, 255}));
   const unique_hmodule library(LoadLibraryW(L"dwmapi.dll"));
   EXPECT_TRUE(patch_Import("GetProcAddress", reinterpret_cast<void*>(find_Composition)));
+  leave_Apartment();  // a thread asks once
   EXPECT_EQ(last_pixel(), Pixel());
   SetSysColors(1, &index, &earlier);
 }
