@@ -26,7 +26,7 @@ std::size_t find_FreeLetter(std::wstring_view text, std::wstring_view taken) {
 
 // Longer ones are cut, which may only hide a mark.
 std::wstring_view read_Text(HMENU menu, UINT position, std::wstring& buffer) {
-  const int length =
+  const auto length =
       GetMenuStringW(menu, position, buffer.data(), static_cast<int>(buffer.size()), MF_BYPOSITION);
   return std::wstring_view(buffer).substr(0, static_cast<std::size_t>(std::max(length, 0)));
 }
@@ -55,7 +55,7 @@ std::wstring access_Keys(HMENU menu) {
   constexpr std::size_t longest_text = 128;
   std::wstring buffer(longest_text, L'\0');
   std::wstring keys;
-  const int count = GetMenuItemCount(menu);
+  const auto count = GetMenuItemCount(menu);
   for (int position = 0; position < count; ++position)
     if (const auto key = access_Key(read_Text(menu, static_cast<UINT>(position), buffer)); key != L'\0')
       keys += key;
