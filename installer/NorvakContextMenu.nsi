@@ -54,6 +54,7 @@ SetCompressor /SOLID lzma
   !insertmacro For64Bit ${STEP} "x64\NorvakContextMenu.dll"
   !insertmacro For64Bit ${STEP} "x64\menuhost.exe"
   !insertmacro ${STEP} "docs\administrators.html"
+  !insertmacro ${STEP} "docs\menuhost.html"
   !insertmacro ${STEP} "docs\settings.html"
   !insertmacro Template ${STEP} NorvakContextMenu
   !insertmacro Template ${STEP} NorvakContextMenu-64

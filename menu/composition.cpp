@@ -110,12 +110,3 @@ HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UI
   run_Guarded([&block] { compose(current_Selection()->Flags, block); });
   return static_cast<HRESULT>(block.Command - idCmdFirst);
 }
-
-std::vector<ItemDecision> decide_Items(const SelectionFlags& flags) {
-  const RememberedReads reads(RememberedReads::For::Menu);
-  std::vector<ItemDecision> decisions(menu_items.size());
-  std::ranges::transform(menu_items, decisions.begin(), [&flags](const MenuItem& item) {
-    return ItemDecision{&item, item.find_Missing(flags)};
-  });
-  return decisions;
-}

@@ -6,8 +6,6 @@
 
 #include <shlobj.h>
 
-#include <vector>
-
 #include "menu/items.h"
 
 // The shell's `QueryContextMenu`, entered through the method table of `ShellExt`, whose object it does not
@@ -15,11 +13,3 @@
 // was offered. `idCmdLast` is not looked at: five identifiers are the most that a selection gets.
 HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UINT indexMenu, UINT idCmdFirst,
                                            UINT idCmdLast, UINT uFlags) noexcept;
-
-struct ItemDecision {
-  const MenuItem* Item = nullptr;
-  Condition Missing;  // the first one that does not hold; without a name for an item that is offered
-};
-
-// What `QueryContextMenu` decides for a selection with these flags, for all ten items.
-std::vector<ItemDecision> decide_Items(const SelectionFlags& flags);
