@@ -48,10 +48,10 @@ std::wstring json_Array(const std::vector<std::wstring>& values) {
 }
 
 std::wstring json_Object(const std::vector<std::pair<std::wstring_view, std::wstring>>& members) {
-  std::vector<std::wstring> values;
+  std::wstring joined;
   for (const auto& [name, value] : members)
-    values.push_back(json_Text(name) + L":" + value);
-  return L"{" + join_Values(values) + L"}";
+    joined += (joined.empty() ? L"" : L",") + json_Text(name) + L":" + value;
+  return L"{" + joined + L"}";
 }
 
 std::wstring json_Answer(std::wstring_view command,

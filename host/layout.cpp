@@ -73,11 +73,12 @@ std::wstring compose_Row(const Row& row, const std::vector<Column>& columns) {
     line = pad_Right(line, start);
     if (i + 1 == row.size() && !row[i].empty())
       return lines + line + wrap_Text(row[i], start, start);
-    line += row[i].size() <= width ? pad_Right(row[i], width + 2) : row[i];
-    if (line.size() > line_width) {
-      lines += pad_Right({}, start) + wrap_Text(row[i], start, start);
-      line.clear();
+    if (start + row[i].size() <= line_width) {
+      line += pad_Right(row[i], width + 2);
+      continue;
     }
+    lines += line + wrap_Text(row[i], start, start);
+    line.clear();
   }
   end_Line();
   return lines;

@@ -62,7 +62,7 @@ LogState switch_On(const std::vector<std::wstring>& words) {
   if (!is_FullPath(words[1]) || !folder_Exists(words[1]))
     throw Failure{say(TEXT_NO_FOLDER, {words[1]})};
   const auto folder = with_Backslash(words[1]);
-  const auto state = find_LogState(folder);
+  auto state = find_LogState(folder);
   require_Writable(state);
   write_Setting(debug_path, folder);
   return state;

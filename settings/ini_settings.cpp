@@ -88,9 +88,10 @@ bool is_OneLine(std::wstring_view text) {
 }
 
 bool can_Hold(const RegistryPlace& place) {
-  return !place.Key.empty() && !contains(place.Key, L"]") && is_OneLine(place.Key) && !place.Name.empty() &&
-         !has_SpaceAtAnEnd(place.Name) && !place.Name.starts_with(L'[') && !place.Name.starts_with(L';') &&
-         !contains(place.Name, L"=") && is_OneLine(place.Name);
+  return !place.Key.empty() && !has_SpaceAtAnEnd(place.Key) && !contains(place.Key, L"]") &&
+         is_OneLine(place.Key) && !place.Name.empty() && !has_SpaceAtAnEnd(place.Name) &&
+         !place.Name.starts_with(L'[') && !place.Name.starts_with(L';') && !contains(place.Name, L"=") &&
+         is_OneLine(place.Name);
 }
 
 std::wstring read_File(const RegistryPlace& place, const std::wstring& file) {

@@ -22,9 +22,10 @@ using Microsoft::WRL::ComPtr;
 
 std::vector<ItemState> list_Items() {
   const auto flags = current_Selection()->Flags;
-  std::vector<ItemState> items;
-  for (const MenuItem& item : menu_items)
-    items.push_back({&item, translate_String(item.Caption), find_TellingCondition(item, flags)});
+  std::vector<ItemState> items(menu_items.size());
+  std::ranges::transform(menu_items, items.begin(), [&flags](const MenuItem& item) {
+    return ItemState{&item, translate_String(item.Caption), find_TellingCondition(item, flags)};
+  });
   return items;
 }
 
@@ -41,9 +42,10 @@ std::vector<SettingState> list_Settings() {
 }
 
 std::vector<ProgramState> list_Programs() {
-  std::vector<ProgramState> states;
-  for (const NamedProgram& program : programs)
-    states.push_back({program.Name, program.Find(), list_SearchedPaths(program.Kind)});
+  std::vector<ProgramState> states(programs.size());
+  std::ranges::transform(programs, states.begin(), [](const NamedProgram& program) {
+    return ProgramState{program.Name, program.Find(), list_SearchedPaths(program.Kind)};
+  });
   states.push_back({L"NorvakConfig.exe", find_ConfigurationTool(), {}});
   return states;
 }

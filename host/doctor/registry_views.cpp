@@ -45,7 +45,7 @@ std::wstring read_InView(const std::wstring& path, REGSAM view) {
       std::memcpy(&number, text.data(), sizeof number);
       return std::to_wstring(number);
     }
-    return text.c_str();  // NOLINT(readability-redundant-string-cstr): up to the first NUL only
+    return text.substr(0, text.find(L'\0'));
   }
 }
 

@@ -87,7 +87,7 @@ ComPtr<IContextMenu> german_Menu(const Library& library, const std::wstring& pat
   EXPECT_TRUE(becomes_True([&] {
     object = library.create();
     select(object, {path});
-    return offered(object, 100).at(0) == L"100 Mit Norvak \u00F6ffnen";
+    return offered(object, 100).at(0) == L"100 &Mit Norvak \u00F6ffnen";
   }));
   return object;
 }
