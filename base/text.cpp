@@ -36,6 +36,13 @@ std::vector<std::wstring> split(std::wstring_view text, wchar_t separator) {
   }
 }
 
+std::wstring join(const std::vector<std::wstring>& pieces, std::wstring_view separator) {
+  std::wstring joined;
+  for (const auto& piece : pieces)
+    joined.append(joined.empty() ? std::wstring_view() : separator).append(piece);
+  return joined;
+}
+
 std::wstring_view after_Last(std::wstring_view text, wchar_t mark) {
   return text.substr(text.rfind(mark) + 1);
 }

@@ -27,6 +27,9 @@ bool equals_IgnoringCase(std::wstring_view left, std::wstring_view right);
 // The pieces between the separators; a text without one is a single piece, also when it is empty.
 std::vector<std::wstring> split(std::wstring_view text, wchar_t separator);
 
+// The pieces with the separator between them.
+std::wstring join(const std::vector<std::wstring>& pieces, std::wstring_view separator);
+
 // The text after the last `mark`, or the whole text when it has none.
 std::wstring_view after_Last(std::wstring_view text, wchar_t mark);
 

@@ -3,8 +3,12 @@
 // (`exact_Path`). No state.
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <string_view>
+
+#include "base/handles.h"
 
 // The folder with a backslash at its end; empty unless that is a full path. A setting that names no full path
 // would have programs and components taken from the current folder, into which anyone may have put files.
@@ -18,6 +22,19 @@ bool has_Content(const std::wstring& path);
 
 // A folder of that path exists; so is a drive root.
 bool folder_Exists(const std::wstring& path);
+
+// What the routine does with each file and folder that fits the pattern, "." and ".." included.
+template <typename Visit>
+void visit_Each(const std::wstring& pattern, Visit&& visit) {
+  WIN32_FIND_DATAW found{};
+  const HANDLE opened = FindFirstFileW(pattern.c_str(), &found);
+  if (opened == INVALID_HANDLE_VALUE)
+    return;
+  const unique_search search(opened);
+  do
+    visit(found);
+  while (FindNextFileW(opened, &found));
+}
 
 // Copies the file to a path where none is yet. The copy gets the mark of the file that it was made of, if
 // that came from the network ("Zone.Identifier"). False when one is there, which stays as it is, or when

@@ -15,6 +15,7 @@
 #include "base/handles.h"
 #include "base/process_values.h"
 #include "files/file_names.h"
+#include "files/files.h"
 #include "files/user.h"
 
 namespace {
@@ -65,18 +66,6 @@ bool make_OwnFolder(const std::wstring& path) {
   const unique_local_memory owner(descriptor);
   SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor, FALSE};
   return CreateDirectoryW(path.c_str(), &attributes) != FALSE;
-}
-
-template <typename Visit>
-void visit_Each(const std::wstring& pattern, Visit&& visit) {
-  WIN32_FIND_DATAW found{};
-  const HANDLE opened = FindFirstFileW(pattern.c_str(), &found);
-  if (opened == INVALID_HANDLE_VALUE)
-    return;
-  const unique_search search(opened);
-  do
-    visit(found);
-  while (FindNextFileW(opened, &found));
 }
 
 bool is_Old(const FILETIME& time) {

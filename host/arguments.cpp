@@ -81,17 +81,18 @@ bool is_Option(std::wstring_view word) {
   return (word.size() > 1 && word.starts_with(L'-')) || (word.starts_with(L'/') && find_Option(word));
 }
 
-using Words = std::span<const std::wstring_view>;
+using Words = std::span<const std::wstring>;
 
 // Applies the option at the front of `words`, its value behind "=" or in the next word; returns the words
 // left.
 Words apply_Option(Arguments& arguments, Words words) {
-  const auto name = words.front().substr(0, words.front().find(L'='));
+  const std::wstring_view word = words.front();
+  const auto name = word.substr(0, word.find(L'='));
   const auto* const row = find_Option(name);
   if (row == nullptr)
     throw Failure{say(TEXT_NO_OPTION, {std::wstring(name)}), exit_wrong_usage};
   arguments.Options.push_back(row->Name);
-  const auto has_value = name.size() < words.front().size();
+  const auto has_value = name.size() < word.size();
   if (row->ValueName.empty()) {
     if (has_value)
       throw Failure{say(TEXT_OPTION_WITHOUT_VALUE, {std::wstring(name)}), exit_wrong_usage};
@@ -99,7 +100,7 @@ Words apply_Option(Arguments& arguments, Words words) {
     return words.subspan(1);
   }
   if (has_value) {
-    row->Apply(arguments, words.front().substr(name.size() + 1));
+    row->Apply(arguments, word.substr(name.size() + 1));
     return words.subspan(1);
   }
   if (words.size() < 2)
@@ -108,25 +109,16 @@ Words apply_Option(Arguments& arguments, Words words) {
   return words.subspan(2);
 }
 
-// The prompt's way of quoting takes the backslash in "E:\" for a part of the text's end: the word comes as
-// E:" then, and no path has a quote.
-std::wstring mend_LastQuote(std::wstring_view word) {
-  std::wstring mended(word);
-  if (mended.size() > 1 && mended.ends_with(L'"'))
-    mended.back() = L'\\';
-  return mended;
-}
-
 void add_Operand(Arguments& arguments, std::wstring_view word) {
   if (arguments.Command.empty())
     arguments.Command = word;
   else
-    arguments.Operands.push_back(mend_LastQuote(word));
+    arguments.Operands.emplace_back(word);
 }
 
 }  // namespace
 
-UINT parse_Number(std::wstring_view text, std::wstring_view meaning, UINT highest) {
+UINT parse_Number(std::wstring_view text, std::wstring_view meaning, UINT highest, UINT lowest) {
   const auto is_hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
   // from_chars reads bytes only; what is no plain character becomes one that no number holds.
   std::string digits;
@@ -135,18 +127,41 @@ UINT parse_Number(std::wstring_view text, std::wstring_view meaning, UINT highes
   UINT number = 0;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, number, is_hexadecimal ? 16 : 10);
-  if (digits.empty() || error != std::errc() || stop != end || number > highest) {
-    throw Failure{say(TEXT_NO_NUMBER, {std::wstring(meaning), std::to_wstring(highest), std::wstring(text)}),
+  if (digits.empty() || error != std::errc() || stop != end || number > highest || number < lowest) {
+    throw Failure{say(TEXT_NO_NUMBER, {std::wstring(meaning), std::to_wstring(lowest),
+                                       std::to_wstring(highest), std::wstring(text)}),
                   exit_wrong_usage};
   }
   return number;
+}
+
+std::vector<std::wstring> split_CommandLine(std::wstring_view command_line) {
+  std::vector<std::wstring> words;
+  bool is_quoted = false;
+  bool is_inside = false;  // of a word
+  for (const wchar_t letter : command_line) {
+    if (!is_quoted && (letter == L' ' || letter == L'\t')) {
+      is_inside = false;
+      continue;
+    }
+    if (!is_inside)
+      words.emplace_back();
+    is_inside = true;
+    if (letter == L'"')
+      is_quoted = !is_quoted;
+    else
+      words.back() += letter;
+  }
+  if (!words.empty())
+    words.erase(words.begin());
+  return words;
 }
 
 Arguments parse_Arguments(Words words) {
   Arguments arguments;
   while (!words.empty()) {
     if (words.front() == L"--") {
-      for (const std::wstring_view word : words.subspan(1))
+      for (const std::wstring& word : words.subspan(1))
         add_Operand(arguments, word);
       break;
     }

@@ -73,12 +73,12 @@ int list_Items(const Arguments& arguments) {
 
 // Carries the item out and reports it; `number` counts the items from 1.
 void run_Item(const Session& session, const Arguments& arguments, std::size_t number, HWND owner) {
-  const auto& paths = session.Selected.Paths;
-  const auto known_files = list_Files(paths);
+  const auto folders = list_Folders(session.Selected.Paths);
+  const auto known_files = list_Files(folders);
   Outcome outcome{number, select_Items(session.Offered)[number - 1], {}};
   invoke_Item(session.Extension.Get(), outcome.Item, owner);
   handle_WaitingMessages();
-  outcome.NewFiles = list_NewFiles(paths, known_files);
+  outcome.NewFiles = list_NewFiles(folders, known_files);
   print_Text(arguments.IsJson ? describe_OutcomeAsJson(session.Selected, outcome, arguments)
                               : describe_Outcome(outcome));
 }
@@ -93,11 +93,11 @@ int report_NoItem(const Session& session, const Arguments& arguments, unsigned l
 int invoke_ByNumber(const Arguments& arguments) {
   if (arguments.Operands.empty())
     throw Failure{say(TEXT_NUMBER_NEEDED), exit_wrong_usage};
-  const auto number = parse_Number(arguments.Operands.front(), say(TEXT_ITEM_NUMBER), last_command_id);
+  const auto number = parse_Number(arguments.Operands.front(), say(TEXT_ITEM_NUMBER), last_command_id, 1);
   const Session session =
       open_Session(arguments, std::span(arguments.Operands).subspan(1), unique_hmenu(CreatePopupMenu()));
   const auto count = select_Items(session.Offered).size();
-  if (number < 1 || number > count)
+  if (number > count)
     throw Failure{say(TEXT_NO_SUCH_ITEM, {std::to_wstring(number), std::to_wstring(count)})};
   run_Item(session, arguments, number, nullptr);
   return exit_success;
@@ -127,7 +127,7 @@ int show_Menu(const Arguments& arguments) {
   return exit_success;
 }
 
-int explain_Items(const Arguments& arguments) {
+int run_Doctor(const Arguments& arguments) {
   const auto diagnosis = diagnose(select_Paths(arguments, arguments.Operands));
   print_Text(arguments.IsJson ? describe_DiagnosisAsJson(diagnosis)
                               : describe_Diagnosis(diagnosis, arguments.IsAll));
@@ -151,7 +151,7 @@ constexpr CommandRow command_table[] = {
     {L"list", L"PATH…", TEXT_SUMMARY_LIST, TEXT_HELP_LIST, list_Items},
     {L"show", L"PATH…", TEXT_SUMMARY_SHOW, TEXT_HELP_SHOW, show_Menu},
     {L"invoke", L"N PATH…", TEXT_SUMMARY_INVOKE, TEXT_HELP_INVOKE, invoke_ByNumber},
-    {L"doctor", L"PATH…", TEXT_SUMMARY_DOCTOR, TEXT_HELP_DOCTOR, explain_Items},
+    {L"doctor", L"PATH…", TEXT_SUMMARY_DOCTOR, TEXT_HELP_DOCTOR, run_Doctor},
     {L"log", L"on [FOLDER]|off|show", TEXT_SUMMARY_LOG, TEXT_HELP_LOG, run_Log},
     {L"help", L"[COMMAND]", TEXT_SUMMARY_HELP, TEXT_HELP_HELP, print_Help},
 };

@@ -4,15 +4,10 @@
 
 #include <array>
 
+#include "base/text.h"
+
 namespace host {
 namespace {
-
-std::wstring join_Values(const std::vector<std::wstring>& values) {
-  std::wstring joined;
-  for (const std::wstring& value : values)
-    joined += (joined.empty() ? L"" : L",") + value;
-  return joined;
-}
 
 std::wstring escape(wchar_t letter) {
   std::array<wchar_t, 7> text{};
@@ -44,14 +39,14 @@ std::wstring json_Boolean(bool value) {
 }
 
 std::wstring json_Array(const std::vector<std::wstring>& values) {
-  return L"[" + join_Values(values) + L"]";
+  return L"[" + join(values, L",") + L"]";
 }
 
 std::wstring json_Object(const std::vector<std::pair<std::wstring_view, std::wstring>>& members) {
-  std::wstring joined;
-  for (const auto& [name, value] : members)
-    joined += (joined.empty() ? L"" : L",") + json_Text(name) + L":" + value;
-  return L"{" + joined + L"}";
+  std::vector<std::wstring> values(members.size());
+  std::ranges::transform(members, values.begin(),
+                         [](const auto& member) { return json_Text(member.first) + L":" + member.second; });
+  return L"{" + join(values, L",") + L"}";
 }
 
 std::wstring json_Answer(std::wstring_view command,

@@ -16,8 +16,10 @@
 #include "host/layout.h"
 #include "host/output.h"
 #include "settings/registry.h"
+#include "settings/registry_keys.h"
 #include "settings/registry_view.h"
 #include "settings/settings.h"
+#include "suite/diagnostic_log.h"
 
 namespace host {
 namespace {
@@ -32,8 +34,15 @@ void require_Written(bool written, const Setting& setting) {
     throw Failure{say(TEXT_NOT_WRITTEN, {setting.Path})};
 }
 
-void write_Setting(const Setting& setting, const std::wstring& text) {
-  require_Written(regwrite_sz(setting.Path, text), setting);
+// The log reads this one from the registry alone, whatever INI files there are.
+void write_AlwaysDebug(const wchar_t* text) {
+  require_Written(
+      write_Value(find_Place(in_SuiteView(always_debug.Path)), REG_SZ, RegistryValue(std::wstring(text))),
+      always_debug);
+}
+
+bool is_FolderSet() {
+  return !is_Empty(find_Value(debug_path.Path).Value);
 }
 
 bool is_Set(const Setting& setting) {
@@ -55,28 +64,32 @@ LogState switch_On(const std::vector<std::wstring>& words) {
   if (words.size() == 1) {
     auto state = find_LogState();
     require_Writable(state);
-    write_Setting(always_debug, L"1");
+    write_AlwaysDebug(L"1");
     state.IsOn = true;
     return state;
   }
   if (!is_FullPath(words[1]) || !folder_Exists(words[1]))
     throw Failure{say(TEXT_NO_FOLDER, {words[1]})};
   const auto folder = with_Backslash(words[1]);
+  if (!is_LogFolder(folder))
+    throw Failure{say(TEXT_NO_LOG_FOLDER, {words[1]})};
   auto state = find_LogState(folder);
   require_Writable(state);
-  write_Setting(debug_path, folder);
+  require_Written(regwrite_sz(debug_path.Path, folder), debug_path);
   return state;
 }
 
 // A folder for the log switches it on by itself, so it has to go too.
 LogState switch_Off() {
   if (is_Set(always_debug))
-    write_Setting(always_debug, L"0");
+    write_AlwaysDebug(L"0");
   if (is_OutsideSuitesView(debug_path))
     throw Failure{say(TEXT_SET_BY_POLICY, {debug_path.Path})};
-  if (is_Set(debug_path))
-    require_Written(deletevalue(debug_path.Path), debug_path);
-  return find_LogState();
+  if (is_FolderSet())
+    require_Written(deletevalue(debug_path.Path) && !is_FolderSet(), debug_path);
+  auto state = find_LogState();
+  state.IsOn = false;
+  return state;
 }
 
 // The component writes UTF-8 or the system's code page.
@@ -105,6 +118,8 @@ LastLines read_LastLines(const std::wstring& file, std::size_t most) {
 }
 
 std::wstring describe_State(const LogState& state) {
+  if (state.IsTraced)
+    return say(TEXT_LOG_TRACED, {drive_root_trace.Path}) + L"\n";
   if (state.File.empty())
     return say(state.IsOn ? TEXT_LOG_ON_NOWHERE : TEXT_LOG_OFF_NOWHERE) + L"\n";
   return say(state.IsOn ? TEXT_LOG_ON : TEXT_LOG_OFF, {state.File}) + L"\n";
@@ -123,6 +138,7 @@ std::wstring describe_Lines(const LastLines& last) {
 std::wstring describe_AsJson(const LogState& state, const std::optional<LastLines>& last) {
   return json_Answer(L"log", {{L"on", json_Boolean(state.IsOn)},
                               {L"file", json_TextOrNull(state.File)},
+                              {L"traced", json_Boolean(state.IsTraced)},
                               {L"writable", json_Boolean(describe_LogFault(state).empty())},
                               {L"lines", last ? json_Array(last->Lines, json_Text) : L"null"},
                               {L"lineCount", last ? std::to_wstring(last->Total) : L"null"}});

@@ -4,19 +4,22 @@
 #include <windows.h>
 
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace host {
 
-// The files of some folders, each with when it was last written.
+// The folders, each with a backslash at its end, in which an action may leave files: those of the selected
+// files, and selected folders themselves.
+std::set<std::wstring> list_Folders(std::span<const std::wstring> selected);
+
+// The files of the folders, not below them, each with when it was last written.
 using KnownFiles = std::map<std::wstring, ULONGLONG>;
+KnownFiles list_Files(const std::set<std::wstring>& folders);
 
-// The files beside the selected ones, and those in selected folders, not below them.
-KnownFiles list_Files(std::span<const std::wstring> selected);
-
-// The files of those folders that are new, or were written, since `before` was listed.
-std::vector<std::wstring> list_NewFiles(std::span<const std::wstring> selected, const KnownFiles& before);
+// The files of the folders that are new, or were written, since `before` was listed.
+std::vector<std::wstring> list_NewFiles(const std::set<std::wstring>& folders, const KnownFiles& before);
 
 }  // namespace host

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <vector>
+#include <algorithm>
 
 #include "base/text.h"
 #include "host/layout.h"
@@ -24,7 +24,12 @@ void write_Text(DWORD stream, std::wstring_view text) {
   DWORD mode = 0;
   DWORD written = 0;
   if (GetConsoleMode(handle, &mode)) {
-    WriteConsoleW(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    constexpr std::size_t most = 8192;  // older consoles refuse more than 64 KiB at once
+    for (; !text.empty(); text.remove_prefix(written))
+      if (!WriteConsoleW(handle, text.data(), static_cast<DWORD>(std::min(text.size(), most)), &written,
+                         nullptr) ||
+          written == 0)
+        return;
     return;
   }
   std::wstring with_line_ends(text);

@@ -4,8 +4,8 @@
 
 #include <shlwapi.h>
 
-#include "base/handles.h"
 #include "base/text.h"
+#include "files/files.h"
 #include "host/explorer/failure.h"
 #include "host/language.h"
 
@@ -30,12 +30,10 @@ bool fits(const wchar_t* name, std::wstring_view pattern) {
 void append_Matches(std::vector<std::wstring>& paths, const std::wstring& pattern) {
   const auto folder = folder_Of(pattern);
   const auto known = paths.size();
-  WIN32_FIND_DATAW found{};
-  const HANDLE opened = FindFirstFileW(pattern.c_str(), &found);
-  const unique_search search(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
-  for (bool is_found = search != nullptr; is_found; is_found = FindNextFileW(search.get(), &found) != FALSE)
+  visit_Each(pattern, [&](const auto& found) {
     if (fits(found.cFileName, std::wstring_view(pattern).substr(folder.size())))
       paths.push_back(std::wstring(folder).append(found.cFileName));
+  });
   if (paths.size() == known)
     throw Failure{say(TEXT_NOTHING_FITS, {pattern})};
 }

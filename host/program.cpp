@@ -34,8 +34,8 @@ class ComApartment {
   ComApartment& operator=(const ComApartment&) = delete;
 };
 
-int run_Program(std::span<const std::wstring_view> words) {
-  const auto arguments = parse_Arguments(words);
+int run_Program(std::wstring_view command_line) {
+  const auto arguments = parse_Arguments(split_CommandLine(command_line));
   if (arguments.WantsHelp) {
     print_Text(describe_Usage(arguments.Command));
     return exit_success;
@@ -53,9 +53,9 @@ int run_Program(std::span<const std::wstring_view> words) {
 
 }  // namespace
 
-int run_Words(std::span<const std::wstring_view> words) {
+int run_CommandLine(std::wstring_view command_line) {
   try {
-    return run_Program(words);
+    return run_Program(command_line);
   } catch (const Failure& failure) {
     print_Note(failure.Sentence);
     return failure.ExitStatus;

@@ -264,7 +264,7 @@ bool regwrite_dw(std::wstring_view path, long value) {
 bool deletevalue(std::wstring_view path) noexcept {
   return run_Guarded(false, [path] {
     // The platform's functions would take the text before a NUL for the whole.
-    if (is_Quiet() || contains(path, {L"\0", 1}))
+    if (is_Quiet() || is_ReadOnly || contains(path, {L"\0", 1}))
       return false;
     reads_state->Remembered.clear();
     load_ForceHKLM();

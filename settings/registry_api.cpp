@@ -146,9 +146,9 @@ unique_hkey open_Key(const RegistryPlace& place, DWORD access) {
   return unique_hkey(key);
 }
 
-RegistryEntry read_Entry(const RegistryPlace& place) {
+RegistryEntry read_Entry(const RegistryPlace& place, DWORD view) {
   RegistryEntry entry{place.Name, REG_NONE, {}};
-  const auto key = open_Key(place, KEY_READ);
+  const auto key = open_Key(place, KEY_READ | view);
   LSTATUS status = ERROR_SUCCESS;
   entry.Value = query_Value(RegQueryValueExW, key.get(), place.Name, read_WideText, entry.Type, status);
   return entry;

@@ -68,4 +68,5 @@ struct RegistryEntry {
 unique_hkey open_Key(const RegistryPlace& place, DWORD access);
 
 // The value as `regread_api` has it, in letters of any language; empty for text that has no terminator.
-RegistryEntry read_Entry(const RegistryPlace& place);
+// `view` is KEY_WOW64_64KEY, KEY_WOW64_32KEY or this program's own.
+RegistryEntry read_Entry(const RegistryPlace& place, DWORD view = 0);

@@ -72,10 +72,9 @@ std::wstring read_Setting(std::wstring_view path) {
   return as_Text(regread_api(path));
 }
 
-// A value that names a program file is a leftover of older releases; it is no folder to write into.
 std::wstring read_DebugFolder() {
   auto folder = regread_Text(debug_path.Path);
-  if (folder.empty() || contains(folder, L"debugpath") || contains(folder, LR"(.exe\)"))
+  if (folder.empty() || !is_LogFolder(folder))
     return {};
   auto debug_folder_name = with_Backslash(folder);
   if (debug_folder_name != folder)
@@ -257,11 +256,20 @@ bool is_LogWanted() {
   return is_Wanted(*log_state);
 }
 
+// A value that names a program file is a leftover of older releases; it is no folder to write into.
+bool is_LogFolder(std::wstring_view folder) {
+  return !contains(folder, L"debugpath") && !contains(folder, LR"(.exe\)");
+}
+
+std::wstring log_FileIn(const std::wstring& folder) {
+  const auto chosen = own_Identity().LogFile;
+  return std::wstring(folder).append(chosen.empty() ? default_log_file : chosen);
+}
+
 std::wstring find_LogFile() {
   is_On();  // settles where a debug path leads
   const auto folder = log_folder.get_Or(find_Folder);
-  const auto chosen = own_Identity().LogFile;
-  return folder.empty() ? folder : (folder + L'\\').append(chosen.empty() ? default_log_file : chosen);
+  return folder.empty() ? folder : log_FileIn(folder + L'\\');
 }
 
 void use_DiagnosticLog() noexcept {

@@ -12,6 +12,12 @@
 #include <string>
 #include <string_view>
 
+// The log takes the folder, which ends with a backslash: some texts are leftovers of older releases.
+bool is_LogFolder(std::wstring_view folder);
+
+// The file in the folder that the lines of this process would go to.
+std::wstring log_FileIn(const std::wstring& folder);
+
 // From now on messages (log.h) go here.
 void use_DiagnosticLog() noexcept;
 

@@ -1,7 +1,5 @@
 #include "tests/menu_host.h"
 
-#include <shellapi.h>
-
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -25,12 +23,12 @@ void append_Shown(Lines& shown, const std::wstring& name, const std::wstring& ma
 }
 
 DWORD run_Here(const std::wstring& command, HANDLE output, HANDLE errors) {
-  int count = 0;
-  auto** const words = CommandLineToArgvW(command.c_str(), &count);
+  const auto own_output = GetStdHandle(STD_OUTPUT_HANDLE), own_errors = GetStdHandle(STD_ERROR_HANDLE);
   SetStdHandle(STD_OUTPUT_HANDLE, output);
   SetStdHandle(STD_ERROR_HANDLE, errors);
-  const int status = host::run_Words(std::vector<std::wstring_view>(words + 1, words + count));
-  LocalFree(words);
+  const int status = host::run_CommandLine(command);
+  SetStdHandle(STD_OUTPUT_HANDLE, own_output);
+  SetStdHandle(STD_ERROR_HANDLE, own_errors);
   return static_cast<DWORD>(status);
 }
 
@@ -60,7 +58,9 @@ Lines run_MenuHost(const std::wstring& arguments, bool here) {
     startup.hStdOutput = output.get();
     startup.hStdError = errors.get();
     PROCESS_INFORMATION started{};
-    CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &started);
+    const auto is_started = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                           nullptr, &startup, &started);
+    EXPECT_TRUE(is_started);
     const unique_kernel_handle process(started.hProcess), thread(started.hThread);
     while (WaitForSingleObject(process.get(), 20) == WAIT_TIMEOUT) {
       const HWND box = FindWindowW(L"#32770", L"Configuration Problem");

@@ -49,7 +49,7 @@ Circumstances find_Circumstances() {
   found.WindowsBits = is_64BitWindows() ? 64 : 32;
   found.Account = find_Account();
   found.IsElevated = is_Elevated();
-  GetLocalTime(&found.LocalTime);
+  GetSystemTime(&found.Time);
   return found;
 }
 

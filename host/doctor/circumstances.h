@@ -12,7 +12,7 @@ struct Circumstances {
   int WindowsBits = 0;
   std::wstring Account;  // with its domain or machine
   bool IsElevated = false;
-  SYSTEMTIME LocalTime{};
+  SYSTEMTIME Time{};  // universal
 };
 
 Circumstances find_Circumstances();

@@ -33,9 +33,9 @@ ComponentState without_Class(const SuiteComponent& component) {
 }  // namespace
 
 ComponentState find_ComponentState(const SuiteComponent& component) {
-  const auto class_id = read_InView(LR"(HKCR\)" + std::wstring(component.ProgId) + LR"(\CLSID\)", 0);
+  const auto class_id = read_Path(LR"(HKCR\)" + std::wstring(component.ProgId) + LR"(\CLSID\)", 0);
   const auto class_path = LR"(HKCR\CLSID\)" + class_id + L"\\";
-  const auto find = [&](const wchar_t* value, REGSAM view) { return read_InView(class_path + value, view); };
+  const auto find = [&](const wchar_t* value, REGSAM view) { return read_Path(class_path + value, view); };
   if (class_id.empty())
     return without_Class(component);
   if (!find(LR"(LocalServer32\)", KEY_WOW64_64KEY).empty() ||

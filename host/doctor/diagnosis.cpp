@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "base/apartment.h"
+#include "files/files.h"
 #include "host/doctor/reasons.h"
 #include "host/explorer/context_menu.h"
 #include "host/explorer/failure.h"
@@ -46,7 +47,11 @@ std::vector<ProgramState> list_Programs() {
   std::ranges::transform(programs, states.begin(), [](const NamedProgram& program) {
     return ProgramState{program.Name, program.Find(), list_SearchedPaths(program.Kind)};
   });
-  states.push_back({L"NorvakConfig.exe", find_ConfigurationTool(), {}});
+  ProgramState configuration{L"NorvakConfig.exe", find_ConfigurationTool(), {}};
+  for (const auto& folder : {get_InstallFolder(), full_Folder(regread_Text(csp_folder.Path))})
+    if (!folder.empty())
+      configuration.Searched.push_back(folder + L"NorvakConfig.exe");
+  states.push_back(std::move(configuration));
   return states;
 }
 

@@ -8,6 +8,8 @@
 #include "files/files.h"
 #include "host/doctor/component_state.h"
 #include "host/language.h"
+#include "settings/registry_view.h"
+#include "settings/settings.h"
 #include "suite/component_list.h"
 #include "suite/diagnostic_log.h"
 
@@ -39,14 +41,17 @@ bool can_Append(const std::wstring& file) {
 
 LogState find_LogState(const std::wstring& folder) {
   LogState state;
-  state.File = with_SingleBackslashes(folder.empty() ? find_LogFile() : folder + L"pdf.log");
+  state.File = with_SingleBackslashes(folder.empty() ? find_LogFile() : log_FileIn(folder));
   state.IsOn = !folder.empty() || is_LogWanted();
+  state.IsTraced = to_Number(as_Text(regread_api(in_SuiteView(drive_root_trace.Path)))) == 1;
   state.HasComponent = is_Usable(find_ComponentState(log_component));
   state.IsFileWritable = !state.File.empty() && can_Append(state.File);
   return state;
 }
 
 std::wstring describe_LogFault(const LogState& state) {
+  if (state.IsTraced)
+    return {};
   if (state.File.empty())
     return say(TEXT_LOG_WITHOUT_FOLDER);
   if (!state.HasComponent)

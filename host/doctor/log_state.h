@@ -7,7 +7,8 @@ namespace host {
 
 struct LogState {
   bool IsOn = false;
-  std::wstring File;  // empty: no folder for it is known
+  std::wstring File;      // empty: no folder for it is known
+  bool IsTraced = false;  // lines go to the root of a drive instead, without the component
   bool HasComponent = false;
   bool IsFileWritable = false;  // by this account
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "host/language.h"
 
 namespace host {
@@ -13,11 +14,8 @@ std::vector<std::wstring> list_SearchedPaths(Program program) {
   return candidates;
 }
 
-std::wstring describe_Search(Program program) {
-  std::wstring places;
-  for (const std::wstring& path : list_SearchedPaths(program))
-    places += (places.empty() ? L"" : L", ") + path;
-  return places.empty() ? say(TEXT_NO_FOLDER_SET) : say(TEXT_NOT_FOUND_AS, {places});
+std::wstring describe_Search(const std::vector<std::wstring>& paths) {
+  return paths.empty() ? say(TEXT_NO_FOLDER_SET) : say(TEXT_NOT_FOUND_AS, {join(paths, L", ")});
 }
 
 }  // namespace host

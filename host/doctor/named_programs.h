@@ -25,7 +25,7 @@ inline constexpr std::array programs{
 // The paths under which a program is looked for, each once.
 std::vector<std::wstring> list_SearchedPaths(Program program);
 
-// Where a program was looked for, in words.
-std::wstring describe_Search(Program program);
+// Where a program that was not found was looked for, in words.
+std::wstring describe_Search(const std::vector<std::wstring>& paths);
 
 }  // namespace host

@@ -21,6 +21,7 @@ using Problems = std::vector<Problem>;
 
 void add_MissingClass(const Registration& registration, Problems& problems) {
   const auto setup = say(TEXT_RUN_SETUP);
+  const auto version = registration.Version.empty() ? say(TEXT_WITHOUT_VERSION) : registration.Version;
   if (registration.File.empty() && !registration.OtherFile.empty()) {
     problems.push_back({L"noDllForExplorer", registration.ClassPath,
                         say(TEXT_NO_DLL_FOR_EXPLORER, {registration.OtherFile}),
@@ -32,10 +33,9 @@ void add_MissingClass(const Registration& registration, Problems& problems) {
     problems.push_back(
         {L"classFileGone", registration.File, say(TEXT_CLASS_FILE_GONE, {registration.File}), setup});
   } else if (registration.Version != program_version) {
-    problems.push_back(
-        {L"otherVersion", registration.File,
-         say(TEXT_OTHER_VERSION, {registration.File, registration.Version, std::wstring(program_version)}),
-         say(TEXT_RUN_NEWER_SETUP)});
+    problems.push_back({L"otherVersion", registration.File,
+                        say(TEXT_OTHER_VERSION, {registration.File, version, std::wstring(program_version)}),
+                        say(TEXT_RUN_NEWER_SETUP)});
   }
   if (is_64BitWindows() && registration.OtherFile.empty() && !registration.File.empty()) {
     problems.push_back({L"noDllFor32BitPrograms", registration.ClassPath,
@@ -118,9 +118,17 @@ void add_Suite(std::span<const ComponentState> components, Problems& problems) {
 
 // A folder that a setting names and that is not there is found by nobody.
 void add_MissingFolders(Problems& problems) {
-  constexpr std::array folders{&install_folder,    &second_install_folder, &page_keeper_folder,
-                               &quill_sign_folder, &quill_folder,          &csp_folder,
-                               &debug_path,        &alternative_write_path};
+  constexpr std::array folders{&second_page_keeper_folder,
+                               &second_quill_sign_folder,
+                               &second_quill_folder,
+                               &install_folder,
+                               &second_install_folder,
+                               &page_keeper_folder,
+                               &quill_sign_folder,
+                               &quill_folder,
+                               &csp_folder,
+                               &debug_path,
+                               &alternative_write_path};
   for (const Setting* setting : folders) {
     const auto found = find_Value(setting->Path);
     const auto folder = as_Text(copy_Of(found.Value));
@@ -141,12 +149,12 @@ void add_OverruledValues(Problems& problems) {
       continue;
     const auto other = read_InView(path, KEY_WOW64_64KEY);
     const auto suites = read_InView(path, KEY_WOW64_32KEY);
-    if (other.empty() || other == suites)
+    if (is_Empty(other) || other == suites)
       continue;
     const auto suites_path = through_SuiteView(path);
     problems.push_back({L"valueOverruled", path,
-                        suites.empty() ? say(TEXT_VALUE_FOR_64_BIT_ALONE, {path, other})
-                                       : say(TEXT_VALUE_OVERRULED, {path, other, suites_path, suites}),
+                        is_Empty(suites) ? say(TEXT_VALUE_FOR_64_BIT_ALONE, {path})
+                                         : say(TEXT_VALUE_OVERRULED, {path, suites_path}),
                         say(TEXT_SET_IN_SUITES_VIEW, {suites_path})});
   }
 }

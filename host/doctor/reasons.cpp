@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "base/text.h"
 #include "host/doctor/named_programs.h"
 #include "host/language.h"
 #include "settings/settings.h"
@@ -14,12 +15,11 @@ namespace host {
 namespace {
 
 std::wstring describe_Missing(std::initializer_list<NamedProgram> wanted) {
-  std::wstring sentence;
-  for (const NamedProgram& program : wanted) {
-    sentence +=
-        (sentence.empty() ? L"" : L"; ") + std::wstring(program.Name) + L": " + describe_Search(program.Kind);
-  }
-  return sentence;
+  std::vector<std::wstring> searches(wanted.size());
+  std::ranges::transform(wanted, searches.begin(), [](const NamedProgram& program) {
+    return std::wstring(program.Name) + L": " + describe_Search(list_SearchedPaths(program.Kind));
+  });
+  return join(searches, L"; ");
 }
 
 std::wstring describe_MissingApplication() {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "base/guid.h"
 #include "base/text.h"
@@ -45,17 +46,19 @@ Entry find_Handler(std::wstring_view name, const wchar_t* kind, const std::wstri
 
 // Explorer reads the view of its own bitness.
 Entry find_Approval(const std::wstring& clsid) {
-  const auto path = L"HKLM" + std::wstring(shell_extensions) + LR"(Approved\)" + clsid;
-  const auto is_there = has_Value(path, explorers_View());
-  return {L"approval", is_there ? EntryState::Registered : EntryState::Missing, path};
+  const auto path = std::wstring(shell_extensions) + LR"(Approved\)" + clsid;
+  for (const std::wstring root : {L"HKLM", L"HKCU"})
+    if (has_Value(root + path, explorers_View()))
+      return {L"approval", EntryState::Registered, root + path};
+  return {L"approval", EntryState::Missing, L"HKLM" + path};
 }
 
 std::vector<std::wstring> list_Blocks(const std::wstring& clsid) {
   std::vector<std::wstring> blocks;
-  for (const std::wstring root : {L"HKLM", L"HKCU"}) {
-    const auto path = root + std::wstring(shell_extensions) + LR"(Blocked\)" + clsid;
+  for (const auto* root : {L"HKLM", L"HKCU"}) {
+    auto path = std::wstring(root).append(shell_extensions).append(LR"(Blocked\)").append(clsid);
     if (has_Value(path, explorers_View()))
-      blocks.push_back(path);
+      blocks.push_back(std::move(path));
   }
   return blocks;
 }
@@ -64,7 +67,7 @@ bool needs_Approval() {
   const std::wstring value =
       LR"(\SOFTWARE\Microsoft\Windows\CurrentVersion\Policies\Explorer\EnforceShellExtensionSecurity)";
   return std::ranges::any_of(std::array{L"HKLM", L"HKCU"}, [&](const std::wstring& root) {
-    return read_InView(root + value, explorers_View()) == L"1";
+    return read_Path(root + value, explorers_View()) == L"1";
   });
 }
 
@@ -86,11 +89,11 @@ Registration find_Registration() {
   const auto clsid = guid_Text(clsid_ShellExt);
   Registration registration;
   registration.ClassPath = LR"(HKCR\CLSID\)" + clsid + LR"(\InprocServer32\)";
-  registration.File = read_InView(registration.ClassPath, explorers_View());
+  registration.File = read_Path(registration.ClassPath, explorers_View());
   registration.IsFileThere = file_Exists(registration.File);
   registration.Version = read_Version(registration.File);
   if (is_64BitWindows())
-    registration.OtherFile = read_InView(registration.ClassPath, KEY_WOW64_32KEY);
+    registration.OtherFile = read_Path(registration.ClassPath, KEY_WOW64_32KEY);
   registration.Entries = {
       find_Entry(L"progId", LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid),
       find_Entry(L"typeLibrary", LR"(HKCR\CLSID\)" + clsid + LR"(\TypeLib\)", guid_Text(libid_ShellExt)),

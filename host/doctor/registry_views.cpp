@@ -1,10 +1,9 @@
 #include "host/doctor/registry_views.h"
 
-#include <cstring>
 #include <string>
 
 #include "base/module.h"
-#include "settings/registry_api.h"
+#include "files/file_names.h"
 
 namespace host {
 namespace {
@@ -25,28 +24,19 @@ REGSAM explorers_View() {
   return is_64BitWindows() ? KEY_WOW64_64KEY : 0;
 }
 
-std::wstring read_InView(const std::wstring& path, REGSAM view) {
-  const auto key = open_InView(path, view);
-  const auto name = find_Place(path).Name;
-  std::wstring text(512, L'\0');
-  for (;;) {
-    DWORD type = REG_NONE;
-    auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-    const auto status = RegGetValueW(key.get(), nullptr, name.c_str(), RRF_RT_REG_SZ | RRF_RT_REG_DWORD,
-                                     &type, text.data(), &size);
-    if (status == ERROR_MORE_DATA) {
-      text.resize(text.size() * 2);
-      continue;
-    }
-    if (status != ERROR_SUCCESS)
-      return {};
-    if (type == REG_DWORD) {
-      DWORD number = 0;
-      std::memcpy(&number, text.data(), sizeof number);
-      return std::to_wstring(number);
-    }
-    return text.substr(0, text.find(L'\0'));
-  }
+RegistryValue read_InView(const std::wstring& path, REGSAM view) {
+  return read_Entry(find_Place(path), view).Value;
+}
+
+std::wstring read_Path(const std::wstring& path, REGSAM view) {
+  const auto entry = read_Entry(find_Place(path), view);
+  auto text = as_Text(copy_Of(entry.Value));
+  if (entry.Type != REG_EXPAND_SZ)
+    return text;
+  return fetch_Path([&](wchar_t* buffer, DWORD size) {
+           return ExpandEnvironmentStringsW(text.c_str(), buffer, size);
+         })
+      .c_str();  // the length that is told includes the terminator
 }
 
 bool has_Value(const std::wstring& path, REGSAM view) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "settings/registry_api.h"
+
 namespace host {
 
 bool is_64BitWindows();
@@ -12,9 +14,12 @@ bool is_64BitWindows();
 // The view that Explorer reads.
 REGSAM explorers_View();
 
-// The text of a value in a view (KEY_WOW64_64KEY, KEY_WOW64_32KEY, or 0 for this program's own), a number in
-// decimal; empty where there is none. Paths as `regread_api` takes them.
-std::wstring read_InView(const std::wstring& path, REGSAM view);
+// The value in a view (KEY_WOW64_64KEY, KEY_WOW64_32KEY, or 0 for this program's own), as `regread_api` has
+// it.
+RegistryValue read_InView(const std::wstring& path, REGSAM view);
+
+// Its text, with environment variables in the place of their names where the value may have some.
+std::wstring read_Path(const std::wstring& path, REGSAM view);
 
 // There is such a value, empty or not.
 bool has_Value(const std::wstring& path, REGSAM view);

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <array>
 
+#include "base/module.h"
 #include "base/text.h"
 #include "host/doctor/report.h"
 #include "host/json.h"
@@ -13,9 +15,7 @@ std::wstring json_Number(long long value) {
 }
 
 // RFC 3339, in universal time.
-std::wstring json_Time(const SYSTEMTIME& local) {
-  SYSTEMTIME time{};
-  TzSpecificLocalTimeToSystemTime(nullptr, &local, &time);
+std::wstring json_Time(const SYSTEMTIME& time) {
   std::array<wchar_t, 32> letters{};
   wsprintfW(letters.data(), L"%04u-%02u-%02uT%02u:%02u:%02uZ", time.wYear, time.wMonth, time.wDay, time.wHour,
             time.wMinute, time.wSecond);
@@ -57,9 +57,10 @@ std::wstring json_Program(const ProgramState& program) {
 }
 
 std::wstring json_Features(const std::vector<FeatureState>& features) {
-  std::vector<std::pair<std::wstring_view, std::wstring>> members;
-  for (const FeatureState& feature : features)
-    members.emplace_back(feature.Name, json_Boolean(feature.IsOn));
+  std::vector<std::pair<std::wstring_view, std::wstring>> members(features.size());
+  std::ranges::transform(features, members.begin(), [](const FeatureState& feature) {
+    return std::pair(feature.Name, json_Boolean(feature.IsOn));
+  });
   return json_Object(members);
 }
 
@@ -97,12 +98,12 @@ std::wstring describe_DiagnosisAsJson(const Diagnosis& diagnosis) {
   return json_Answer(
       L"doctor",
       {{L"version", json_Text(program_version)},
-       {L"bits", json_Number(8 * sizeof(void*))},
+       {L"bits", json_Number(is_SuitesBitness ? 32 : 64)},
        {L"windows", json_Text(about.Windows)},
        {L"windowsBits", json_Number(about.WindowsBits)},
        {L"account", json_Text(about.Account)},
        {L"elevated", json_Boolean(about.IsElevated)},
-       {L"time", json_Time(about.LocalTime)},
+       {L"time", json_Time(about.Time)},
        {L"paths", json_Array(diagnosis.Paths, json_Text)},
        {L"problems", json_Array(diagnosis.Problems, json_Problem)},
        {L"items", json_Array(diagnosis.Items, json_Item)},
@@ -113,6 +114,7 @@ std::wstring describe_DiagnosisAsJson(const Diagnosis& diagnosis) {
        {L"components", json_Array(diagnosis.Components, json_Component)},
        {L"log", json_Object({{L"on", json_Boolean(diagnosis.Log.IsOn)},
                              {L"file", json_TextOrNull(diagnosis.Log.File)},
+                             {L"traced", json_Boolean(diagnosis.Log.IsTraced)},
                              {L"writable", json_Boolean(describe_LogFault(diagnosis.Log).empty())}})},
        {L"times", json_Array(diagnosis.Times, json_Phase)}});
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 
 #include "base/module.h"
@@ -25,11 +26,15 @@ std::wstring describe_Bits(int bits) {
 std::wstring describe_Dll(const Registration& registration) {
   if (registration.File.empty())
     return say(TEXT_NONE);
+  if (!registration.IsFileThere)
+    return registration.File + L", " + say(TEXT_MISSING);
   const auto version = registration.Version.empty() ? say(TEXT_WITHOUT_VERSION) : registration.Version;
   return version + L", " + registration.File;
 }
 
-std::wstring describe_Time(const SYSTEMTIME& time) {
+std::wstring describe_Time(const SYSTEMTIME& universal) {
+  SYSTEMTIME time{};
+  SystemTimeToTzSpecificLocalTime(nullptr, &universal, &time);
   std::array<wchar_t, 32> text{};
   wsprintfW(text.data(), L"%04u-%02u-%02u %02u:%02u", time.wYear, time.wMonth, time.wDay, time.wHour,
             time.wMinute);
@@ -39,14 +44,13 @@ std::wstring describe_Time(const SYSTEMTIME& time) {
 std::wstring describe_Header(const Diagnosis& found) {
   const auto& about = found.About;
   Rows rows{
-      {L"menuhost",
-       std::wstring(program_version) + L", " + describe_Bits(static_cast<int>(8 * sizeof(void*)))},
+      {L"menuhost", std::wstring(program_version) + L", " + describe_Bits(is_SuitesBitness ? 32 : 64)},
       {say(TEXT_EXTENSION), describe_Dll(found.Registered)},
       {L"Windows", about.Windows + L", " + describe_Bits(about.WindowsBits)},
       {say(TEXT_ACCOUNT), about.Account + L", " + say(about.IsElevated ? TEXT_ELEVATED : TEXT_NOT_ELEVATED)},
-      {say(TEXT_DATE), describe_Time(about.LocalTime)}};
+      {say(TEXT_DATE), describe_Time(about.Time)}};
   for (const std::wstring& path : found.Paths)
-    rows.push_back({rows.size() == 5 ? say(TEXT_ASKED_FOR) : L"", path});
+    rows.push_back({&path == &found.Paths.front() ? say(TEXT_ASKED_FOR) : L"", path});
   return align_Rows(std::move(rows));
 }
 
@@ -96,12 +100,8 @@ std::wstring describe_Settings(const std::vector<SettingState>& settings) {
 std::wstring describe_Programs(const Diagnosis& found) {
   Rows rows;
   for (const ProgramState& program : found.Programs) {
-    std::wstring places;
-    for (const std::wstring& path : program.Searched)
-      places += (places.empty() ? L"" : L", ") + path;
-    rows.push_back({L"  " + std::wstring(program.Name), !program.Path.empty() ? program.Path
-                                                        : places.empty()      ? say(TEXT_MISSING)
-                                                                         : say(TEXT_NOT_FOUND_AS, {places})});
+    rows.push_back({L"  " + std::wstring(program.Name),
+                    program.Path.empty() ? describe_Search(program.Searched) : program.Path});
   }
   for (const FeatureState& feature : found.Features)
     rows.push_back({L"  " + say(feature.Text), say(feature.IsOn ? TEXT_ON : TEXT_OFF)});
@@ -109,21 +109,37 @@ std::wstring describe_Programs(const Diagnosis& found) {
 }
 
 std::wstring describe_Entry(EntryState state) {
-  constexpr std::array texts{TEXT_REGISTERED, TEXT_MISSING, TEXT_WRONG};
+  constexpr std::array<unsigned long, 3> texts{TEXT_REGISTERED, TEXT_MISSING, TEXT_WRONG};
   return say(texts[static_cast<std::size_t>(state)]);
 }
 
+unsigned long name_Text(std::wstring_view entry) {
+  struct Name {
+    std::wstring_view Entry;
+    unsigned long Text;
+  };
+  constexpr std::array names{
+      Name{L"progId", TEXT_ENTRY_PROG_ID},          Name{L"typeLibrary", TEXT_ENTRY_TYPE_LIBRARY},
+      Name{L"handlerForFiles", TEXT_ENTRY_FILES},   Name{L"handlerForFolders", TEXT_ENTRY_FOLDERS},
+      Name{L"handlerForDrives", TEXT_ENTRY_DRIVES}, Name{L"approval", TEXT_ENTRY_APPROVAL}};
+  return std::ranges::find(names, entry, &Name::Entry)->Text;
+}
+
 std::wstring describe_Registration(const Registration& registration) {
-  Rows rows{
-      {L"  class", say(registration.File.empty() ? TEXT_MISSING : TEXT_REGISTERED), registration.ClassPath}};
+  Rows rows{{L"  " + say(TEXT_ENTRY_CLASS), say(registration.File.empty() ? TEXT_MISSING : TEXT_REGISTERED),
+             registration.ClassPath}};
   for (const Entry& entry : registration.Entries)
-    rows.push_back({L"  " + std::wstring(entry.Name), describe_Entry(entry.State), entry.Path});
+    if (entry.Name != L"approval" || registration.NeedsApproval || entry.State == EntryState::Registered)
+      rows.push_back({L"  " + say(name_Text(entry.Name)), describe_Entry(entry.State), entry.Path});
+  for (const std::wstring& block : registration.Blocks)
+    rows.push_back({L"  " + say(TEXT_ENTRY_BLOCK), L"", block});
   return section(TEXT_REGISTRATION, std::move(rows));
 }
 
 std::wstring describe_Components(const std::vector<ComponentState>& components) {
-  constexpr std::array texts{TEXT_REGISTERED,   TEXT_IN_SURROGATE, TEXT_WHEN_NEEDED, TEXT_MISSING,
-                             TEXT_UNREGISTERED, TEXT_FILE_GONE,    TEXT_UNREACHABLE};
+  constexpr std::array<unsigned long, 7> texts{TEXT_REGISTERED, TEXT_IN_SURROGATE, TEXT_WHEN_NEEDED,
+                                               TEXT_MISSING,    TEXT_UNREGISTERED, TEXT_FILE_GONE,
+                                               TEXT_UNREACHABLE};
   Rows rows;
   for (const ComponentState& component : components)
     rows.push_back({L"  " + std::wstring(component.Component->ProgId),

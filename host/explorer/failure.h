@@ -13,7 +13,8 @@ constexpr int exit_problems = 3;  // the doctor has found some
 // A result code in the form 0x80004005.
 std::wstring format_Result(long result);
 
-// Thrown where the program cannot go on; `run_Words` prints the sentence on stderr and returns the status.
+// Thrown where the program cannot go on; `run_CommandLine` prints the sentence on stderr and returns the
+// status.
 struct Failure {
   std::wstring Sentence;
   int ExitStatus = exit_failure;

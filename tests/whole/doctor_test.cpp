@@ -99,7 +99,7 @@ class Doctor : public MenuHost {
   static Lines examine(bool here) {
     const auto shown = run_MenuHost(L"doctor --json " + ::quoted(pdf), here);
     Lines codes;
-    static const std::wregex code(LR"x("code":"(\w+)")x");
+    const std::wregex code(LR"x("code":"(\w+)")x");
     for (std::wsregex_iterator found(shown.front().begin(), shown.front().end(), code), end; found != end;
          ++found)
       codes.push_back((*found)[1]);
@@ -237,7 +237,7 @@ class JsonMembers {
     m_next += word.size();
   }
   std::string read_Text() {
-    static const std::regex quoted_text(R"x("([^"\\\x00-\x1f]|\\(["\\]|u[0-9a-f]{4}))*")x");
+    const std::regex quoted_text(R"x("([^"\\\x00-\x1f]|\\(["\\]|u[0-9a-f]{4}))*")x");
     std::smatch found;
     const auto rest = m_text.substr(m_next);
     EXPECT_TRUE(std::regex_search(rest, found, quoted_text, std::regex_constants::match_continuous)) << rest;
@@ -302,7 +302,7 @@ TEST_F(Doctor, PrintsTheJsonThatIsDocumented) {
   for (const auto& [heading, commands] : cases) {
     JsonMembers::Kinds found;
     for (const auto& command : commands) {
-      run_MenuHost(command, true);
+      run_MenuHost(command, !command.starts_with(L"log off"));  // writes are forbidden here by then
       JsonMembers(read_Bytes(test_folder + L"output"), found);
     }
     auto documented = read_Table(heading);

@@ -52,7 +52,7 @@ TEST_F(MenuHost, MakesSoundFilesWithTheSuitesComponents) {
   const auto invoke = [](const std::wstring& item, const std::wstring& path, const std::wstring& made) {
     const auto shown = run_MenuHost(L"invoke " + item + L" " + ::quoted(path), true);
     EXPECT_EQ(shown.back(), L"[0]");
-    return std::ranges::count(shown, L"New: " + made) == 1;
+    return std::ranges::count(shown, L"Written: " + made) == 1;
   };
   const auto change = [](const std::wstring& path, std::streamoff place) {
     std::fstream(std::filesystem::path(path), std::ios::in | std::ios::out | std::ios::binary)
