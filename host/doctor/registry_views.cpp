@@ -33,10 +33,9 @@ std::wstring read_Path(const std::wstring& path, REGSAM view) {
   auto text = as_Text(copy_Of(entry.Value));
   if (entry.Type != REG_EXPAND_SZ)
     return text;
-  return fetch_Path([&](wchar_t* buffer, DWORD size) {
-           return ExpandEnvironmentStringsW(text.c_str(), buffer, size);
-         })
-      .c_str();  // the length that is told includes the terminator
+  const auto expanded = fetch_Path(
+      [&](wchar_t* buffer, DWORD size) { return ExpandEnvironmentStringsW(text.c_str(), buffer, size); });
+  return expanded.substr(0, expanded.find(L'\0'));  // the length that is told includes the terminator
 }
 
 bool has_Value(const std::wstring& path, REGSAM view) {
