@@ -2,20 +2,40 @@
 
 #include <windows.h>
 
+#include <shlobj.h>
 #include <tlhelp32.h>
 
 #include "base/handles.h"
 #include "base/process_values.h"
 #include "base/text.h"
+#include "files/file_names.h"
+#include "files/files.h"
 
 namespace {
 
+// Without quotes, nothing may stand behind the program (processes.h).
+std::wstring_view first_Word(std::wstring_view command_line) {
+  return command_line.starts_with(L'"') ? command_line.substr(1, command_line.find(L'"', 1) - 1)
+                                        : command_line;
+}
+
+// The program's own; the system's where the platform takes none of that length.
+std::wstring start_Folder(std::wstring_view program) {
+  constexpr std::size_t longest_folder = MAX_PATH - 2;
+  const auto folder = program.substr(0, program.rfind(L'\\') + 1);
+  return is_FullPath(folder) && folder.size() <= longest_folder ? std::wstring(folder)
+                                                                : get_SystemFolder(CSIDL_SYSTEM);
+}
+
+// The current folder may be the one that the person has open, in which a program would look for DLLs and
+// anybody may have put some.
 bool create_Process(std::wstring command_line, STARTUPINFOW startup, const std::wstring& program = {}) {
   assert_Unlocked();
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
+  const auto folder = start_Folder(program.empty() ? first_Word(command_line) : program);
   if (!CreateProcessW(program.empty() ? nullptr : program.c_str(), command_line.data(), nullptr, nullptr,
-                      FALSE, 0, nullptr, nullptr, &startup, &started))
+                      FALSE, 0, nullptr, folder.c_str(), &startup, &started))
     return false;
   const unique_kernel_handle process(started.hProcess);
   const unique_kernel_handle thread(started.hThread);

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-// Starts the program of the command line, which is passed on unchanged, and does not wait for it. False when
-// it could not be started. A command line without quotes comes with its program: the platform would try what
-// stands before each blank.
+// Starts the program of the command line, which is passed on unchanged, in the program's own folder, and does
+// not wait for it. False when it could not be started. A command line without quotes comes with its program:
+// the platform would try what stands before each blank.
 bool launch_Program(const std::wstring& command_line, const std::wstring& program = {});
 
 // The same with a normal window, whatever the caller's own window is like.

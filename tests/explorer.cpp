@@ -165,7 +165,11 @@ Lines recorded_Starts(std::size_t count) {
 }
 
 BOOL WINAPI record_Start(const wchar_t* program, wchar_t* command, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*,
-                         BOOL, DWORD, void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION* started) {
+                         BOOL, DWORD, void*, const wchar_t* folder, STARTUPINFOW*,
+                         PROCESS_INFORMATION* started) {
+  const std::wstring_view file = program != nullptr ? program : command + (*command == L'"' ? 1 : 0);
+  const auto name = file.substr(0, file.find(L'"'));
+  EXPECT_EQ(folder, name.substr(0, name.rfind(L'\\') + 1)) << "not in the program's own folder";
   starts.push_back((program == nullptr ? L"" : program + std::wstring(L"\t")) + command);
   if (is_ToFail())
     return FALSE;
