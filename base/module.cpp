@@ -1,5 +1,7 @@
 #include "base/module.h"
 
+#include "base/text.h"
+
 // The linker puts this symbol at the module's start, so its address is the module's handle without an entry
 // point having to store it.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
@@ -15,6 +17,5 @@ std::wstring get_ModulePath(HMODULE module) {
 }
 
 std::wstring get_ModuleFolder() {
-  const auto path = get_ModulePath();
-  return path.substr(0, path.rfind(L'\\') + 1);
+  return std::wstring(through_Last(get_ModulePath(), L'\\'));
 }

@@ -47,6 +47,10 @@ std::wstring_view after_Last(std::wstring_view text, wchar_t mark) {
   return text.substr(text.rfind(mark) + 1);
 }
 
+std::wstring_view through_Last(std::wstring_view text, wchar_t mark) {
+  return text.substr(0, text.rfind(mark) + 1);
+}
+
 std::wstring with_Backslash(std::wstring_view folder) {
   std::wstring result(folder);
   if (!result.empty() && !result.ends_with(L'\\'))

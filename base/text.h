@@ -33,6 +33,9 @@ std::wstring join(const std::vector<std::wstring>& pieces, std::wstring_view sep
 // The text after the last `mark`, or the whole text when it has none.
 std::wstring_view after_Last(std::wstring_view text, wchar_t mark);
 
+// The text up to the last `mark`, with it; empty when it has none.
+std::wstring_view through_Last(std::wstring_view text, wchar_t mark);
+
 // The folder with a backslash at its end; an empty text stays empty.
 std::wstring with_Backslash(std::wstring_view folder);
 

@@ -22,7 +22,7 @@ std::wstring_view first_Word(std::wstring_view command_line) {
 // The program's own; the system's where the platform takes none of that length.
 std::wstring start_Folder(std::wstring_view program) {
   constexpr std::size_t longest_folder = MAX_PATH - 2;
-  const auto folder = program.substr(0, program.rfind(L'\\') + 1);
+  const auto folder = through_Last(program, L'\\');
   return is_FullPath(folder) && folder.size() <= longest_folder ? std::wstring(folder)
                                                                 : get_SystemFolder(CSIDL_SYSTEM);
 }

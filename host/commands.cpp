@@ -173,6 +173,11 @@ std::wstring describe_Commands() {
   return lines;
 }
 
+std::wstring describe_Command(const CommandRow& row) {
+  return L"menuhost " + std::wstring(row.Name) + L" " + std::wstring(row.Operands) + L"\n\n" +
+         wrap_Lines(say(row.Help));
+}
+
 }  // namespace
 
 int run_Command(const Arguments& arguments) {
@@ -184,13 +189,9 @@ int run_Command(const Arguments& arguments) {
 }
 
 std::wstring describe_Usage(const std::wstring& command) {
-  if (command.empty())
-    return describe_Commands() + L"\n" + say(TEXT_OPTIONS) + L"\n\n" + describe_Options({}) + L"\n" +
-           say(TEXT_EXIT_CODES) + L"\n";
-  const CommandRow& row = find_Command(command);
-  return L"menuhost " + command + L" " + std::wstring(row.Operands) + L"\n\n" + wrap_Lines(say(row.Help)) +
-         L"\n" + say(TEXT_OPTIONS) + L"\n\n" + describe_Options(command) + L"\n" + say(TEXT_EXIT_CODES) +
-         L"\n";
+  const auto about = command.empty() ? describe_Commands() : describe_Command(find_Command(command));
+  return about + L"\n" + say(TEXT_OPTIONS) + L"\n\n" + describe_Options(command) + L"\n" +
+         say(TEXT_EXIT_CODES) + L"\n";
 }
 
 }  // namespace host

@@ -9,7 +9,7 @@ namespace host {
 std::set<std::wstring> list_Folders(std::span<const std::wstring> selected) {
   std::set<std::wstring> folders;
   for (const std::wstring& path : selected)
-    folders.insert(folder_Exists(path) ? with_Backslash(path) : path.substr(0, path.find_last_of(L'\\') + 1));
+    folders.insert(folder_Exists(path) ? with_Backslash(path) : std::wstring(through_Last(path, L'\\')));
   return folders;
 }
 

@@ -46,26 +46,13 @@ void add_MissingClass(const Registration& registration, Problems& problems) {
   }
 }
 
-struct EntryProblem {
-  std::wstring_view Entry;
-  std::wstring_view Code;
-  unsigned long What;
-};
-
-constexpr std::array entry_problems{
-    EntryProblem{L"progId", L"progIdMissing", TEXT_PROG_ID_MISSING},
-    EntryProblem{L"typeLibrary", L"typeLibraryMissing", TEXT_TYPE_LIBRARY_MISSING},
-    EntryProblem{L"handlerForFiles", L"handlerMissing", TEXT_NO_HANDLER_FILES},
-    EntryProblem{L"handlerForFolders", L"handlerMissing", TEXT_NO_HANDLER_FOLDERS},
-    EntryProblem{L"handlerForDrives", L"handlerMissing", TEXT_NO_HANDLER_DRIVES},
-    EntryProblem{L"approval", L"notApproved", TEXT_NOT_APPROVED}};
-
 void add_WrongEntries(const Registration& registration, Problems& problems) {
   for (const Entry& entry : registration.Entries) {
-    if (entry.State == EntryState::Registered || (entry.Name == L"approval" && !registration.NeedsApproval))
+    if (entry.State == EntryState::Registered ||
+        (entry.Kind == &approval_entry && !registration.NeedsApproval))
       continue;
-    const auto row = std::ranges::find(entry_problems, entry.Name, &EntryProblem::Entry);
-    problems.push_back({row->Code, entry.Path, say(row->What, {entry.Path}), say(TEXT_RUN_SETUP)});
+    problems.push_back(
+        {entry.Kind->Problem, entry.Path, say(entry.Kind->Sentence, {entry.Path}), say(TEXT_RUN_SETUP)});
   }
   for (const std::wstring& block : registration.Blocks)
     problems.push_back({L"blocked", block, say(TEXT_BLOCKED, {block}), say(TEXT_REMOVE_BLOCK)});

@@ -24,24 +24,24 @@ std::wstring read_Text(const std::wstring& path) {
   return as_Text(regread_api(path));
 }
 
-Entry find_Entry(std::wstring_view name, const std::wstring& path, std::wstring_view expected) {
+Entry find_Entry(const EntryKind& kind, const std::wstring& path, std::wstring_view expected) {
   const auto text = read_Text(path);
   const auto state = equals_IgnoringCase(text, expected) ? EntryState::Registered
                      : text.empty()                      ? EntryState::Missing
                                                          : EntryState::Wrong;
-  return {name, state, path};
+  return {&kind, state, path};
 }
 
 // A handler key counts whatever its name is: it has the class as its default value or as its own name.
-Entry find_Handler(std::wstring_view name, const wchar_t* kind, const std::wstring& clsid) {
-  const std::wstring path = std::wstring(LR"(HKCR\)") + kind + LR"(\shellex\ContextMenuHandlers\)";
+Entry find_Handler(const EntryKind& kind, const wchar_t* type, const std::wstring& clsid) {
+  const std::wstring path = std::wstring(LR"(HKCR\)") + type + LR"(\shellex\ContextMenuHandlers\)";
   const auto names = list_Key(find_Place(path), KeyContent::Subkeys).value_or(std::vector<std::wstring>());
   const auto handler = std::ranges::find_if(names, [&](const std::wstring& key) {
     return equals_IgnoringCase(key, clsid) || equals_IgnoringCase(read_Text(path + key + L"\\"), clsid);
   });
   if (handler == names.end())
-    return {name, EntryState::Missing, path};
-  return {name, EntryState::Registered, path + *handler};
+    return {&kind, EntryState::Missing, path};
+  return {&kind, EntryState::Registered, path + *handler};
 }
 
 // Explorer reads the view of its own bitness.
@@ -49,8 +49,8 @@ Entry find_Approval(const std::wstring& clsid) {
   const auto path = std::wstring(shell_extensions) + LR"(Approved\)" + clsid;
   for (const std::wstring root : {L"HKLM", L"HKCU"})
     if (has_Value(root + path, explorers_View()))
-      return {L"approval", EntryState::Registered, root + path};
-  return {L"approval", EntryState::Missing, L"HKLM" + path};
+      return {&approval_entry, EntryState::Registered, root + path};
+  return {&approval_entry, EntryState::Missing, L"HKLM" + path};
 }
 
 std::vector<std::wstring> list_Blocks(const std::wstring& clsid) {
@@ -95,11 +95,11 @@ Registration find_Registration() {
   if (is_64BitWindows())
     registration.OtherFile = read_Path(registration.ClassPath, KEY_WOW64_32KEY);
   registration.Entries = {
-      find_Entry(L"progId", LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid),
-      find_Entry(L"typeLibrary", LR"(HKCR\CLSID\)" + clsid + LR"(\TypeLib\)", guid_Text(libid_ShellExt)),
-      find_Handler(L"handlerForFiles", L"*", clsid),
-      find_Handler(L"handlerForFolders", L"Directory", clsid),
-      find_Handler(L"handlerForDrives", L"Drive", clsid),
+      find_Entry(prog_id_entry, LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", clsid),
+      find_Entry(type_library_entry, LR"(HKCR\CLSID\)" + clsid + LR"(\TypeLib\)", guid_Text(libid_ShellExt)),
+      find_Handler(files_entry, L"*", clsid),
+      find_Handler(folders_entry, L"Directory", clsid),
+      find_Handler(drives_entry, L"Drive", clsid),
       find_Approval(clsid)};
   registration.Blocks = list_Blocks(clsid);
   registration.NeedsApproval = needs_Approval();

@@ -4,13 +4,35 @@
 #include <string>
 #include <vector>
 
+#include "host/texts.h"
+
 namespace host {
 
 enum class EntryState { Registered, Missing, Wrong };
 
-// One entry beside the class: its name in JSON, how it is, and where it is or should be.
+// An entry beside the class, and what is wrong where it is not registered.
+struct EntryKind {
+  std::wstring_view Name;     // in JSON
+  unsigned long Label;        // what it is called in a report
+  std::wstring_view Problem;  // the problem's code
+  unsigned long Sentence;
+};
+inline constexpr EntryKind prog_id_entry{L"progId", TEXT_ENTRY_PROG_ID, L"progIdMissing",
+                                         TEXT_PROG_ID_MISSING};
+inline constexpr EntryKind type_library_entry{L"typeLibrary", TEXT_ENTRY_TYPE_LIBRARY, L"typeLibraryMissing",
+                                              TEXT_TYPE_LIBRARY_MISSING};
+inline constexpr EntryKind files_entry{L"handlerForFiles", TEXT_ENTRY_FILES, L"handlerMissing",
+                                       TEXT_NO_HANDLER_FILES};
+inline constexpr EntryKind folders_entry{L"handlerForFolders", TEXT_ENTRY_FOLDERS, L"handlerMissing",
+                                         TEXT_NO_HANDLER_FOLDERS};
+inline constexpr EntryKind drives_entry{L"handlerForDrives", TEXT_ENTRY_DRIVES, L"handlerMissing",
+                                        TEXT_NO_HANDLER_DRIVES};
+inline constexpr EntryKind approval_entry{L"approval", TEXT_ENTRY_APPROVAL, L"notApproved",
+                                          TEXT_NOT_APPROVED};
+
+// How an entry is, and where it is or should be.
 struct Entry {
-  std::wstring_view Name;
+  const EntryKind* Kind;
   EntryState State;
   std::wstring Path;
 };

@@ -65,7 +65,7 @@ std::wstring json_Features(const std::vector<FeatureState>& features) {
 }
 
 std::wstring json_Entry(const Entry& entry) {
-  return json_Object({{L"name", json_Text(entry.Name)},
+  return json_Object({{L"name", json_Text(entry.Kind->Name)},
                       {L"state", json_Text(name_Of(entry.State))},
                       {L"path", json_Text(entry.Path)}});
 }

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 
 #include "base/module.h"
@@ -113,24 +112,12 @@ std::wstring describe_Entry(EntryState state) {
   return say(texts[static_cast<std::size_t>(state)]);
 }
 
-unsigned long name_Text(std::wstring_view entry) {
-  struct Name {
-    std::wstring_view Entry;
-    unsigned long Text;
-  };
-  constexpr std::array names{
-      Name{L"progId", TEXT_ENTRY_PROG_ID},          Name{L"typeLibrary", TEXT_ENTRY_TYPE_LIBRARY},
-      Name{L"handlerForFiles", TEXT_ENTRY_FILES},   Name{L"handlerForFolders", TEXT_ENTRY_FOLDERS},
-      Name{L"handlerForDrives", TEXT_ENTRY_DRIVES}, Name{L"approval", TEXT_ENTRY_APPROVAL}};
-  return std::ranges::find(names, entry, &Name::Entry)->Text;
-}
-
 std::wstring describe_Registration(const Registration& registration) {
   Rows rows{{L"  " + say(TEXT_ENTRY_CLASS), say(registration.File.empty() ? TEXT_MISSING : TEXT_REGISTERED),
              registration.ClassPath}};
   for (const Entry& entry : registration.Entries)
-    if (entry.Name != L"approval" || registration.NeedsApproval || entry.State == EntryState::Registered)
-      rows.push_back({L"  " + say(name_Text(entry.Name)), describe_Entry(entry.State), entry.Path});
+    if (entry.Kind != &approval_entry || registration.NeedsApproval || entry.State == EntryState::Registered)
+      rows.push_back({L"  " + say(entry.Kind->Label), describe_Entry(entry.State), entry.Path});
   for (const std::wstring& block : registration.Blocks)
     rows.push_back({L"  " + say(TEXT_ENTRY_BLOCK), L"", block});
   return section(TEXT_REGISTRATION, std::move(rows));
