@@ -29,7 +29,12 @@ Function ${UN}OpenSearchPath
     IntOp $6 $7 + 4096
     System::Alloc $6
     Pop $R6
-    System::Call 'advapi32::RegQueryValueExW(p r8, t r3, p 0, p 0, p R6, *i r7)'
+    System::Call 'advapi32::RegQueryValueExW(p r8, t r3, p 0, p 0, p R6, *i r7) i .r0'
+    ; Another program may have written a longer one meanwhile, of which nothing was read.
+    ${If} $0 <> 0
+      Call ${UN}CloseSearchPath
+      StrCpy $R6 0
+    ${EndIf}
   ${Else}
     Call ${UN}CloseKey
   ${EndIf}
