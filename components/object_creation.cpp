@@ -4,6 +4,7 @@
 #include <list>
 #include <utility>
 
+#include "base/account.h"
 #include "base/apartment.h"
 #include "base/boundary.h"
 #include "base/handles.h"
@@ -53,7 +54,7 @@ AutomationObject create_ByKnownFactory(std::wstring_view progid) {
 AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD answer_limit) noexcept {
   assert_Unlocked();
   AutomationObject object;
-  if (is_ApartmentEnding())
+  if (is_ApartmentEnding() || is_ServiceAccount())
     return object;
   run_Guarded([&] { object = create_ByKnownFactory(progid); });
   CLSID clsid{};

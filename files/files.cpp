@@ -79,14 +79,13 @@ bool delete_File(const std::wstring& path) {
 }
 
 // What is opened for writing may be a link that somebody has put there; what is renamed takes its place.
-bool write_TextFile(const std::wstring& path, std::wstring_view text) {
+bool replace_File(const std::wstring& path, std::string_view bytes) {
   const auto exact = exact_Path(path);
   const auto made = exact + L"." + decimal(static_cast<long long>(GetTickCount64()));
   auto file = own_File(CreateFileW(made.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
   if (!file)
     return false;
-  const auto bytes = to_Ansi(text);
   DWORD written = 0;
   const bool is_written =
       WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&

@@ -47,9 +47,9 @@ bool move_ToNewFile(const std::wstring& from, const std::wstring& to);
 // False when the file is not there or may not be deleted.
 bool delete_File(const std::wstring& path);
 
-// Makes a file of the text alone, in the system's code page, in place of one that is there; a link is
-// replaced and not followed.
-bool write_TextFile(const std::wstring& path, std::wstring_view text);
+// Makes a file of the bytes alone, in place of one that is there; a link is replaced and not followed. False
+// when that fails, and then nothing is changed.
+bool replace_File(const std::wstring& path, std::string_view bytes);
 
 // The folder of the system or of the person that goes by this CSIDL, with a backslash at its end; empty when
 // there is none.

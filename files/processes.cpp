@@ -5,11 +5,13 @@
 #include <shlobj.h>
 #include <tlhelp32.h>
 
+#include "base/account.h"
 #include "base/handles.h"
 #include "base/process_values.h"
 #include "base/text.h"
 #include "files/file_names.h"
 #include "files/files.h"
+#include "files/trust.h"
 
 namespace {
 
@@ -27,14 +29,16 @@ std::wstring start_Folder(std::wstring_view program) {
                                                                 : get_SystemFolder(CSIDL_SYSTEM);
 }
 
-// The current folder may be the one that the person has open, in which a program would look for DLLs and
-// anybody may have put some.
+// Nobody is there whom a program of the system's account would ask. The current folder may be the one that
+// the person has open, in which a program would look for DLLs and anybody may have put some.
 bool create_Process(std::wstring command_line, STARTUPINFOW startup, const std::wstring& program = {}) {
   assert_Unlocked();
   startup.cb = sizeof startup;
   PROCESS_INFORMATION started{};
-  const auto folder = start_Folder(program.empty() ? first_Word(command_line) : program);
-  if (!CreateProcessW(program.empty() ? nullptr : program.c_str(), command_line.data(), nullptr, nullptr,
+  const std::wstring executable(program.empty() ? first_Word(command_line) : program);
+  const auto folder = start_Folder(executable);
+  if (is_ServiceAccount() || !may_Obey(executable) ||
+      !CreateProcessW(program.empty() ? nullptr : program.c_str(), command_line.data(), nullptr, nullptr,
                       FALSE, 0, nullptr, folder.c_str(), &startup, &started))
     return false;
   const unique_kernel_handle process(started.hProcess);

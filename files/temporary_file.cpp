@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/account.h"
 #include "base/boundary.h"
 #include "base/guid.h"
 #include "base/handles.h"

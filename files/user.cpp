@@ -4,43 +4,16 @@
 
 #include <aclapi.h>
 #include <lmcons.h>
-#include <sddl.h>
 #include <shlobj.h>
 
+#include "base/account.h"
 #include "base/handles.h"
 #include "files/files.h"
-
-namespace {
-
-// Empty when there is no memory.
-std::wstring sid_Text(PSID sid) {
-  wchar_t* text = nullptr;
-  if (!ConvertSidToStringSidW(sid, &text))
-    return {};
-  const unique_local_memory owner(text);
-  return text;
-}
-
-}  // namespace
 
 std::wstring get_UserName() {
   std::wstring name(UNLEN + 1, L'\0');
   auto size = static_cast<DWORD>(name.size());
   return GetUserNameW(name.data(), &size) ? name.c_str() : L"";
-}
-
-std::wstring get_UserSid() {
-  HANDLE token = nullptr;
-  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token))
-    return {};
-  const unique_kernel_handle own(token);
-  struct {
-    TOKEN_USER User;
-    BYTE Sid[SECURITY_MAX_SID_SIZE];
-  } user{};
-  DWORD size = sizeof user;
-  return GetTokenInformation(token, TokenUser, &user, size, &size) ? sid_Text(user.User.User.Sid)
-                                                                   : std::wstring();
 }
 
 bool is_OwnedByUser(HANDLE file) {

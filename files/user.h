@@ -8,9 +8,6 @@
 // The logon name; empty when the system does not tell it.
 std::wstring get_UserName();
 
-// The person's identifier ("S-1-..."); empty when the system does not tell it.
-std::wstring get_UserSid();
-
 // The person owns the file or folder, which is open with the right to read its owner; a group's is not the
 // person's own.
 bool is_OwnedByUser(HANDLE file);

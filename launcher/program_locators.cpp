@@ -6,6 +6,8 @@
 #include "base/log.h"
 #include "base/process_values.h"
 #include "files/files.h"
+#include "files/trust.h"
+#include "settings/fixed_folders.h"
 #include "settings/registry.h"
 #include "suite/suite_folders.h"
 
@@ -29,8 +31,6 @@ constexpr std::initializer_list<const wchar_t*> worker_folders{
     LR"(HKLM\Software\norvak\quill!\path)",
     LR"(HKLM\Software\norvak\pagekeeper\INSTALLDIR)",
     LR"(HKLM\Software\norvak\quill!\INSTALLDIR)"};
-constexpr const wchar_t* developer_folder = LR"(c:\srcbox\worker)";
-
 struct Locator {
   const wchar_t* FileName;
   std::initializer_list<const wchar_t*> Folders;
@@ -62,8 +62,8 @@ void visit_Candidates(const Locator& locator, Take&& take) {
   for (const auto* folder : locator.Folders)
     if (is_Taken(regread_Text(folder)))
       return;
-  if (locator.IsShared)
-    is_Taken(developer_folder);
+  if (locator.IsShared && counts(FixedFolder::Developers))
+    is_Taken(path_Of(FixedFolder::Developers));
 }
 
 std::wstring find_Program(Program program) {
@@ -72,7 +72,7 @@ std::wstring find_Program(Program program) {
     return *std::move(known);
   std::wstring path;
   visit_Candidates(locators[index], [&](const std::wstring& candidate) {
-    if (file_Exists(candidate))
+    if (file_Exists(candidate) && may_Obey(candidate))
       path = candidate;
     return !path.empty();
   });

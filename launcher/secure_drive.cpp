@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "base/account.h"
 #include "base/text.h"
 #include "files/files.h"
 #include "files/processes.h"
@@ -65,11 +66,10 @@ bool launch_Installed(std::wstring_view command) {
 
 // The drive or folder of the portable program, noted by different programs of the suite in different places.
 std::wstring find_StickFolder() {
-  for (const auto* path : {users_stick_drive.Path, machines_stick_drive.Path}) {
-    auto folder = regread_Text(path);
-    if (!folder.empty())
-      return folder;
-  }
+  if (auto folder = is_Elevated() ? std::wstring() : regread_Text(users_stick_drive.Path); !folder.empty())
+    return folder;
+  if (auto folder = regread_Text(machines_stick_drive.Path); !folder.empty())
+    return folder;
   return get_PermanentCache(stick_drive_key);
 }
 
@@ -104,7 +104,7 @@ void mount_Drive(const std::wstring& selected_path) {
   }
   if (selected_path.empty())
     return;
-  write_TextFile(marker_File(selected_path), selected_path);
+  replace_File(marker_File(selected_path), to_Ansi(selected_path));
   set_PermanentCache(stick_drive_key, L"true");
 }
 

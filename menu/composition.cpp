@@ -102,7 +102,7 @@ void compose(const SelectionFlags& flags, Block& block) {
 
 HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UINT indexMenu, UINT idCmdFirst,
                                            UINT, UINT uFlags) noexcept {
-  if (!is_MenuWanted(uFlags))
+  if (!is_MenuWanted(uFlags) || is_Quiet())
     return 0;
   const Microsoft::WRL::ComPtr<IContextMenu> own(
       object);  // a component may have the shell let it go meanwhile

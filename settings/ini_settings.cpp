@@ -12,6 +12,9 @@
 #include "base/process_values.h"
 #include "base/text.h"
 #include "files/file_names.h"
+#include "files/files.h"
+#include "files/marked_text.h"
+#include "files/trust.h"
 #include "files/user.h"
 #include "settings/registry_api.h"
 #include "settings/settings.h"
@@ -60,6 +63,12 @@ std::wstring find_File(const std::wstring& folder, std::wstring name, const wcha
   return folder.empty() ? std::wstring() : folder + name;
 }
 
+// Who may make the file where there is none is asked of its folder.
+std::wstring obeyed(std::wstring file) {
+  const bool is_obeyed = may_Obey(file_Exists(file) ? file : std::wstring(through_Last(file, L'\\')));
+  return is_obeyed ? std::move(file) : std::wstring();
+}
+
 // None while they are being looked for.
 IniFiles ini_Files() {
   return files_found.get().value_or(IniFiles());
@@ -77,10 +86,24 @@ constexpr std::wstring_view line_ends{L"\r\n\0", 3};
 
 // The platform takes white space of every kind off the ends of what it reads, and the old mark of a file's
 // end.
-bool has_SpaceAtAnEnd(std::wstring_view text) {
+std::wstring_view without_Space(std::wstring_view text) {
   constexpr wchar_t end_mark = 0x1A;
   const auto is_Space = [](wchar_t letter) { return std::iswspace(letter) != 0 || letter == end_mark; };
-  return !text.empty() && (is_Space(text.front()) || is_Space(text.back()));
+  while (!text.empty() && is_Space(text.front()))
+    text.remove_prefix(1);
+  while (!text.empty() && is_Space(text.back()))
+    text.remove_suffix(1);
+  return text;
+}
+
+bool has_SpaceAtAnEnd(std::wstring_view text) {
+  return without_Space(text).size() != text.size();
+}
+
+std::wstring_view without_Quotes(std::wstring_view text) {
+  const bool is_quoted =
+      text.size() > 1 && text.front() == text.back() && (text.front() == L'"' || text.front() == L'\'');
+  return is_quoted ? text.substr(1, text.size() - 2) : text;
 }
 
 bool is_OneLine(std::wstring_view text) {
@@ -94,8 +117,28 @@ bool can_Hold(const RegistryPlace& place) {
          is_OneLine(place.Name);
 }
 
+// As the platform reads an entry, white space of either end and one pair of quotes left out.
+std::wstring find_Entry(const RegistryPlace& place, std::wstring_view text) {
+  bool is_inside = false;
+  while (!text.empty()) {
+    const auto end = text.find_first_of(line_ends);
+    const auto line = without_Space(text.substr(0, end));
+    text.remove_prefix(end == std::wstring_view::npos ? text.size() : end + 1);
+    const auto name_end = line.find(L'=');
+    if (line.starts_with(L'[') && contains(line, L"]"))
+      is_inside = equals_IgnoringCase(without_Space(line.substr(1, line.rfind(L']') - 1)), place.Key);
+    else if (is_inside && name_end != std::wstring_view::npos && !line.starts_with(L';') &&
+             equals_IgnoringCase(without_Space(line.substr(0, name_end)), place.Name))
+      return std::wstring(without_Quotes(without_Space(line.substr(name_end + 1))));
+  }
+  return {};
+}
+
+// The platform knows the system's code page and one of the marked forms.
 std::wstring read_File(const RegistryPlace& place, const std::wstring& file) {
   assert_Unlocked();
+  if (const auto text = read_MarkedText(file))
+    return find_Entry(place, *text);
   constexpr std::size_t longest_value = 65536;
   std::vector<wchar_t> value(256);
   for (;;) {
@@ -138,7 +181,8 @@ unique_kernel_handle take_Lock(const std::wstring& ini_file) {
 // A null value removes the entry. What the platform keeps of the file in memory is written at once.
 bool write_File(const RegistryPlace& place, const wchar_t* value, const std::wstring& file) {
   const auto lock = take_Lock(file);
-  if (!lock || !WritePrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), value, file.c_str()))
+  if (!lock || !make_Utf16(file) ||
+      !WritePrivateProfileStringW(place.Key.c_str(), place.Name.c_str(), value, file.c_str()))
     return false;
   WritePrivateProfileStringW(nullptr, nullptr, nullptr, file.c_str());
   return true;
@@ -158,9 +202,10 @@ bool are_IniFilesWanted() {
 }
 
 void settle_IniFiles(const std::wstring& usual_folder) {
-  files_found.settle({find_File(usual_folder, as_Text(regread_api(users_ini.Path)), users_ini.Default),
-                      find_File(usual_folder, as_Text(regread_api(global_ini.Path)), global_ini.Default),
-                      find_File(usual_folder, {}, L"norvak.ini")});
+  const auto find = [&usual_folder](const Setting& name) {
+    return obeyed(find_File(usual_folder, as_Text(regread_api(name.Path)), name.Default));
+  };
+  files_found.settle({find(users_ini), find(global_ini), obeyed(find_File(usual_folder, {}, L"norvak.ini"))});
 }
 
 bool is_KeptInIni(const SettingPath& path) {
@@ -169,7 +214,10 @@ bool is_KeptInIni(const SettingPath& path) {
 }
 
 IniValue read_Ini(const SettingPath& path) {
-  const auto files = ini_Files();
+  auto files = ini_Files();
+  // As in the registry, nobody decides this alone.
+  if (equals_IgnoringCase(path.Text, certificate_always_valid.Path))
+    files.Users.clear();
   for (const auto* file : {&files.Users, &files.Global, &files.Default}) {
     auto text = file->empty() ? std::wstring() : read_File(path.Place, *file);
     if (!text.empty())

@@ -9,11 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/account.h"
 #include "base/apartment.h"
 #include "base/boundary.h"
 #include "base/process_values.h"
 #include "base/text.h"
 #include "files/files.h"
+#include "settings/fixed_folders.h"
 #include "settings/ini_settings.h"
 #include "settings/registry_path.h"
 #include "settings/registry_view.h"
@@ -24,9 +26,6 @@
 #include "settings/users_branch.h"
 
 namespace {
-
-constexpr std::array<std::wstring_view, 2> usual_install_folders{LR"(c:\programme\bergstede\)",
-                                                                 LR"(c:\program files\bergstede\)"};
 
 struct Reads {
   bool IsAtWork = false;  // what a read brings about itself, a message of the log for example, reads plainly
@@ -97,10 +96,11 @@ std::wstring find_InstallFolder() {
   if (const auto folder = found_folder.with([](const auto& found) { return found; });
       folder && is_InstallFolder(*folder))
     return *folder;
-  for (const auto folder : usual_install_folders) {
-    if (is_InstallFolder(folder)) {
+  for (const auto fixed : {FixedFolder::GermanPrograms, FixedFolder::Programs}) {
+    const auto* folder = path_Of(fixed);
+    if (is_InstallFolder(folder) && counts(fixed)) {
       found_folder.with([folder](auto& found) { found = folder; });
-      return std::wstring(folder);
+      return folder;
     }
   }
   return {};
@@ -168,7 +168,7 @@ RegistryValue regread(std::wstring_view asked_path) {
     load_ForceHKLM();
     return regread_api(normalised_ForRead(asked_path));
   }
-  if (reads.IsQuiet)
+  if (is_Quiet())
     return std::wstring();
   find_IniFiles();
   const UnderWay work(reads_state->IsAtWork);
@@ -185,7 +185,7 @@ RegistryValue regread(std::wstring_view asked_path) {
 }
 
 FoundValue find_Value(std::wstring_view path) {
-  if (reads_state->IsAtWork || reads_state->IsQuiet)
+  if (reads_state->IsAtWork || is_Quiet())
     return {};
   find_IniFiles();
   const UnderWay work(reads_state->IsAtWork);
@@ -202,7 +202,7 @@ void forbid_Writes() {
 
 std::wstring regread_Text(std::wstring_view path) {
   auto& reads = *reads_state;
-  const bool remembers = reads.Remembers && !reads.IsAtWork && !reads.IsQuiet;
+  const bool remembers = reads.Remembers && !reads.IsAtWork && !is_Quiet();
   if (remembers) {
     const auto known = std::ranges::find(reads.Remembered, path,
                                          [](const auto& entry) { return std::wstring_view(entry.first); });
@@ -283,6 +283,6 @@ void set_QuietState(bool quiet) noexcept {
 }
 
 bool is_Quiet() {
-  return reads_state->IsQuiet;
+  return reads_state->IsQuiet || is_ServiceAccount();
 }
 // NOLINTEND(misc-no-recursion)

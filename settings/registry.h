@@ -63,6 +63,7 @@ bool regwrite_dw(std::wstring_view path, long value);
 // or the quiet state is set.
 bool deletevalue(std::wstring_view path) noexcept;
 
-// While the quiet state is set, reads give the empty text and writes do nothing.
+// While the quiet state is set, reads give the empty text and writes do nothing. Under the account of the
+// system or a service it is always set.
 void set_QuietState(bool quiet) noexcept;
 bool is_Quiet();

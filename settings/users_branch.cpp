@@ -1,5 +1,6 @@
 #include "settings/users_branch.h"
 
+#include "base/account.h"
 #include "base/apartment.h"
 #include "base/boundary.h"
 #include "base/log.h"
@@ -31,7 +32,7 @@ void permtest(std::wstring_view test_path) {
 
 std::wstring users_Path(std::wstring_view asked) {
   permtest();
-  const bool per_user = !may_WriteToMachine.get().value_or(true) && !is_ForceHKLM();
+  const bool per_user = !is_Elevated() && !may_WriteToMachine.get().value_or(true) && !is_ForceHKLM();
   if (!per_user || !contains(asked, machine_branch))
     return {};
   std::wstring moved(asked);

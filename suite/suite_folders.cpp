@@ -9,6 +9,7 @@
 #include "base/module.h"
 #include "base/process_values.h"
 #include "files/files.h"
+#include "files/trust.h"
 
 namespace {
 
@@ -29,5 +30,5 @@ std::wstring find_InFolder(const std::wstring& folder, std::wstring_view file_na
   if (path.empty())
     return {};
   path.append(file_name);
-  return file_Exists(path) ? path : std::wstring();
+  return file_Exists(path) && may_Obey(path) ? path : std::wstring();
 }

@@ -1,5 +1,6 @@
 #include "tests/machine.h"
 
+#include <aclapi.h>
 #include <process.h>
 #include <sddl.h>
 
@@ -127,6 +128,12 @@ std::wstring make_File(const std::wstring& path, const std::wstring& content) {
   return path;
 }
 
+void open_ToAll(const std::wstring& path) {
+  EXPECT_EQ(SetNamedSecurityInfoW(std::wstring(path).data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,
+                                  nullptr, nullptr, nullptr, nullptr),
+            DWORD{ERROR_SUCCESS});
+}
+
 std::wstring make_Picture(const std::wstring& path) {
   const BITMAPINFOHEADER sizes{sizeof sizes, 1, 1, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
   const BITMAPFILEHEADER header{0x4D42, sizeof header + sizeof sizes + 4, 0, 0, sizeof header + sizeof sizes};
@@ -154,6 +161,11 @@ Lines read_Lines(const std::wstring& path) {
   for (std::string line; std::getline(file, line);)
     lines.push_back(std::filesystem::path(std::u8string(line.begin(), line.end())).wstring());
   return lines;
+}
+
+std::string read_Bytes(const std::wstring& path) {
+  std::ifstream file(std::filesystem::path(path), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 Imports imports_Of(HMODULE module) {

@@ -44,10 +44,13 @@ std::wstring value_At(const std::wstring& path);
 
 // Makes a file and its folders, and returns its path. A file that exists gets the content appended.
 std::wstring make_File(const std::wstring& path, const std::wstring& content = {});
+// Lets everybody write in the folder, or in the file.
+void open_ToAll(const std::wstring& path);
 // Makes a picture of one red dot and returns its path.
 std::wstring make_Picture(const std::wstring& path);
 // Makes an empty drive E.
 void make_DriveE();
+std::string read_Bytes(const std::wstring& path);
 // The lines of a UTF-8 file; none when it is missing.
 Lines read_Lines(const std::wstring& path);
 

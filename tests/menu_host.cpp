@@ -34,11 +34,6 @@ DWORD run_Here(const std::wstring& command, HANDLE output, HANDLE errors) {
 
 }  // namespace
 
-std::string read_Bytes(const std::wstring& path) {
-  std::ifstream file(std::filesystem::path(path), std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 Lines run_MenuHost(const std::wstring& arguments, bool here) {
   auto command = ::quoted(built_File(L"menuhost.exe")) + L" " + arguments;
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};

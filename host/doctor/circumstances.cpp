@@ -5,7 +5,7 @@
 #define SECURITY_WIN32  // which the header asks for
 #include <security.h>
 
-#include "base/handles.h"
+#include "base/account.h"
 #include "files/user.h"
 #include "host/doctor/registry_views.h"
 
@@ -29,16 +29,6 @@ std::wstring find_Account() {
   std::array<wchar_t, 512> name{};
   ULONG size = name.size();
   return GetUserNameExW(NameSamCompatible, name.data(), &size) ? name.data() : get_UserName();
-}
-
-bool is_Elevated() {
-  HANDLE opened = nullptr;
-  OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened);
-  const unique_kernel_handle token(opened);
-  TOKEN_ELEVATION elevation{};
-  DWORD size = 0;
-  return GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof elevation, &size) &&
-         elevation.TokenIsElevated != 0;
 }
 
 }  // namespace

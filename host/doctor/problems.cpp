@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <array>
 
+#include "base/account.h"
 #include "base/text.h"
 #include "files/files.h"
+#include "files/trust.h"
 #include "host/doctor/registry_views.h"
 #include "host/language.h"
 #include "host/version.h"
+#include "settings/fixed_folders.h"
 #include "settings/registry.h"
 #include "settings/registry_view.h"
 #include "settings/settings.h"
@@ -125,6 +128,28 @@ void add_MissingFolders(Problems& problems) {
   }
 }
 
+void add_OpenFolder(const std::wstring& folder, Problems& problems) {
+  const auto open_part = folder_Exists(folder) ? find_OpenPart(folder) : std::wstring();
+  const bool is_named = std::ranges::find(problems, folder, &Problem::Subject) != problems.end();
+  if (!open_part.empty() && !is_named)
+    problems.push_back({L"folderNotTrusted", folder, say(TEXT_FOLDER_NOT_TRUSTED, {folder, open_part}),
+                        say(TEXT_CLOSE_FOLDER, {open_part})});
+}
+
+// Whoever can change a folder chooses what is started from it. Of the folders that settings name,
+// administrators' own programs ask that alone.
+void add_OpenFolders(Problems& problems) {
+  constexpr std::array folders{&install_folder,      &second_install_folder,     &page_keeper_folder,
+                               &quill_sign_folder,   &second_page_keeper_folder, &quill_folder,
+                               &second_quill_folder, &second_quill_sign_folder,  &csp_folder};
+  for (const auto* folder : fixed_folders)
+    add_OpenFolder(folder, problems);
+  if (!is_Elevated())
+    return;
+  for (const Setting* setting : folders)
+    add_OpenFolder(full_Folder(regread_Text(setting->Path)), problems);
+}
+
 // On a 64-bit Windows a value may stand in two views. The 32-bit one is the suite's, and the other counts for
 // 64-bit programs alone, and there only while the first has none.
 void add_OverruledValues(Problems& problems) {
@@ -162,6 +187,7 @@ std::vector<Problem> find_Problems(const Registration& registration,
   add_WrongEntries(registration, problems);
   add_Suite(components, problems);
   add_MissingFolders(problems);
+  add_OpenFolders(problems);
   add_OverruledValues(problems);
   add_Log(log, problems);
   return problems;

@@ -65,6 +65,11 @@ TEST_F(ProgramLocators, FindTheToolInItsSecondFolderAndTheWorkerOfADeveloper) {
   EXPECT_EQ(find_WorkerProcess(), worker);
 }
 
+TEST_F(ProgramLocators, LeaveTheFolderOfADeveloperAloneWhereOthersCouldPutTheWorkerThere) {
+  open_ToAll(std::filesystem::path(make_File(LR"(c:\srcbox\worker\NorvakWorkerProcess.exe)")).parent_path());
+  EXPECT_EQ(find_WorkerProcess(), L"");
+}
+
 // A value whose type the registry functions do not read is asked of the script host, whose calls show the
 // order.
 TEST_F(ProgramLocators, TryTheirFoldersInOrderAndKeepWhatTheyFound) {

@@ -5,8 +5,10 @@
 
 #include "base/handles.h"
 #include "base/text.h"
+#include "files/files.h"
 #include "files/user.h"
 #include "settings/registry.h"
+#include "tests/accounts.h"
 #include "tests/components.h"
 
 namespace {
@@ -161,6 +163,64 @@ TEST_F(IniMode, MovesWhatIsWrittenIntoTheFileOfItsRoot) {
   EXPECT_FALSE(fs::exists(users_file + L".lock"));
   EXPECT_TRUE(deletevalue(norvak + L"b"));
   EXPECT_EQ(regread_Text(norvak + L"b"), L"");
+}
+
+// As an editor saves it, with the mark of its encoding.
+std::string saved(std::wstring_view text, std::string_view mark) {
+  std::string bytes(mark);
+  if (mark.size() == 3)
+    return bytes + std::string(reinterpret_cast<const char*>(fs::path(text).u8string().c_str()));
+  for (const wchar_t letter : text) {
+    const char halves[] = {static_cast<char>(letter & 0xFF), static_cast<char>(letter >> 8)};
+    bytes += halves[mark.front() == '\xFE'];
+    bytes += halves[mark.front() != '\xFE'];
+  }
+  return bytes;
+}
+
+TEST_F(IniMode, ReadsAFileByItsMarkAndKeepsAllOfItWhenItIsWritten) {
+  const std::wstring text =
+      L"[Other]\r\nx=no\r\n;x=no\r\n[ software\\norvak ]\n  X = \"\u5951 \" "
+      L"\r\n[Software\\Norvak\\csp]\r\nx='\u7D04'";
+  for (const std::string mark : {"\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
+    replace_File(folder + L"global.ini", saved(text, mark));
+    EXPECT_EQ(regread_Text(norvak + L"x"), L"\u5951 ");
+    EXPECT_TRUE(write_Text(norvak + L"written", L"\u66F8"));
+    for (const auto& [name, value] :
+         {std::pair(LR"(csp\x)", L"\u7D04"), {L"x", L"\u5951 "}, {L"written", L"\u66F8"}})
+      EXPECT_EQ(regread_Text(norvak + name), value) << to_Ansi(name);
+  }
+  // What is no text in its encoding would be lost.
+  for (const std::string torn : {"\xEF\xBB\xBF[a]\r\nb=\xFF\r\n", "\xFE\xFF\1"}) {
+    replace_File(folder + L"global.ini", torn);
+    EXPECT_FALSE(write_Text(norvak + L"written", L"1"));
+    EXPECT_EQ(read_Bytes(folder + L"global.ini"), torn);
+  }
+}
+
+TEST_F(IniMode, LeavesCertificatesToTheAdministrator) {
+  const auto path = norvak + LR"(CSP\CertificateAlwaysValid)";
+  make_File(users_file, L"[Software\\Norvak\\CSP]\r\nCertificateAlwaysValid=1\r\nother=1\r\n");
+  EXPECT_EQ(regread_Text(path), L"");
+  EXPECT_EQ(regread_Text(norvak + LR"(CSP\other)"), L"1");
+  make_File(folder + L"global.ini", L"[Software\\Norvak\\CSP]\r\nCertificateAlwaysValid=1\r\n");
+  EXPECT_EQ(regread_Text(path), L"1");
+}
+
+// What others could change, and the value that is read then.
+class ElevatedIniMode : public IniMode,
+                        public testing::WithParamInterface<std::pair<std::wstring, std::wstring>> {};
+
+INSTANTIATE_TEST_SUITE_P(, ElevatedIniMode,
+                         testing::Values(std::pair(users_file, L"global"),
+                                         std::pair(folder + L"global.ini", L"user"),
+                                         std::pair(folder.substr(0, folder.size() - 1), L"user"),
+                                         std::pair(test_folder.substr(0, test_folder.size() - 1), L"")));
+
+TEST_P(ElevatedIniMode, ReadsOnlyWhatNobodyElseCouldHaveWritten) {
+  pretend_Account(true);
+  pretend_AccessLists({{GetParam().first, closed_list + L"(A;;0x1301bf;;;BU)"}});
+  EXPECT_EQ(regread_Text(norvak + L"a"), GetParam().second);
 }
 
 TEST_F(IniMode, LosesNothingToAnotherProgramAndOutlivesADeadOne) {

@@ -178,6 +178,22 @@ TEST_F(Registry, FindsTheInstallFolderByItsIconAndRepairsTheValue) {
   EXPECT_EQ(value_At(path), LR"(c:\other)");
 }
 
+// Nor is it written down, and it stays out while the process lives.
+TEST_F(Registry, LeavesAnInstallFolderAloneThatOthersCouldHaveMade) {
+  const std::wstring planted = LR"(c:\programme\bergstede)", path = norvak + LR"(pdf\path)";
+  make_File(planted + LR"(\norvak.ico)");
+  open_ToAll(planted);
+  EXPECT_EQ(regread_Text(path), L"");
+  EXPECT_EQ(value_At(path), L"(none)");
+  std::filesystem::remove_all(planted);
+  make_File(planted + LR"(\norvak.ico)");
+  EXPECT_EQ(regread_Text(norvak), L"");
+  EXPECT_EQ(regread_Text(path), L"");
+  make_File(LR"(c:\program files\bergstede\norvak.ico)");
+  EXPECT_EQ(regread_Text(norvak), L"");
+  EXPECT_EQ(regread_Text(path), LR"(c:\program files\bergstede\)");
+}
+
 TEST_F(Registry, WritesToTheSuitesViewAndReadsItsOwnWhereThatHasNothing) {
   constexpr auto* own_key = LR"(Software\Norvak\views)";  // for a 32-bit program this is the suite's view too
   const auto key = norvak + LR"(views\)", path = key + L"a";

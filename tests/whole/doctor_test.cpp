@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <regex>
 #include <set>
@@ -92,6 +93,7 @@ class Doctor : public MenuHost {
     set_Value(norvak + LR"(pdf\path)", m_suite);
     set_Value(norvak + L"AlwaysDebug", L"");
     set_Value(norvak + LR"(csp\INSTALLDIR)", L"");
+    std::filesystem::remove_all(LR"(c:\srcbox)");
   }
 
   // The codes of the problems that are found, and the exit status. Whether the log is on is settled once a
@@ -163,7 +165,9 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
          write(LR"(HKCR\logging.logme\CLSID\)", L"")();
          write(norvak + L"AlwaysDebug", L"1")();
        }},
-      {{L"folderMissing"}, write(norvak + LR"(csp\INSTALLDIR)", LR"(c:\gone\)")}};
+      {{L"folderMissing"}, write(norvak + LR"(csp\INSTALLDIR)", LR"(c:\gone\)")},
+      {{L"folderNotTrusted"},
+       [] { open_ToAll(std::filesystem::path(make_File(LR"(c:\srcbox\worker\any.exe)")).parent_path()); }}};
   if (host::is_64BitWindows()) {
     faults.push_back({{L"noDllForExplorer"}, write_InView(server, L"", KEY_WOW64_64KEY), true});
     faults.push_back({{L"noDllFor32BitPrograms"}, write_InView(server, L"", KEY_WOW64_32KEY), true});

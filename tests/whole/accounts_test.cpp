@@ -1,0 +1,73 @@
+// The extension in a program of an administrator, of the system or of a service.
+#include <filesystem>
+
+#include "tests/accounts.h"
+#include "tests/components.h"
+#include "tests/explorer.h"
+
+namespace {
+
+class Accounts : public Explorer {
+ protected:
+  void SetUp() override {
+    Explorer::SetUp();
+    install_Suite();
+    record_Starts(m_library.handle());
+    answer_Boxes(m_library.handle());
+  }
+
+  // The captions that are offered for a PDF, and the programs that start when each is picked.
+  Lines pick_All() {
+    const auto object = m_library.create();
+    select(object, {make_File(test_folder + L"a.pdf")});
+    auto lines = offered(object);
+    for (auto offset = lines.size(); offset-- > 0;)
+      invoke(object, offset);
+    for (auto& start : take_Starts())
+      lines.push_back(start);
+    return lines;
+  }
+};
+
+class AccountKinds : public Accounts, public testing::WithParamInterface<const wchar_t*> {};
+
+// The system, its two services, one of the service manager, one of a web server's pools, the last of their
+// kind.
+INSTANTIATE_TEST_SUITE_P(Service, AccountKinds,
+                         testing::Values(L"S-1-5-18", L"S-1-5-20", L"S-1-5-80-1-2-3-4-5", L"S-1-5-111-0"));
+
+TEST_P(AccountKinds, HasNoMenuNoComponentAndNoProgram) {
+  const Components components;
+  pretend_Account(true, GetParam(), m_library.handle());
+  pretend_AccessLists({}, m_library.handle());
+  EXPECT_EQ(pick_All(), Lines());
+  EXPECT_EQ(calls(), Lines());
+}
+
+// In the number of an account, a person's domain may look like a service.
+TEST_F(Accounts, OfAPersonHaveTheMenu) {
+  const Components components;
+  pretend_Account(false, L"S-1-5-21-18-80-111-20", m_library.handle());
+  EXPECT_GT(pick_All().size(), 3u);
+  EXPECT_NE(calls(), Lines());
+}
+
+class Elevated : public Accounts, public testing::WithParamInterface<bool> {};
+
+INSTANTIATE_TEST_SUITE_P(, Elevated, testing::Bool(),
+                         [](const auto& row) { return row.param ? "ClosedFolder" : "OpenFolder"; });
+
+// The folder of the suite belongs to the person here, who is an administrator only when asked.
+TEST_P(Elevated, StartsOnlyWhatNobodyElseCouldHavePutThere) {
+  const auto suite = test_folder + L"the suite";
+  pretend_Account(true, {}, m_library.handle());
+  pretend_AccessLists({{suite, GetParam() ? closed_list : L"O:S-1-5-21-1-2-3-1000D:(A;;FA;;;SY)"}},
+                      m_library.handle());
+  Lines started;
+  for (const auto& line : pick_All())
+    if (line.find(L".exe") != std::wstring::npos)
+      started.push_back(line);
+  EXPECT_EQ(started.empty(), !GetParam());
+}
+
+}  // namespace
