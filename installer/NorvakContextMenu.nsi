@@ -2,7 +2,7 @@
 ; the 32-bit build and, in the folder x64, the 64-bit one; a 32-bit Windows the former alone.
 ;
 ;   setup.exe                     asks for the folder and shows what happens
-;   setup.exe /S [/D=C:\Folder]   installs or upgrades without a question; /D comes last and takes no quotes
+;   setup.exe /S [/D=C:\Program Files\Folder]   installs or upgrades without a question; /D comes last, without quotes
 ;   setup.exe /remove             uninstalls without a question, and waits until it is done
 ;   Uninstall.exe [/S]            uninstalls; returns at once, while a copy of it goes on
 ;   Uninstall.exe /S _?=FOLDER    the same in its own process, which is waited for but cannot delete itself
@@ -35,6 +35,7 @@ SetCompressor /SOLID lzma
 !define REGSVR_32 "$SYSDIR\regsvr32.exe"
 !define REGSVR_64 "$WINDIR\Sysnative\regsvr32.exe"
 !define REG_SZ 1
+!define REG_BINARY 3
 !define REG_DWORD 4
 
 ; ---- The product: its files, its DLLs that register themselves, the keys that these write, and all other values
@@ -114,6 +115,16 @@ SetCompressor /SOLID lzma
   !insertmacro For64Bit ${STEP} '32 "${APPS}" "MadeSurrogates" REG_SZ "$MadeSurrogates"'
 !macroend
 
+; Of the class $R7. Its process is for the people at this machine, the administrators and the system: to be started by
+; them, and called by them and by itself, from this machine alone.
+!macro Surrogate STEP
+  !insertmacro ${STEP} 32 "${CLASSES}\AppID\$R7" "DllSurrogate" REG_SZ ""
+  !insertmacro ${STEP} 32 "${CLASSES}\AppID\$R7" "LaunchPermission" REG_BINARY \
+    "O:BAG:BAD:(A;;CCDCSW;;;SY)(A;;CCDCSW;;;BA)(A;;CCDCSW;;;IU)"
+  !insertmacro ${STEP} 32 "${CLASSES}\AppID\$R7" "AccessPermission" REG_BINARY \
+    "O:BAG:BAD:(A;;CCDC;;;SY)(A;;CCDC;;;BA)(A;;CCDC;;;IU)(A;;CCDC;;;PS)"
+!macroend
+
 ; What only a 64-bit Windows gets. A folder of built files that has no 64-bit part makes a setup without one.
 !if /FileExists "${BUILD}/x64/NorvakContextMenu.dll"
   !define WITH_64_BIT
@@ -136,6 +147,9 @@ Var MadeFolder    ; the topmost, down to that of the product
 Var MadeSubfolders  ; those below it, each followed by "|", the lower before the upper ones
 Var MadePath      ; what was appended to the machine's search path
 Var OldFolder     ; of the installed version, or empty
+Var Left          ; says why that folder is left as it is: it is not trusted, so nothing is run or deleted there
+Var Trusted       ; who may change what is trusted, each between two "|"
+Var Distrust      ; why the last judged folder is not trusted, or empty
 Var OldMadeKeys
 Var OldMadeSurrogates
 Var OldMadeFolder
@@ -147,6 +161,7 @@ Var Size          ; in bytes, then in kilobytes
 !include FileFunc.nsh
 !include WordFunc.nsh
 !include x64.nsh
+!include WinVer.nsh
 !include MUI2.nsh
 
 Name "${PRODUCT}"
@@ -219,6 +234,30 @@ VIAddVersionKey LegalCopyright "Norvak"
   CreateDirectory "$PLUGINSDIR\${NAME}"
 !macroend
 
+; What is to be loaded, renamed or deleted must be just the administrators'. What is not there is no matter, but for the
+; folder itself, which anybody might make just now.
+!macro JudgeOld NAME
+  ${If} $Distrust == ""
+  ${AndIf} ${FileExists} "$OldFolder\${NAME}"
+    !insertmacro Judge "$OldFolder\${NAME}"
+  ${EndIf}
+!macroend
+
+!macro JudgeOldServer VIEW FILE
+  !insertmacro JudgeOld "${FILE}"
+!macroend
+
+!macro JudgeOldFolder
+  StrCpy $R3 $OldFolder
+  Call ${UN}JudgePath
+  !insertmacro Subfolders JudgeOld
+  !insertmacro Servers JudgeOldServer
+  StrCpy $Left ""
+  ${If} $Distrust != ""
+    StrCpy $Left '$(LeftFiles)'
+  ${EndIf}
+!macroend
+
 !macro RemoveOldFolders
   ${DoUntil} $OldMadeSubfolders == ""
     ${WordFind} $OldMadeSubfolders "|" "+1" $R0
@@ -272,13 +311,24 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${If} $0 <> 0
     !insertmacro Fail '$(CannotRegister)' ''
   ${EndIf}
+  SetRegView ${VIEW}
+  ReadRegStr $1 HKLM "${CLASSES}\CLSID\${CLASS}\InprocServer32" ""
+  SetRegView 32
+  System::Call 'kernel32::GetLongPathNameW(t r1, t .r1, i ${NSIS_MAX_STRLEN})'
+  System::Call 'kernel32::GetLongPathNameW(t "$Subject", t .r2, i ${NSIS_MAX_STRLEN})'
+  ${If} $1 != $2
+    !insertmacro Fail '$(IsNotRegistered)' ''
+  ${EndIf}
 !macroend
 
-; The installed DLL knows best what it wrote. Where it is gone or broken, the one that was brought along does it, and
-; registers first: what is left of a registration cannot be taken back, only a whole one can.
+; The installed DLL knows best what it wrote. Where it is gone, broken or not to be trusted, the one that was brought
+; along does it, and registers first: what is left of a registration cannot be taken back, only a whole one can.
 !macro Unregister VIEW FILE
   !insertmacro ServerKeys SaveTree
-  !insertmacro RunServer ${VIEW} "/s /u" "$OldFolder\${FILE}"
+  StrCpy $0 -1
+  ${If} $Left == ""
+    !insertmacro RunServer ${VIEW} "/s /u" "$OldFolder\${FILE}"
+  ${EndIf}
   ${If} $0 <> 0
     !insertmacro RunServer ${VIEW} "/s" "$PLUGINSDIR\${FILE}"
     !insertmacro RunServer ${VIEW} "/s /u" "$PLUGINSDIR\${FILE}"
@@ -310,6 +360,7 @@ VIAddVersionKey LegalCopyright "Norvak"
 !macroend
 
 !macro RemoveOldVersion
+  !insertmacro JudgeOldFolder
   !insertmacro Servers Unregister
   ${DoUntil} $OldMadeSurrogates == ""
     ${WordFind} $OldMadeSurrogates "|" "+1" $R7
@@ -331,7 +382,9 @@ VIAddVersionKey LegalCopyright "Norvak"
     ${EndIf}
     Call ${UN}RemoveKey
   ${Loop}
-  !insertmacro Files MoveOldAside
+  ${If} $Left == ""
+    !insertmacro Files MoveOldAside
+  ${EndIf}
 !macroend
 
 !macro Finish
@@ -343,20 +396,26 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${If} ${RebootFlag}
     SetErrorLevel 3010
   ${EndIf}
+  ${If} $Left != ""
+  ${AndIf} ${FileExists} $OldFolder
+    StrCpy $Failure $Left
+    ${If} ${Silent}
+      Call ${UN}WriteFailure
+    ${Else}
+      MessageBox MB_OK|MB_ICONINFORMATION $Left
+    ${EndIf}
+  ${EndIf}
 !macroend
 
 !macro Start
   Push "begin"
-  System::Call 'kernel32::CreateMutexW(p 0, i 0, t "Global\NorvakContextMenuSetup") p .r1 ?e'
-  Pop $0
-  ${If} $0 <> 0
-    !insertmacro Fail '$(IsRunning)' ''
-  ${EndIf}
   UserInfo::GetAccountType
   Pop $0
   ${If} $0 != "Admin"
     !insertmacro Fail '$(NeedsAdministrator)' ''
   ${EndIf}
+  Call ${UN}Lock
+  Call ${UN}TrustSystem
   ReadRegStr $OldFolder HKLM "${APPS}" "InstallLocation"
   ReadRegStr $OldMadeFolder HKLM "${APPS}" "MadeFolder"
   ReadRegStr $OldMadeSubfolders HKLM "${APPS}" "MadeSubfolders"
@@ -376,6 +435,7 @@ VIAddVersionKey LegalCopyright "Norvak"
 
 !define UN ""
 !include steps.nsh
+!include trust.nsh
 !include search_path.nsh
 !include words.nsh
 
@@ -464,6 +524,7 @@ Section
   ${If} ${Errors}
     !insertmacro Fail '$(CannotUnpack)' ''
   ${EndIf}
+  Call ${UN}JudgeUnpacked
 
   ${If} $INSTDIR != ""
     Call MakeFolders
@@ -490,6 +551,7 @@ Section
   ${EndIf}
   ${If} $OldFolder != ""
   ${AndIf} $OldFolder != $INSTDIR
+  ${AndIf} $Left == ""
     !insertmacro Files DeleteOld
     !insertmacro RemoveOldFolders
   ${EndIf}
@@ -500,6 +562,7 @@ SectionEnd
 
 !define /redef UN "un."
 !include steps.nsh
+!include trust.nsh
 !include search_path.nsh
 !include words.nsh
 
@@ -521,10 +584,13 @@ Section Uninstall
   ${If} ${Errors}
     !insertmacro Fail '$(CannotUnpack)' ''
   ${EndIf}
+  Call ${UN}JudgeUnpacked
   !insertmacro RemoveOldVersion
 
   ; Nothing fails from here on.
-  !insertmacro Files DeleteOld
-  !insertmacro RemoveOldFolders
+  ${If} $Left == ""
+    !insertmacro Files DeleteOld
+    !insertmacro RemoveOldFolders
+  ${EndIf}
   !insertmacro Finish
 SectionEnd

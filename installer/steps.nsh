@@ -183,9 +183,7 @@ Function ${UN}RemoveSurrogate
     StrCpy $3 "AppID"
     Call ${UN}RemoveValue
   ${EndIf}
-  StrCpy $2 "${CLASSES}\AppID\$R7"
-  StrCpy $3 "DllSurrogate"
-  Call ${UN}RemoveValue
+  !insertmacro Surrogate Remove
   Call ${UN}RemoveKey
 FunctionEnd
 
@@ -318,19 +316,6 @@ FunctionEnd
 ; ---- Steps that only the setup takes
 
 !if "${UN}" == ""
-; The part of $R3 up to its next backslash behind the first $R4 characters, into $R5.
-Function NextFolder
-  ${Do}
-    IntOp $R4 $R4 + 1
-    StrCpy $R5 $R3 1 $R4
-    ${If} $R5 == "\"
-    ${OrIf} $R5 == ""
-      ${ExitDo}
-    ${EndIf}
-  ${Loop}
-  StrCpy $R5 $R3 $R4
-FunctionEnd
-
 Function WriteValue
   StrCpy $R3 $2
   StrCpy $R4 0
@@ -356,6 +341,10 @@ Function WriteValue
     Call NoteValue
     ${If} $4 = 4
       System::Call 'advapi32::RegSetValueExW(p r8, t r3, i 0, i r4, *i r5, i 4) i .r0'
+    ${ElseIf} $4 = ${REG_BINARY}
+      System::Call 'advapi32::ConvertStringSecurityDescriptorToSecurityDescriptorW(t r5, i 1, *p .r6, *i .r7)'
+      System::Call 'advapi32::RegSetValueExW(p r8, t r3, i 0, i r4, p r6, i r7) i .r0'
+      System::Call 'kernel32::LocalFree(p r6)'
     ${Else}
       StrLen $6 $5
       IntOp $6 $6 * 2
@@ -394,15 +383,9 @@ Function AddSurrogate
     Return
   ${EndIf}
   StrCpy $R8 $MadeKeys
-  StrCpy $3 "DllSurrogate"
-  StrCpy $4 ${REG_SZ}
-  StrCpy $5 ""
-  Call WriteValue
+  !insertmacro Surrogate Write
   StrCpy $MadeKeys $R8
-  StrCpy $2 "${CLASSES}\CLSID\$R7"
-  StrCpy $3 "AppID"
-  StrCpy $5 $R7
-  Call WriteValue
+  !insertmacro Write 32 "${CLASSES}\CLSID\$R7" "AppID" REG_SZ "$R7"
   StrCpy $MadeSurrogates "$R7|$MadeSurrogates"
 FunctionEnd
 !endif
@@ -416,6 +399,8 @@ FunctionEnd
 Function MakeFolders
   StrCpy $R3 $INSTDIR
   StrCpy $R4 2
+  StrCpy $R5 $R3 3
+  Call MakeFolder
   ${DoUntil} $R5 == $R3
     Call NextFolder
     Call MakeFolder
@@ -427,18 +412,26 @@ Function MakeFolders
   StrCpy $R5 ""
 FunctionEnd
 
+; A drive without rights keeps no folder closed, so those just made are judged as well.
+Function RefuseDistrusted
+  Call Judge
+  ${If} $Distrust != ""
+    !insertmacro Fail '$Distrust$(ChooseAnother)' ''
+  ${EndIf}
+FunctionEnd
+
 ; $0 is 0 where the folder $R5 was there.
 Function MakeFolder
   StrCpy $Subject $R5
   System::Call 'kernel32::GetFileAttributesW(t R5) i .r0'
   ${If} $0 = -1
-    System::Call 'kernel32::CreateDirectoryW(t R5, p 0) i .r1 ?e'
-    Pop $0
+    Call CreateClosedFolder
     ${If} $1 = 0
       !insertmacro Fail '$(CannotMakeFolder)' $0
     ${EndIf}
     Push $R5
     !insertmacro UndoBy UndoMadeFolder
+    Call RefuseDistrusted
     StrCpy $0 1
     Return
   ${EndIf}
@@ -446,6 +439,7 @@ Function MakeFolder
   ${If} $0 = 0
     !insertmacro Fail '$(IsNoFolder)' ''
   ${EndIf}
+  Call RefuseDistrusted
   StrCpy $0 0
 FunctionEnd
 

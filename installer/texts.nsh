@@ -30,6 +30,24 @@
 !insertmacro Text CannotUnregister '"$Subject" cannot be unregistered (regsvr32 has ended with status $0).' \
   '"$Subject" nicht abgemeldet werden kann (regsvr32 endete mit Status $0).'
 
+!insertmacro Text IsNotRegistered '"$Subject" is not what Windows has registered for all users.' \
+  '"$Subject" nicht das ist, was Windows für alle Benutzer registriert hat.'
+; Why a folder is not trusted, and what helps.
+!insertmacro Text IsLink 'the folder "$Subject" is a link to another one' \
+  'der Ordner "$Subject" auf einen anderen verweist'
+!insertmacro Text OtherOwner 'the folder "$Subject" belongs to somebody other than the administrators' \
+  'der Ordner "$Subject" jemand anderem als den Administratoren gehört'
+!insertmacro Text OtherWriters 'not only administrators can change the folder "$Subject"' \
+  'nicht nur Administratoren den Ordner "$Subject" ändern können'
+!insertmacro Text UnknownRights 'the rights of the folder "$Subject" cannot be read' \
+  'die Rechte des Ordners "$Subject" nicht gelesen werden können'
+!insertmacro Text ChooseAnother '; a new folder below "$PROGRAMFILES32" is safe.' \
+  '; ein neuer Ordner unter "$PROGRAMFILES32" ist sicher.'
+!insertmacro Text OwnTemporary '; TEMP must name a folder that only this administrator can change.' \
+  '; TEMP muss einen Ordner nennen, den nur dieser Administrator ändern kann.'
+!insertmacro Text LeftFiles 'The files in "$OldFolder" stay and must be deleted by hand because $Distrust.' \
+  'Die Dateien in "$OldFolder" bleiben und müssen von Hand gelöscht werden, weil $Distrust.'
+
 !insertmacro Text Welcome "This puts the items of the Norvak suite into the context menu of files, folders and drives, \
 for all users of this computer.${LINE}${LINE}Nothing needs to be closed. New Explorer windows show the new items; windows \
 that are open may keep what they have until Explorer starts again.${LINE}${LINE}$_CLICK" \
