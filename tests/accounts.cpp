@@ -10,6 +10,13 @@
 
 namespace {
 
+// This program's own calls may be redirected.
+template <auto function>
+auto platform_Function(const wchar_t* library, const char* name) {
+  return reinterpret_cast<decltype(function)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(library), name)));
+}
+
 bool elevation;
 std::wstring account;
 AccessLists access_lists;
@@ -22,7 +29,8 @@ BOOL WINAPI tell_Token(HANDLE token, TOKEN_INFORMATION_CLASS what, void* answer,
   }
   PSID sid = nullptr;
   if (what != TokenUser || account.empty() || !ConvertStringSidToSidW(account.c_str(), &sid))
-    return GetTokenInformation(token, what, answer, room, size);
+    return platform_Function<GetTokenInformation>(L"advapi32", "GetTokenInformation")(token, what, answer,
+                                                                                      room, size);
   const unique_local_memory owner(sid);
   auto* user = static_cast<TOKEN_USER*>(answer);
   user->User.Sid = user + 1;
@@ -42,8 +50,9 @@ std::wstring list_Of(HANDLE file) {
 
 DWORD WINAPI tell_AccessList(HANDLE file, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID* owner, PSID*,
                              PACL* list, PACL*, PSECURITY_DESCRIPTOR* descriptor) {
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(list_Of(file).c_str(), SDDL_REVISION_1,
-                                                            descriptor, nullptr))
+  const auto text = list_Of(file);
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW((text == L"link" ? closed_list : text).c_str(),
+                                                            SDDL_REVISION_1, descriptor, nullptr))
     return GetLastError();
   BOOL is_there = FALSE, is_default = FALSE;
   *list = nullptr;
@@ -53,7 +62,8 @@ DWORD WINAPI tell_AccessList(HANDLE file, SE_OBJECT_TYPE, SECURITY_INFORMATION, 
 }
 
 BOOL WINAPI tell_Links(HANDLE file, BY_HANDLE_FILE_INFORMATION* about) {
-  const auto answer = GetFileInformationByHandle(file, about);
+  const auto answer =
+      platform_Function<GetFileInformationByHandle>(L"kernel32", "GetFileInformationByHandle")(file, about);
   if (list_Of(file) == L"link")
     about->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
   return answer;

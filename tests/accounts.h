@@ -8,7 +8,8 @@
 #include <string>
 
 // Tells the module that its process is elevated or not, and which account it has; the true one where that is
-// empty.
+// empty. The emulation starts each program elevated, which an Explorer is not: so a case begins with `false`,
+// and so does the DLL that it loads.
 void pretend_Account(bool is_elevated, const std::wstring& sid = {},
                      HMODULE module = GetModuleHandleW(nullptr));
 

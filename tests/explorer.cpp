@@ -8,6 +8,7 @@
 #include "base/module.h"
 #include "base/text.h"
 #include "shellext/class_identifiers.h"
+#include "tests/accounts.h"
 #include "tests/components.h"
 
 namespace {
@@ -29,6 +30,8 @@ std::wstring built_File(const std::wstring& name) {
 
 Library::Library(const std::wstring& path) : m_module(LoadLibraryW(path.c_str())) {
   EXPECT_NE(m_module, nullptr) << std::filesystem::path(path).string() << " cannot be loaded";
+  if (imports_Of(m_module).contains("GetTokenInformation"))
+    pretend_Account(false, {}, m_module);
 }
 
 HRESULT Library::run(const char* entry) const {

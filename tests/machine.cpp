@@ -16,6 +16,7 @@
 #include "suite/component_list.h"
 #include "suite/diagnostic_log.h"
 #include "suite/suite_folders.h"
+#include "tests/accounts.h"
 
 namespace {
 
@@ -56,6 +57,7 @@ void CALLBACK answer_Box(HWND, UINT, UINT_PTR, DWORD) {
 
 Machine::Machine() {
   RevertToSelf();
+  pretend_Account(false);
   CoInitialize(nullptr);
   use_DiagnosticLog();
   auto keys = split(

@@ -53,6 +53,7 @@ Lines run_MenuHost(const std::wstring& arguments, bool here) {
     startup.hStdOutput = output.get();
     startup.hStdError = errors.get();
     PROCESS_INFORMATION started{};
+    command.insert(0, ::quoted(built_File(LR"(standins\as-person.exe)")) + L" ");
     const auto is_started = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                            nullptr, &startup, &started);
     EXPECT_TRUE(is_started);

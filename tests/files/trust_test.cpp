@@ -43,7 +43,7 @@ TEST_P(Trust, EndsWhereSomebodyElseCouldChangeSomething) {
       {{{program, with(L"(A;;0x2;;;AU)")}}, program, L"!"},
       {{{program, with(L"(A;;GW;;;AU)")}}, program, L"!"},
       {{{upper, with(L"(A;;SD;;;AU)")}}, program, L"!"},
-      {{{upper, with(L"(A;;DC;;;IU)")}}, folder, L"!"},
+      {{{upper, with(L"(A;;0x40;;;IU)")}}, folder, L"!"},
       {{{drive, with(L"(A;;WO;;;BU)")}}, folder, L"!"},
       {{{drive, with(L"(A;;GA;;;S-1-5-21-9-9-9-1000)")}}, folder, L"!"},
       {{{upper, L"O:S-1-5-21-9-9-9-1000D:(A;;FA;;;SY)"}}, folder, L"!"},

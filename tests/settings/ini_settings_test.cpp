@@ -63,6 +63,7 @@ struct Writer : testing::Environment {
     if (GetEnvironmentVariableW(written_key, key.data(), 32) == 0)
       return;
     CoInitialize(nullptr);
+    pretend_Account(false);
     use_Clock();
     patch_Import("WritePrivateProfileStringW", reinterpret_cast<void*>(write_WhenAwaited));
     for (int number = 0; number < many; ++number)

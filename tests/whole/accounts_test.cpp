@@ -1,6 +1,9 @@
 // The extension in a program of an administrator, of the system or of a service.
 #include <filesystem>
 
+#include "base/text.h"
+#include "components/object_creation.h"
+#include "files/processes.h"
 #include "tests/accounts.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
@@ -42,6 +45,16 @@ TEST_P(AccountKinds, HasNoMenuNoComponentAndNoProgram) {
   pretend_AccessLists({}, m_library.handle());
   EXPECT_EQ(pick_All(), Lines());
   EXPECT_EQ(calls(), Lines());
+}
+
+// Whoever asks for them.
+TEST_F(Accounts, OfTheSystemGetNoComponentAndNoProgram) {
+  const auto program = make_File(test_folder + L"program.exe");
+  record_Starts();
+  pretend_Account(false, L"S-1-5-18");
+  EXPECT_EQ(create_Object(L"WScript.Shell"), nullptr);
+  EXPECT_FALSE(start_Program(::quoted(program)));
+  EXPECT_EQ(take_Starts(), Lines());
 }
 
 // In the number of an account, a person's domain may look like a service.
