@@ -1,6 +1,6 @@
 # How the product's own folders are compiled: as small as can be, since every Explorer carries the DLL, and with
-# guarded frames wherever a buffer is on the stack. Only byte buffers are; buffers of UTF-16 are texts on the heap.
-add_compile_options(-fstack-protector -fno-rtti)
+# guarded frames wherever an array or a variable whose address is taken is on the stack.
+add_compile_options(-fstack-protector-strong -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
   # The DLL is compiled as one whole when it is linked; what else links these folders takes the plain code.
   add_compile_options(-Oz -flto -ffat-lto-objects)

@@ -49,17 +49,6 @@ SharedStrand next_Strand() {
   return next;
 }
 
-// The first exception of a thread has the runtime keep something for it, which ends the program where there
-// is no memory. So the thread has one before it begins, as soon as there is some.
-void prepare_ForExceptions() {
-  constexpr std::size_t enough = 4096;
-  void* memory = nullptr;
-  while ((memory = HeapAlloc(GetProcessHeap(), 0, enough)) == nullptr)
-    Sleep(10);
-  HeapFree(GetProcessHeap(), 0, memory);
-  run_Guarded([] { throw std::bad_alloc(); });
-}
-
 constinit std::atomic<bool> are_MarshallersReady = false;
 
 // The marshallers of factories and of late-bound calls fill their tables with their first use, and not every
@@ -76,7 +65,6 @@ void prepare_Marshallers() {
 }
 
 DWORD WINAPI run_Worker(void*) {
-  prepare_ForExceptions();
   const HRESULT entered = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   while (const auto strand = next_Strand())
     strand->run();

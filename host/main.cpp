@@ -2,7 +2,10 @@
 #include <windows.h>
 
 #include "host/program.h"
+#include "runtime/stack_guard.h"
 
-int wmain() {
+// It chooses the value that guards all other frames.
+__attribute__((no_stack_protector)) int wmain() {
+  choose_StackGuard();
   return host::run_CommandLine(GetCommandLineW());
 }

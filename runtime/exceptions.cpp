@@ -3,10 +3,11 @@
 #include <windows.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <exception>
+#include <memory>
 #include <new>
+
+#include "runtime/fast_fail.h"
 
 namespace {
 
@@ -27,7 +28,44 @@ void* take_Reserve(std::size_t size) {
   for (auto& reserve : reserves)
     if (size <= reserve.Bytes.size() && InterlockedExchange(&reserve.IsTaken, TRUE) == FALSE)
       return reserve.Bytes.data();
-  std::terminate();
+  fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
+}
+
+// What the compiler keeps for a thread that has exceptions; the first two members are its own.
+struct Exceptions {
+  void* Caught = nullptr;
+  unsigned int Uncaught = 0;
+  volatile LONG Thread = 0;
+};
+
+// The library's own has a thread-local index, which nobody gives back when the DLL goes, and memory for each
+// thread, without which it ends the process. A thread needs its place here for as long as it has an exception
+// under way, and each of them is caught by the function that asked for it.
+std::array<Exceptions, 64> exceptions;
+
+Exceptions* find_Exceptions() {
+  const auto thread = static_cast<LONG>(GetCurrentThreadId());
+  for (auto& place : exceptions)
+    if (place.Thread == thread)
+      return &place;
+  return nullptr;
+}
+
+Exceptions& enter_Exceptions() {
+  if (auto* known = find_Exceptions())
+    return *known;
+  const auto thread = static_cast<LONG>(GetCurrentThreadId());
+  for (;; Sleep(1))
+    for (auto& place : exceptions)
+      if (InterlockedCompareExchange(&place.Thread, thread, 0) == 0)
+        return place;
+}
+
+// Lets the place go with the thread's last exception.
+void leave_Exceptions() {
+  auto* place = find_Exceptions();
+  if (place != nullptr && place->Caught == nullptr && place->Uncaught == 0)
+    InterlockedExchange(&place->Thread, 0);
 }
 
 // Every exception of the library means the same to the product, see base/boundary.h.
@@ -60,17 +98,14 @@ void __throw_out_of_range_fmt(const char*, ...) {
   give_Up();
 }
 
-}  // namespace std
-// NOLINTEND(cert-dcl58-cpp,cert-dcl50-cpp)
-
-namespace __gnu_cxx {
-
-// Where an exception leaves a function that promised none.
-void __verbose_terminate_handler() {
-  std::abort();
+// Asked where an object may have been made together with its count by another module, which this one has none
+// of; the library's own comes with a set of locks.
+bool _Sp_make_shared_tag::_S_eq(const type_info&) noexcept {
+  return false;
 }
 
-}  // namespace __gnu_cxx
+}  // namespace std
+// NOLINTEND(cert-dcl58-cpp,cert-dcl50-cpp)
 
 // The names are the compiler's.
 extern "C" {
@@ -78,6 +113,18 @@ extern "C" {
 // Memory for the object of a throw expression, and its end.
 void* __cxa_allocate_exception(std::size_t size) noexcept;
 void __cxa_free_exception(void* object) noexcept;
+
+// What the compiler keeps for this thread.
+void* __cxa_get_globals() noexcept;
+void* __cxa_get_globals_fast() noexcept;
+
+void* __cxa_get_globals() noexcept {
+  return &enter_Exceptions();
+}
+
+void* __cxa_get_globals_fast() noexcept {
+  return &enter_Exceptions();
+}
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {
   void* memory = HeapAlloc(GetProcessHeap(), 0, record_size + size);
@@ -88,6 +135,7 @@ void* __cxa_allocate_exception(std::size_t size) noexcept {
 }
 
 void __cxa_free_exception(void* object) noexcept {
+  leave_Exceptions();
   auto* memory = static_cast<unsigned char*>(object) - record_size;
   for (auto& reserve : reserves) {
     if (reserve.Bytes.data() == memory) {
@@ -97,5 +145,9 @@ void __cxa_free_exception(void* object) noexcept {
   }
   HeapFree(GetProcessHeap(), 0, memory);
 }
+
+// The DLL has no variables that each thread has for itself, so threads come and go without it.
+extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
+const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
 
 }  // extern "C"

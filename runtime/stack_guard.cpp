@@ -4,17 +4,18 @@
 
 #include <ntsecapi.h>
 
+#include "runtime/fast_fail.h"
+
 // The names are the compiler's.
 extern "C" {
 
 void* __stack_chk_guard = nullptr;
 
-// Reached when a function has written beyond its frame: nothing can be trusted any more, so the process ends
-// at once and leaves the finding to the system's error reporting.
+// Reached when a function has written beyond its frame.
 [[noreturn]] void __stack_chk_fail();
 
 void __stack_chk_fail() {
-  __builtin_trap();
+  fail_Fast(FAST_FAIL_STACK_COOKIE_CHECK_FAILURE);
 }
 
 }  // extern "C"

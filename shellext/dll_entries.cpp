@@ -13,13 +13,18 @@
 #include "shellext/registration.h"
 #include "shellext/shell_ext.h"
 
-// Gives back what the process keeps for the threads when the DLL alone goes; at the end of the process
-// nothing.
-// cppcheck-suppress constParameter ; the form is the system's
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* process_ends) {
-  if (reason == DLL_PROCESS_DETACH && process_ends == nullptr)
+// What the compiler's runtime does when the DLL comes and goes.
+extern "C" BOOL WINAPI DllMainCRTStartup(HINSTANCE module, DWORD reason, void* process_ends);
+
+// The first function that the system calls. At the end of a process its other threads have been stopped
+// wherever they were, with whatever they had locked, and all that the DLL has goes with the process: then
+// nothing is released, and no destructor runs. Threads that begin and end do not concern the DLL.
+extern "C" BOOL WINAPI enter_Module(HINSTANCE module, DWORD reason, void* process_ends) {
+  const bool comes = reason == DLL_PROCESS_ATTACH;
+  const bool goes_alone = reason == DLL_PROCESS_DETACH && process_ends == nullptr;
+  if (goes_alone)
     end_Apartments();
-  return TRUE;
+  return comes || goes_alone ? DllMainCRTStartup(module, reason, process_ends) : TRUE;
 }
 
 // A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.

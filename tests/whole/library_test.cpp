@@ -1,4 +1,7 @@
 // What the built files hold beside their code, and what loading them costs for good.
+#include <process.h>
+
+#include "base/text.h"
 #include "tests/explorer.h"
 #include "tests/holdings.h"
 
@@ -42,15 +45,41 @@ TEST_F(BuiltFiles, IncludeTheTypeLibraryInTheDll) {
   EXPECT_STREQ(name, L"NorvakContextMenu");
 }
 
-TEST_F(BuiltFiles, LoseNoMemoryWhenTheyAreLoaded) {
-  const auto load = [] { FreeLibrary(LoadLibraryW(built_File(L"NorvakContextMenu.dll").c_str())); };
-  std::array<long, 2> bytes{};
-  for (auto& count : bytes) {
-    for (int times = 0; times < 10; ++times)
-      load();
-    count = count_Holdings().Counts[Holdings::HeapBytes];
-  }
-  EXPECT_EQ(bytes[1], bytes[0]);
+void* __cdecl have_NoMemory(std::size_t) {
+  return nullptr;
+}
+
+// More often than a process has thread-local indexes. Another module of the process has the name of the
+// compiler's runtime.
+TEST_F(BuiltFiles, LoseNothingWhenTheyAreLoadedAndThrow) {
+  const auto runtime = test_folder + L"libgcc_s_dw2-1.dll";
+  CopyFileW(built_File(L"decoy.dll").c_str(), runtime.c_str(), FALSE);
+  const Library others(runtime);
+  const auto load = [] {
+    const Library library;
+    EXPECT_TRUE(patch_Import("malloc", reinterpret_cast<void*>(have_NoMemory), library.handle()));
+    EXPECT_EQ(library.run("DllRegisterServer"), E_OUTOFMEMORY);
+  };
+  for (int times = 0; times < 10; ++times)
+    load();
+  const auto before = count_Holdings();
+  for (int times = 0; times < TLS_MINIMUM_AVAILABLE + 1024 + 12; ++times)
+    load();
+  EXPECT_EQ(count_Holdings() - before, Holdings());
+}
+
+// Where nothing can be trusted any more, a process ends as the system's own do, and shows no box. A DLL that
+// goes alone releases what it has; at the end of a process it calls nothing.
+TEST_F(BuiltFiles, EndAsTheyShould) {
+  const auto program = built_File(L"endings_program.exe");
+  const auto end = [&](const wchar_t* way) {
+    return static_cast<DWORD>(_wspawnl(_P_WAIT, program.c_str(), L"endings_program", way, nullptr));
+  };
+  for (const auto* way : {L"overrun", L"abort", L"terminate", L"pure"})
+    EXPECT_EQ(end(way), DWORD{STATUS_STACK_BUFFER_OVERRUN}) << to_Ansi(way);
+  for (const auto* way : {L"nothing", L"processEnds"})
+    EXPECT_EQ(end(way), 0u) << to_Ansi(way);
+  EXPECT_EQ(end(L"dllGoes"), 77u);
 }
 
 }  // namespace
