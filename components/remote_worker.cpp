@@ -133,7 +133,7 @@ void Strand::add(Work work) {
     m_state = State::Busy;
   }
   try {
-    if (!submit(shared_from_this()))
+    if (!submit(weak_from_this().lock()))
       throw std::bad_alloc();
   } catch (...) {
     {
@@ -151,7 +151,7 @@ void Strand::begin() noexcept {
     m_state = State::Busy;
   }
   // cppcheck-suppress throwInNoexceptFunction ; it is caught
-  if (!run_Guarded(false, [this] { return submit(shared_from_this()); }))
+  if (!run_Guarded(false, [this] { return submit(weak_from_this().lock()); }))
     run();  // the worker that begins it has time for it too
 }
 

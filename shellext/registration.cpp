@@ -1,8 +1,5 @@
 #include "shellext/registration.h"
 
-#include <comutil.h>
-#include <wrl/client.h>
-
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -15,35 +12,59 @@
 #include "base/module.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
-#include "shellext/shell_ext.h"
-#include "shellext/type_library.h"
 
 namespace {
 
 constexpr const wchar_t* progid = L"NorvakContextMenu.ShellExt";
 constexpr const wchar_t* description = L"Norvak - IContextMenu Shell Extension";
-constexpr WORD library_major = LIBRARY_MAJOR;
-constexpr WORD library_minor = LIBRARY_MINOR;
-constexpr SYSKIND library_kind = sizeof(void*) == 4 ? SYS_WIN32 : SYS_WIN64;
+constexpr const wchar_t* library_version = LIBRARY_VERSION;
+constexpr const wchar_t* library_description = L"Norvak - IContextMenu Shell Extension...";
+constexpr const wchar_t* library_flags = L"8";  // the file has it as a resource
+constexpr const wchar_t* library_platform = sizeof(void*) == 4 ? L"win32" : L"win64";
+constexpr const wchar_t* automation_marshaller = L"{00020424-0000-0000-C000-000000000046}";
+
+// The classes of the machine. Through the merged root, a key that a user has made for himself would take the
+// place of the machine's.
+constexpr const wchar_t* machines_classes = LR"(Software\Classes\)";
 
 struct Row {
-  std::wstring Key;   // below HKEY_CLASSES_ROOT
+  std::wstring Key;   // below the machine's classes
   std::wstring Name;  // empty for the default value
-  std::wstring Value;
+  std::optional<std::wstring> Value;
+  bool IsShared = false;  // with the DLL of the other bitness
+
+  std::wstring path() const { return machines_classes + Key; }
 };
 
-// Parents stand before their subkeys, so that no row makes more than one key.
+// Parents stand before their subkeys, so that no row makes more than one key, and what is shared before the
+// class, which tells whether somebody shares it. The platform's own registration of a type library goes
+// through the merged root.
 std::vector<Row> registration_Rows() {
-  const auto clsid = guid_Text(clsid_ShellExt);
+  const auto clsid = guid_Text(clsid_ShellExt), libid = guid_Text(libid_ShellExt);
   const auto class_key = LR"(CLSID\)" + clsid;
+  const auto library_key = LR"(TypeLib\)" + libid;
+  const auto version_key = library_key + L'\\' + library_version;
+  const auto interface_key = LR"(Interface\)" + guid_Text(iid_ShellExt);
+  const auto file = get_ModulePath();
   return {
-      {progid, L"", description},
-      {std::wstring(progid) + LR"(\CLSID)", L"", clsid},
+      {progid, L"", description, true},
+      {std::wstring(progid) + LR"(\CLSID)", L"", clsid, true},
+      {library_key, L"", {}, true},
+      {version_key, L"", library_description, true},
+      {version_key + LR"(\FLAGS)", L"", library_flags, true},
+      {version_key + LR"(\HELPDIR)", L"", file.substr(0, file.rfind(L'\\')), true},
+      {version_key + LR"(\0)", L"", {}, true},
+      {version_key + LR"(\0\)" + library_platform, L"", file},
+      {interface_key, L"", L"_ShellExt"},
+      {interface_key + LR"(\ProxyStubClsid)", L"", automation_marshaller},
+      {interface_key + LR"(\ProxyStubClsid32)", L"", automation_marshaller},
+      {interface_key + LR"(\TypeLib)", L"", libid},
+      {interface_key + LR"(\TypeLib)", L"Version", library_version},
       {class_key, L"", description},
-      {class_key + LR"(\InprocServer32)", L"", get_ModulePath()},
+      {class_key + LR"(\InprocServer32)", L"", file},
       {class_key + LR"(\InprocServer32)", L"ThreadingModel", L"Apartment"},
       {class_key + LR"(\ProgID)", L"", progid},
-      {class_key + LR"(\TypeLib)", L"", guid_Text(libid_ShellExt)},
+      {class_key + LR"(\TypeLib)", L"", libid},
   };
 }
 
@@ -70,17 +91,22 @@ std::optional<OldValue> read_OldValue(HKEY key, const std::wstring& name) {
 }
 
 LSTATUS set_Text(HKEY key, const Row& row) {
-  return RegSetValueExW(key, row.Name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(row.Value.c_str()),
-                        static_cast<DWORD>((row.Value.size() + 1) * sizeof(wchar_t)));
+  if (!row.Value)
+    return ERROR_SUCCESS;
+  return RegSetValueExW(key, row.Name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(row.Value->c_str()),
+                        static_cast<DWORD>((row.Value->size() + 1) * sizeof(wchar_t)));
 }
 
 void undo(const Undo& step) {
   if (step.KeyIsNew) {
-    RegDeleteKeyW(HKEY_CLASSES_ROOT, step.Written.Key.c_str());
+    RegDeleteKeyW(HKEY_LOCAL_MACHINE, step.Written.path().c_str());
     return;
   }
+  if (!step.Written.Value)
+    return;
   HKEY opened = nullptr;
-  if (RegOpenKeyExW(HKEY_CLASSES_ROOT, step.Written.Key.c_str(), 0, KEY_SET_VALUE, &opened) != ERROR_SUCCESS)
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, step.Written.path().c_str(), 0, KEY_SET_VALUE, &opened) !=
+      ERROR_SUCCESS)
     return;
   const unique_hkey key(opened);
   if (step.Old)
@@ -103,7 +129,7 @@ class RowWriter {
     HKEY opened = nullptr;
     DWORD disposition = 0;
     const LSTATUS status =
-        RegCreateKeyExW(HKEY_CLASSES_ROOT, row.Key.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, row.path().c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                         KEY_READ | KEY_WRITE, nullptr, &opened, &disposition);
     if (status != ERROR_SUCCESS)
       return status;
@@ -118,43 +144,6 @@ class RowWriter {
   std::vector<Undo> m_steps;
 };
 
-bool is_TypeLibraryRegistered() {
-  _bstr_t path;
-  return SUCCEEDED(
-      QueryPathOfRegTypeLib(libid_ShellExt, library_major, library_minor, LOCALE_NEUTRAL, path.GetAddress()));
-}
-
-HRESULT remove_TypeLibrary() {
-  if (!is_TypeLibraryRegistered())
-    return S_OK;
-  return UnRegisterTypeLib(libid_ShellExt, library_major, library_minor, LOCALE_NEUTRAL, library_kind);
-}
-
-bool is_KeyMissing(const std::wstring& path) {
-  HKEY opened = nullptr;
-  const LSTATUS status = RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &opened);
-  const unique_hkey key(opened);
-  return status != ERROR_SUCCESS;
-}
-
-HRESULT write_TypeLibrary() {
-  Microsoft::WRL::ComPtr<ITypeLib> library;
-  const HRESULT loaded = load_TypeLibrary(&library);
-  if (FAILED(loaded))
-    return loaded;
-  std::vector<std::wstring> new_keys{LR"(TypeLib\)" + guid_Text(libid_ShellExt),
-                                     LR"(Interface\)" + guid_Text(iid_ShellExt)};
-  if constexpr (library_kind == SYS_WIN64)  // the platform writes what 32-bit callers need too
-    new_keys.push_back(LR"(Wow6432Node\)" + new_keys.back());
-  std::erase_if(new_keys, [](const std::wstring& key) { return !is_KeyMissing(key); });
-  const HRESULT outcome = RegisterTypeLib(library.Get(), get_ModulePath().data(), nullptr);
-  // The platform leaves what it wrote before it failed, and can remove only a registration that is whole.
-  for (const auto& key : new_keys)
-    if (FAILED(outcome))
-      RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
-  return outcome;
-}
-
 HRESULT write_Registration() {
   RowWriter writer;
   for (const auto& row : registration_Rows()) {
@@ -162,10 +151,8 @@ HRESULT write_Registration() {
     if (status != ERROR_SUCCESS)
       return HRESULT_FROM_WIN32(static_cast<unsigned long>(status));
   }
-  const HRESULT outcome = write_TypeLibrary();
-  if (SUCCEEDED(outcome))
-    writer.keep();
-  return outcome;
+  writer.keep();
+  return S_OK;
 }
 
 bool is_KeyEmpty(HKEY key) {
@@ -179,35 +166,36 @@ bool is_KeyEmpty(HKEY key) {
 LSTATUS remove_Row(const Row& row) {
   HKEY opened = nullptr;
   const LSTATUS status =
-      RegOpenKeyExW(HKEY_CLASSES_ROOT, row.Key.c_str(), 0, KEY_READ | KEY_SET_VALUE, &opened);
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, row.path().c_str(), 0, KEY_READ | KEY_SET_VALUE, &opened);
   if (status != ERROR_SUCCESS)
     return status;
   unique_hkey key(opened);
-  const LSTATUS removed = RegDeleteValueW(key.get(), row.Name.c_str());
+  const LSTATUS removed = row.Value ? RegDeleteValueW(key.get(), row.Name.c_str()) : ERROR_SUCCESS;
   if (removed != ERROR_SUCCESS && removed != ERROR_FILE_NOT_FOUND)
     return removed;
   const bool empty = is_KeyEmpty(key.get());
   key.reset();
-  return empty ? RegDeleteKeyW(HKEY_CLASSES_ROOT, row.Key.c_str()) : ERROR_SUCCESS;
+  return empty ? RegDeleteKeyW(HKEY_LOCAL_MACHINE, row.path().c_str()) : ERROR_SUCCESS;
 }
 
-// Whether the DLL of either bitness is registered. The two have a class each and share the ProgID.
+// Whether the DLL of either bitness is registered. Each has a class of its own.
 bool is_ClassThere() {
-  const auto server = LR"(CLSID\)" + guid_Text(clsid_ShellExt) + LR"(\InprocServer32)";
+  const auto server =
+      machines_classes + std::wstring(LR"(CLSID\)") + guid_Text(clsid_ShellExt) + LR"(\InprocServer32)";
   return std::ranges::any_of(std::array{KEY_WOW64_32KEY, KEY_WOW64_64KEY}, [&](REGSAM view) {
     HKEY opened = nullptr;
-    RegOpenKeyExW(HKEY_CLASSES_ROOT, server.c_str(), 0, KEY_READ | view, &opened);
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, server.c_str(), 0, KEY_READ | view, &opened);
     const unique_hkey key(opened);
     return RegQueryValueExW(opened, L"", nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
   });
 }
 
 HRESULT remove_Registration() {
-  HRESULT result = remove_TypeLibrary();
+  HRESULT result = S_OK;
   auto rows = registration_Rows();
   std::ranges::reverse(rows);
   for (const auto& row : rows) {
-    if (row.Key.starts_with(progid) && is_ClassThere())
+    if (row.IsShared && is_ClassThere())
       continue;
     const LSTATUS status = remove_Row(row);
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND && SUCCEEDED(result))

@@ -98,7 +98,7 @@ constexpr LONG_PTR no_file = -1;
 const std::vector<Fault> groups[] = {
     {memory_Fault<std::malloc, std::size_t>(), memory_Fault<std::calloc, std::size_t, std::size_t>(),
      memory_Fault<std::realloc, void*, std::size_t>()},
-    failing<0, true, HeapAlloc, SysAllocString, SysAllocStringLen, SysAllocStringByteLen>(),
+    failing<0, true, HeapAlloc, SysAllocString, SysAllocStringLen>(),
     failing<E_OUTOFMEMORY, true, VariantChangeType, VariantCopy>(),
     failing<0, false, GlobalLock, GlobalSize, MultiByteToWideChar>(),
     failing<ERROR_OUTOFMEMORY, false, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
