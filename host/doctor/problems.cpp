@@ -57,6 +57,8 @@ void add_WrongEntries(const Registration& registration, Problems& problems) {
     problems.push_back(
         {entry.Kind->Problem, entry.Path, say(entry.Kind->Sentence, {entry.Path}), say(TEXT_RUN_SETUP)});
   }
+  for (const std::wstring& key : registration.UsersKeys)
+    problems.push_back({L"classOfUser", key, say(TEXT_USERS_CLASS, {key}), say(TEXT_REMOVE_USERS_CLASS)});
   for (const std::wstring& block : registration.Blocks)
     problems.push_back({L"blocked", block, say(TEXT_BLOCKED, {block}), say(TEXT_REMOVE_BLOCK)});
 }

@@ -63,6 +63,15 @@ std::vector<std::wstring> list_Blocks(const std::wstring& clsid) {
   return blocks;
 }
 
+// What the extension is found by. A user may make such keys without an administrator's rights.
+std::vector<std::wstring> list_UsersKeys(const std::wstring& clsid) {
+  std::vector<std::wstring> keys{LR"(HKCU\Software\Classes\NorvakContextMenu.ShellExt\)",
+                                 LR"(HKCU\Software\Classes\TypeLib\)" + guid_Text(libid_ShellExt) + L'\\',
+                                 LR"(HKCU\Software\Classes\CLSID\)" + clsid + L'\\'};
+  std::erase_if(keys, [](const std::wstring& key) { return !has_Key(key, explorers_View()); });
+  return keys;
+}
+
 bool needs_Approval() {
   const std::wstring value =
       LR"(\SOFTWARE\Microsoft\Windows\CurrentVersion\Policies\Explorer\EnforceShellExtensionSecurity)";
@@ -102,6 +111,7 @@ Registration find_Registration() {
       find_Handler(drives_entry, L"Drive", clsid),
       find_Approval(clsid)};
   registration.Blocks = list_Blocks(clsid);
+  registration.UsersKeys = list_UsersKeys(clsid);
   registration.NeedsApproval = needs_Approval();
   return registration;
 }

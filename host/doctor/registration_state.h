@@ -44,8 +44,9 @@ struct Registration {
   bool IsFileThere = false;
   std::wstring OtherFile;      // the DLL for 32-bit programs on a 64-bit Windows
   std::vector<Entry> Entries;  // ProgID, type library, the handlers of files, folders and drives, approval
-  std::vector<std::wstring> Blocks;  // the values that have Windows block the class
-  bool NeedsApproval = false;        // Windows loads approved extensions alone
+  std::vector<std::wstring> Blocks;     // the values that have Windows block the class
+  std::vector<std::wstring> UsersKeys;  // this user's own, which count before the machine's
+  bool NeedsApproval = false;           // Windows loads approved extensions alone
 };
 
 Registration find_Registration();

@@ -71,10 +71,15 @@ class Doctor : public MenuHost {
     return kind + LR"(\shellex\ContextMenuHandlers\Norvak)";
   }
 
+  // A class of the user's own; the machine's registration of it stays as it is.
+  static inline const std::wstring users_class = LR"(HKCU\Software\Classes\)" + extension_class;
+
   // A machine without a fault, whatever was wrong with it.
   void mend() {
     const auto dll = built_File(L"NorvakContextMenu.dll"), clsid = guid_Text(clsid_ShellExt);
     for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+      for (const auto& key : {users_class + L"InprocServer32", users_class})
+        RegDeleteKeyExW(HKEY_CURRENT_USER, key.substr(5).c_str(), view, 0);
       set_InView(LR"(HKCR\)" + extension_class + LR"(InprocServer32\)", dll.c_str(), view);
       set_InView(LR"(HKCR\)" + extension_class + LR"(TypeLib\)", guid_Text(libid_ShellExt).c_str(), view);
       for (const std::wstring root : {LR"(HKLM\)", LR"(HKCU\)"})
@@ -154,6 +159,7 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
       {{L"handlerMissing"}, remove_Handler(L"Directory")},
       {{L"handlerMissing"}, remove_Handler(L"Drive")},
       {{L"notApproved"}, write_InView(enforced, L"1", explorers)},
+      {{L"classOfUser"}, write_InView(users_class + LR"(InprocServer32\)", gone, explorers)},
       {{L"blocked"}, block(LR"(HKLM\)")},
       {{L"blocked"}, block(LR"(HKCU\)")},
       {{L"suiteMissing"}, write(norvak + LR"(pdf\path)", L""), true},
