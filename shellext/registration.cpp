@@ -10,6 +10,7 @@
 #include "base/guid.h"
 #include "base/handles.h"
 #include "base/module.h"
+#include "settings/settings.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
 
@@ -22,10 +23,6 @@ constexpr const wchar_t* library_description = L"Norvak - IContextMenu Shell Ext
 constexpr const wchar_t* library_flags = L"8";  // the file has it as a resource
 constexpr const wchar_t* library_platform = sizeof(void*) == 4 ? L"win32" : L"win64";
 constexpr const wchar_t* automation_marshaller = L"{00020424-0000-0000-C000-000000000046}";
-
-// The classes of the machine. Through the merged root, a key that a user has made for himself would take the
-// place of the machine's.
-constexpr const wchar_t* machines_classes = LR"(Software\Classes\)";
 
 struct Row {
   std::wstring Key;   // below the machine's classes
