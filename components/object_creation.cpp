@@ -74,10 +74,24 @@ AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD ans
   return object;
 }
 
+namespace {
+
+// Its dependents come from its own folder or from the system's. Where the system does not know that search,
+// the folders of the process and the search path come after these two.
+unique_hmodule load_Server(const std::wstring& path) {
+  constexpr DWORD own_and_systems = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
+  unique_hmodule server(LoadLibraryExW(path.c_str(), nullptr, own_and_systems));
+  if (!server && GetLastError() == ERROR_INVALID_PARAMETER)
+    server.reset(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  return server;
+}
+
+}  // namespace
+
 bool register_Server(const std::wstring& path) noexcept {
   if (!is_FullPath(path))  // it would be looked for in the current folder too
     return false;
-  const unique_hmodule server(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  const auto server = load_Server(path);
   if (!server)
     return false;
   const auto entry = GetProcAddress(server.get(), "DllRegisterServer");
