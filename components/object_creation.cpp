@@ -11,7 +11,9 @@
 #include "base/module.h"
 #include "base/process_values.h"
 #include "components/remote_component.h"
+#include "components/server_file.h"
 #include "files/file_names.h"
+#include "files/trust.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -63,33 +65,26 @@ AutomationObject create_Object(const wchar_t* progid, [[maybe_unused]] DWORD ans
   // A 64-bit program finds the suite's components in other processes as a rule. For a 32-bit one this is an
   // exception, and a factory that is kept would keep that process alive.
   ComPtr<IClassFactory> factory;
-  if (FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)))) {
-    if constexpr (is_SuitesBitness)
+  unique_hmodule server;
+  const bool is_prepared = run_Guarded(false, [&] { return prepare_Server(clsid, server); });
+  if (!is_prepared ||
+      FAILED(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)))) {
+    if constexpr (!is_SuitesBitness) {
+      run_Guarded([&] {
+        if (may_ObeyRemoteServer(clsid))
+          factory = make_RemoteFactory(clsid, answer_limit);
+      });
+    } else if (!is_Elevated()) {
       CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&object));
-    else
-      run_Guarded([&] { factory = make_RemoteFactory(clsid, answer_limit); });
+    }
   }
   if (factory && SUCCEEDED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object))))
     run_Guarded([&] { known_factories->emplace_back(progid, factory); });
   return object;
 }
 
-namespace {
-
-// Its dependents come from its own folder or from the system's. Where the system does not know that search,
-// the folders of the process and the search path come after these two.
-unique_hmodule load_Server(const std::wstring& path) {
-  constexpr DWORD own_and_systems = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
-  unique_hmodule server(LoadLibraryExW(path.c_str(), nullptr, own_and_systems));
-  if (!server && GetLastError() == ERROR_INVALID_PARAMETER)
-    server.reset(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-  return server;
-}
-
-}  // namespace
-
 bool register_Server(const std::wstring& path) noexcept {
-  if (!is_FullPath(path))  // it would be looked for in the current folder too
+  if (!is_FullPath(path) || !run_Guarded(false, [&path] { return may_Obey(path); }))
     return false;
   const auto server = load_Server(path);
   if (!server)

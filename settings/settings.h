@@ -105,10 +105,6 @@ inline constexpr std::wstring_view joined_install_folder = LR"(HKLM\SOFTWARE\Nor
 inline constexpr Setting envelope_icon{LR"(HKCR\.p7m\DefaultIcon\)", L"REG_SZ", L"", Usage::ReadAndWritten};
 inline constexpr Setting signature_icon{LR"(HKCR\.p7s\DefaultIcon\)", L"REG_SZ", L"", Usage::ReadAndWritten};
 
-// The classes of the machine, below its root. Through the merged root of classes, a key that a user has made
-// for himself would take the place of the machine's.
-inline constexpr const wchar_t* machines_classes = LR"(Software\Classes\)";
-
 inline constexpr std::array all_settings{&menu_mode,
                                          &card_connector,
                                          &csp_card_connector,

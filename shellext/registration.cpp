@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "base/boundary.h"
+#include "base/classes.h"
 #include "base/guid.h"
 #include "base/handles.h"
 #include "base/module.h"
-#include "settings/settings.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
 

@@ -5,6 +5,8 @@
 
 #include "standins/utf8_file.h"
 
+extern "C" __declspec(dllexport) void be_Needed() {}
+
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void*) {
   std::array<wchar_t, MAX_PATH> own{}, record{};
   GetModuleFileNameW(instance, own.data(), MAX_PATH);

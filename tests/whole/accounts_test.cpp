@@ -6,7 +6,7 @@
 #include "files/processes.h"
 #include "tests/accounts.h"
 #include "tests/components.h"
-#include "tests/explorer.h"
+#include "tests/menu_host.h"
 
 namespace {
 
@@ -81,6 +81,22 @@ TEST_P(Elevated, StartsOnlyWhatNobodyElseCouldHavePutThere) {
     if (line.find(L".exe") != std::wstring::npos)
       started.push_back(line);
   EXPECT_EQ(started.empty(), !GetParam());
+}
+
+// Its DLL is in the same folder.
+TEST_P(Elevated, LoadsOnlyTheComponentsThatNobodyElseCouldHavePutThere) {
+  const auto suite = test_folder + L"the suite", component = suite + LR"(\component.dll)",
+             record = test_folder + L"record.log";
+  SetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record.c_str());
+  std::filesystem::copy_file(built_File(L"decoy.dll"), component);
+  set_Value(LR"(HKCR\norvakpdf.edit\CLSID\)", component_id);
+  set_Value(LR"(HKCR\CLSID\)" + component_id + LR"(\InprocServer32\)", component);
+  pretend_Account(true);
+  pretend_AccessLists({{suite, GetParam() ? closed_list : closed_list + L"(A;;0x1301bf;;;AU)"}});
+  create_Object(L"norvakpdf.edit");
+  register_Server(component);
+  EXPECT_EQ(read_Lines(record).empty(), !GetParam());
+  RegDeleteTreeW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + component_id).c_str());
 }
 
 }  // namespace

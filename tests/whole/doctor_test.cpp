@@ -94,7 +94,7 @@ class Doctor : public MenuHost {
       if (component != &translator_component)
         set_Value(LR"(HKCR\)" + std::wstring(component->ProgId) + LR"(\CLSID\)", component_id);
     set_Value(std::wstring(component_class) + LR"(InprocServer32\)", make_File(m_suite + L"component.dll"));
-    set_Value(LR"(HKCR\CLSID\)" + m_translator_class + LR"(\InprocServer32\)", L"translator.dll");
+    set_Value(LR"(HKCR\CLSID\)" + m_translator_class + LR"(\InprocServer32\)", L"oleaut32.dll");
     set_Value(norvak + LR"(pdf\path)", m_suite);
     set_Value(norvak + L"AlwaysDebug", L"");
     set_Value(norvak + LR"(csp\INSTALLDIR)", L"");

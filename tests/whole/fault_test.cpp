@@ -101,7 +101,7 @@ const std::vector<Fault> groups[] = {
     failing<0, true, HeapAlloc, SysAllocString, SysAllocStringLen>(),
     failing<E_OUTOFMEMORY, true, VariantChangeType, VariantCopy>(),
     failing<0, false, GlobalLock, GlobalSize, MultiByteToWideChar>(),
-    failing<ERROR_OUTOFMEMORY, false, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
+    failing<ERROR_OUTOFMEMORY, false, RegGetValueW, RegNotifyChangeKeyValue, RegOpenKeyExA, RegOpenKeyExW,
             RegQueryValueExA>(),
     failing<no_file, false, GetFileAttributesW, CreateFileW, FindFirstFileW>(),
     failing<0, false, GetUserNameW, WriteFile, DeleteFileW, GetTempPathW, GetFullPathNameW, GetShortPathNameW,
@@ -299,7 +299,7 @@ TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
   Lines folders(1000, test_folder + L"a folder.png");  // each is looked at, to find that it is no picture
   std::filesystem::create_directories(folders[0]);
   folders[0] = pdf;
-  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 61 : 77),
+  for (const auto& [paths, limit] : {std::pair(Lines{pdf}, is_SuitesBitness ? 62 : 78),
                                      {Lines{pdf}, 9},
                                      {Lines(1000, pdf), 9},
                                      {folders, 1009}}) {

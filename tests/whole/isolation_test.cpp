@@ -11,9 +11,11 @@
 
 #include "base/handles.h"
 #include "base/text.h"
+#include "components/object_creation.h"
 #include "launcher/actions.h"
 #include "settings/settings.h"
-#include "tests/explorer.h"
+#include "suite/component_list.h"
+#include "tests/menu_host.h"
 
 namespace {
 
@@ -165,6 +167,33 @@ Names changed_By(const std::function<void()>& routine) {
 }
 
 class Isolation : public Machine {};
+
+// The first time, what the component needs lies where the person is looking; then the component itself,
+// registered without a folder.
+TEST_F(Isolation, HasComponentsTakeWhatTheyNeedFromTheirOwnFolder) {
+  const auto record = test_folder + L"record.log", own = test_folder + LR"(component\)",
+             open = test_folder + LR"(open\)", component = own + L"needy.dll",
+             server = LR"(HKCR\CLSID\)" + component_id + LR"(\InprocServer32\)";
+  const auto* const progid = pdf_component.ProgId;
+  SetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record.c_str());
+  for (const auto& folder : {own, open})
+    fs::create_directories(folder);
+  fs::copy_file(built_File(L"needy.dll"), component);
+  fs::copy_file(built_File(L"decoy.dll"), open + L"decoy.dll");
+  fs::current_path(open);
+  set_Value(LR"(HKCR\)" + std::wstring(progid) + LR"(\CLSID\)", component_id);
+  for (const auto& path : {component, std::wstring(L"decoy.dll")}) {
+    set_Value(server, path);
+    EXPECT_EQ(create_Object(progid), nullptr);
+    EXPECT_FALSE(register_Server(path));
+    EXPECT_EQ(read_Lines(record), Lines()) << to_Ansi(path);
+  }
+  fs::copy_file(open + L"decoy.dll", own + L"decoy.dll");
+  set_Value(server, component);
+  create_Object(progid);
+  EXPECT_EQ(read_Lines(record), Lines{own + L"decoy.dll"});
+  RegDeleteTreeW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + component_id).c_str());
+}
 
 TEST_F(Isolation, KeepsEverythingAroundTheExtensionUnchanged) {
   install_Suite();
