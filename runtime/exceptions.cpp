@@ -52,6 +52,7 @@ Exceptions* find_Exceptions() {
 }
 
 Exceptions& enter_Exceptions() {
+  // cppcheck-suppress constVariable ; the caller changes it
   if (auto* known = find_Exceptions())
     return *known;
   const auto thread = static_cast<LONG>(GetCurrentThreadId());

@@ -37,7 +37,8 @@ struct Row {
 // class, which tells whether somebody shares it. The platform's own registration of a type library goes
 // through the merged root.
 std::vector<Row> registration_Rows() {
-  const auto clsid = guid_Text(clsid_ShellExt), libid = guid_Text(libid_ShellExt);
+  const auto clsid = guid_Text(clsid_ShellExt);
+  const auto libid = guid_Text(libid_ShellExt);
   const auto class_key = LR"(CLSID\)" + clsid;
   const auto library_key = LR"(TypeLib\)" + libid;
   const auto version_key = library_key + L'\\' + library_version;

@@ -56,8 +56,8 @@ int main() {
   PROCESS_INFORMATION started{};
   if (!CreateProcessAsUserW(token.get(), nullptr, command.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED,
                             nullptr, nullptr, &startup, &started)) {
-    std::fprintf(stderr, "as-person: the program could not be started (%lu): %ls\n", GetLastError(),
-                 command.c_str());
+    static_cast<void>(std::fprintf(stderr, "as-person: the program could not be started (%lu): %ls\n",
+                                   GetLastError(), command.c_str()));
     return not_started;
   }
   const unique_kernel_handle process(started.hProcess);
