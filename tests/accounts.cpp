@@ -34,7 +34,7 @@ BOOL WINAPI tell_Token(HANDLE token, TOKEN_INFORMATION_CLASS what, void* answer,
   const unique_local_memory owner(sid);
   auto* user = static_cast<TOKEN_USER*>(answer);
   user->User.Sid = user + 1;
-  return CopySid(room - sizeof *user, user + 1, sid);
+  return CopySid(room - static_cast<DWORD>(sizeof *user), user + 1, sid);
 }
 
 std::wstring list_Of(HANDLE file) {
