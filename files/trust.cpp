@@ -3,9 +3,11 @@
 #include <windows.h>
 
 #include <aclapi.h>
+#include <shlobj.h>
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "base/account.h"
 #include "base/handles.h"
@@ -23,16 +25,46 @@ constexpr DWORD replacing_rights = DELETE | FILE_DELETE_CHILD | WRITE_DAC | WRIT
 constexpr DWORD changing_rights = replacing_rights | GENERIC_WRITE | FILE_WRITE_DATA | FILE_APPEND_DATA |
                                   FILE_WRITE_EA | FILE_WRITE_ATTRIBUTES;
 
-// The system, administrators, the installer of the system's own parts, and whoever owns the file, who is
-// asked about by name.
-constexpr std::array<std::wstring_view, 4> trusted_accounts{
-    L"S-1-5-18", L"S-1-5-32-544", L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464",
-    L"S-1-3-4"};
+// The system, administrators, and whoever owns the file, who is asked about by name.
+constexpr std::array<std::wstring_view, 3> trusted_accounts{L"S-1-5-18", L"S-1-5-32-544", L"S-1-3-4"};
+
+constinit Settled<std::wstring> system_owner;
+
+struct Access {
+  unique_local_memory Memory;
+  PSID Owner = nullptr;
+  PACL List = nullptr;
+};
+
+// Without an owner where it cannot be looked at or is a link.
+Access look_At(const std::wstring& path) {
+  const auto held =
+      own_File(CreateFileW(exact_Path(path).c_str(), READ_CONTROL | FILE_READ_ATTRIBUTES,
+                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  BY_HANDLE_FILE_INFORMATION about{};
+  Access found;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  if (held && GetFileInformationByHandle(held.get(), &about) &&
+      (about.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 &&
+      GetSecurityInfo(held.get(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
+                      &found.Owner, nullptr, &found.List, nullptr, &descriptor) == ERROR_SUCCESS)
+    found.Memory.reset(descriptor);
+  return found;
+}
+
+// The system's installer. Whoever owns its programs can do everything anyway.
+std::wstring find_SystemOwner() {
+  if (auto known = system_owner.get())
+    return *std::move(known);
+  auto owner = sid_Text(look_At(get_SystemFolder(CSIDL_SYSTEM)).Owner);
+  return owner.empty() ? owner : system_owner.settle(std::move(owner));
+}
 
 bool is_Trusted(PSID account) {
   const auto sid = sid_Text(account);
   return std::ranges::find(trusted_accounts, sid) != trusted_accounts.end() ||
-         (!sid.empty() && !is_Elevated() && sid == get_UserSid());
+         (!sid.empty() && (sid == find_SystemOwner() || (!is_Elevated() && sid == get_UserSid())));
 }
 
 // Refusals may only take more away. Of entries of other kinds it is not known where they keep the account.
@@ -56,23 +88,9 @@ bool is_Closed(PACL list, DWORD rights) {
   return true;
 }
 
-// As long as it is held, it is the one that was looked at.
 bool is_Closed(const std::wstring& path, DWORD rights) {
-  const auto held =
-      own_File(CreateFileW(exact_Path(path).c_str(), READ_CONTROL | FILE_READ_ATTRIBUTES,
-                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                           FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-  BY_HANDLE_FILE_INFORMATION about{};
-  PSID owner = nullptr;
-  PACL list = nullptr;
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (!held || !GetFileInformationByHandle(held.get(), &about) ||
-      (about.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ||
-      GetSecurityInfo(held.get(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
-                      &owner, nullptr, &list, nullptr, &descriptor) != ERROR_SUCCESS)
-    return false;
-  const unique_local_memory memory(descriptor);
-  return is_Trusted(owner) && is_Closed(list, rights);
+  const auto access = look_At(path);
+  return access.Owner != nullptr && is_Trusted(access.Owner) && is_Closed(access.List, rights);
 }
 
 }  // namespace

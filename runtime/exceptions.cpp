@@ -99,11 +99,13 @@ void __throw_out_of_range_fmt(const char*, ...) {
   give_Up();
 }
 
+#ifdef NDEBUG  // the debug flavour asks for more of the library, and has its own
 // Asked where an object may have been made together with its count by another module, which this one has none
 // of; the library's own comes with a set of locks.
 bool _Sp_make_shared_tag::_S_eq(const type_info&) noexcept {
   return false;
 }
+#endif
 
 }  // namespace std
 // NOLINTEND(cert-dcl58-cpp,cert-dcl50-cpp)

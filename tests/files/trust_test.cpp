@@ -33,7 +33,11 @@ TEST_P(Trust, EndsWhereSomebodyElseCouldChangeSomething) {
   } rows[] = {
       {{}, program, L""},
       {{}, folder + L"\\", L""},
-      {{{drive, drive_list}}, folder, L""},
+      {{{drive, drive_list},
+        {LR"(c:\windows\system32)", L"O:" + installer},
+        {LR"(c:\windows\syswow64)", L"O:" + installer}},
+       folder,
+       L""},
       {{{folder, with(L"(D;;FA;;;WD)(A;OICIIO;FA;;;WD)(A;;0x1200a9;;;WD)(A;;FA;;;S-1-3-4)")}}, folder, L""},
       {{{upper, with(L"(A;;0x6;;;BU)")}},
        folder,
