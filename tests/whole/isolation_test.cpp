@@ -174,27 +174,27 @@ TEST_F(Isolation, HasComponentsTakeWhatTheyNeedFromTheirOwnFolder) {
   const auto record = test_folder + L"record.log", own = test_folder + LR"(component\)",
              open = test_folder + LR"(open\)", component = own + L"needy.dll",
              server = LR"(CLSID\)" + component_id + LR"(\InprocServer32)";
-  const auto register_As = [&server](const std::wstring& path) {
+  // Another component each time, since what could not be made is remembered.
+  auto create = [&server, component = all_components.begin()](const std::wstring& path) mutable {
+    const std::wstring progid = (*component++)->ProgId;
+    set_Value(LR"(HKCR\)" + progid + LR"(\CLSID\)", component_id);
     RegSetKeyValueW(HKEY_CLASSES_ROOT, server.c_str(), nullptr, REG_SZ, path.c_str(),
                     static_cast<DWORD>(2 * path.size() + 2));
+    create_Object(progid.c_str());
   };
-  const auto* const progid = pdf_component.ProgId;
   SetEnvironmentVariableW(L"NORVAK_SUITE_RECORD", record.c_str());
   for (const auto& folder : {own, open})
     fs::create_directories(folder);
   fs::copy_file(built_File(L"needy.dll"), component);
   fs::copy_file(built_File(L"decoy.dll"), open + L"decoy.dll");
   fs::current_path(open);
-  set_Value(LR"(HKCR\)" + std::wstring(progid) + LR"(\CLSID\)", component_id);
   for (const auto& path : {component, std::wstring(L"decoy.dll")}) {
-    register_As(path);
-    create_Object(progid);
+    create(path);
     EXPECT_FALSE(register_Server(path));
     EXPECT_EQ(read_Lines(record), Lines()) << to_Ansi(path);
   }
   fs::copy_file(open + L"decoy.dll", own + L"decoy.dll");
-  register_As(component);
-  create_Object(progid);
+  create(component);
   const auto loads = read_Lines(record);
   EXPECT_EQ(std::set(loads.begin(), loads.end()), std::set{own + L"decoy.dll"});
   RegDeleteTreeW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + component_id).c_str());
