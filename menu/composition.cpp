@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/account.h"
 #include "base/boundary.h"
 #include "base/log.h"
 #include "base/process_values.h"
@@ -102,7 +103,7 @@ void compose(const SelectionFlags& flags, Block& block) {
 
 HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UINT indexMenu, UINT idCmdFirst,
                                            UINT, UINT uFlags) noexcept {
-  if (!is_MenuWanted(uFlags) || is_Quiet())
+  if (!is_MenuWanted(uFlags) || is_ServiceAccount())
     return 0;
   const Microsoft::WRL::ComPtr<IContextMenu> own(
       object);  // a component may have the shell let it go meanwhile
