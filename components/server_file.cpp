@@ -11,20 +11,22 @@
 namespace {
 
 // In an elevated process the system takes no notice of the classes that the user has made.
-std::wstring find_Server(REFCLSID clsid, REGSAM view) {
+LSTATUS read_Server(REFCLSID clsid, REGSAM view, std::wstring& path) {
   const bool is_machines = is_Elevated();
   const auto key = std::wstring(is_machines ? machines_classes : L"") + LR"(CLSID\)" + guid_Text(clsid) +
                    LR"(\InprocServer32)";
   HKEY opened = nullptr;
-  if (RegOpenKeyExW(is_machines ? HKEY_LOCAL_MACHINE : HKEY_CLASSES_ROOT, key.c_str(), 0,
-                    KEY_QUERY_VALUE | view, &opened) != ERROR_SUCCESS)
-    return {};
+  if (const LSTATUS status = RegOpenKeyExW(is_machines ? HKEY_LOCAL_MACHINE : HKEY_CLASSES_ROOT, key.c_str(),
+                                           0, KEY_QUERY_VALUE | view, &opened);
+      status != ERROR_SUCCESS)
+    return status;
   const unique_hkey owner(opened);
-  std::array<wchar_t, MAX_PATH> path{};
-  DWORD size = sizeof path;
-  return RegGetValueW(opened, nullptr, nullptr, RRF_RT_REG_SZ, nullptr, path.data(), &size) == ERROR_SUCCESS
-             ? path.data()
-             : L"";
+  std::array<wchar_t, MAX_PATH> text{};
+  DWORD size = sizeof text;
+  const LSTATUS status = RegGetValueW(opened, nullptr, nullptr, RRF_RT_REG_SZ, nullptr, text.data(), &size);
+  if (status == ERROR_SUCCESS)
+    path = text.data();
+  return status;
 }
 
 }  // namespace
@@ -40,15 +42,18 @@ unique_hmodule load_Server(const std::wstring& path) {
   return server;
 }
 
+// Whatever cannot be read could be anything.
 bool prepare_Server(REFCLSID clsid, unique_hmodule& server) {
-  const auto path = find_Server(clsid, 0);
-  if (path.empty())
+  std::wstring path;
+  const LSTATUS status = read_Server(clsid, 0, path);
+  if (status == ERROR_FILE_NOT_FOUND)
     return true;
-  if (may_Obey(path))
+  if (status == ERROR_SUCCESS && may_Obey(path))
     server = load_Server(path);
   return server != nullptr;
 }
 
 bool may_ObeyRemoteServer(REFCLSID clsid) {
-  return !is_Elevated() || may_Obey(find_Server(clsid, KEY_WOW64_32KEY));
+  std::wstring path;
+  return !is_Elevated() || (read_Server(clsid, KEY_WOW64_32KEY, path) == ERROR_SUCCESS && may_Obey(path));
 }

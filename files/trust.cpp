@@ -113,5 +113,5 @@ std::wstring find_OpenPart(const std::wstring& path) {
 }
 
 bool may_Obey(const std::wstring& path) {
-  return !is_Elevated() || find_OpenPart(path).empty();
+  return !is_Elevated() || (!path.empty() && find_OpenPart(path).empty());
 }

@@ -10,5 +10,5 @@
 std::wstring find_OpenPart(const std::wstring& path);
 
 // Whether the folder or file may decide what is started, loaded or obeyed: in an elevated process only what
-// nobody else could change.
+// is named and nobody else could change.
 bool may_Obey(const std::wstring& path);

@@ -117,7 +117,8 @@ bool can_Hold(const RegistryPlace& place) {
          is_OneLine(place.Name);
 }
 
-// As the platform reads an entry, white space of either end and one pair of quotes left out.
+// As the platform reads an entry: in the first section of the name, white space of either end and one pair of
+// quotes left out.
 std::wstring find_Entry(const RegistryPlace& place, std::wstring_view text) {
   bool is_inside = false;
   while (!text.empty()) {
@@ -125,7 +126,10 @@ std::wstring find_Entry(const RegistryPlace& place, std::wstring_view text) {
     const auto line = without_Space(text.substr(0, end));
     text.remove_prefix(end == std::wstring_view::npos ? text.size() : end + 1);
     const auto name_end = line.find(L'=');
-    if (line.starts_with(L'[') && contains(line, L"]"))
+    const bool is_heading = line.starts_with(L'[') && contains(line, L"]");
+    if (is_heading && is_inside)
+      return {};
+    if (is_heading)
       is_inside = equals_IgnoringCase(without_Space(line.substr(1, line.rfind(L']') - 1)), place.Key);
     else if (is_inside && name_end != std::wstring_view::npos && !line.starts_with(L';') &&
              equals_IgnoringCase(without_Space(line.substr(0, name_end)), place.Name))

@@ -25,12 +25,10 @@ constexpr const wchar_t* library_platform = sizeof(void*) == 4 ? L"win32" : L"wi
 constexpr const wchar_t* automation_marshaller = L"{00020424-0000-0000-C000-000000000046}";
 
 struct Row {
-  std::wstring Key;   // below the machine's classes
+  std::wstring Key;   // below HKEY_LOCAL_MACHINE
   std::wstring Name;  // empty for the default value
   std::optional<std::wstring> Value;
   bool IsShared = false;  // with the DLL of the other bitness
-
-  std::wstring path() const { return machines_classes + Key; }
 };
 
 // Parents stand before their subkeys, so that no row makes more than one key, and what is shared before the
@@ -39,14 +37,16 @@ struct Row {
 std::vector<Row> registration_Rows() {
   const auto clsid = guid_Text(clsid_ShellExt);
   const auto libid = guid_Text(libid_ShellExt);
-  const auto class_key = LR"(CLSID\)" + clsid;
-  const auto library_key = LR"(TypeLib\)" + libid;
+  const std::wstring classes = machines_classes;
+  const auto progid_key = classes + progid;
+  const auto class_key = classes + LR"(CLSID\)" + clsid;
+  const auto library_key = classes + LR"(TypeLib\)" + libid;
   const auto version_key = library_key + L'\\' + library_version;
-  const auto interface_key = LR"(Interface\)" + guid_Text(iid_ShellExt);
+  const auto interface_key = classes + LR"(Interface\)" + guid_Text(iid_ShellExt);
   const auto file = get_ModulePath();
   return {
-      {progid, L"", description, true},
-      {std::wstring(progid) + LR"(\CLSID)", L"", clsid, true},
+      {progid_key, L"", description, true},
+      {progid_key + LR"(\CLSID)", L"", clsid, true},
       {library_key, L"", {}, true},
       {version_key, L"", library_description, true},
       {version_key + LR"(\FLAGS)", L"", library_flags, true},
@@ -97,14 +97,13 @@ LSTATUS set_Text(HKEY key, const Row& row) {
 
 void undo(const Undo& step) {
   if (step.KeyIsNew) {
-    RegDeleteKeyW(HKEY_LOCAL_MACHINE, step.Written.path().c_str());
+    RegDeleteKeyW(HKEY_LOCAL_MACHINE, step.Written.Key.c_str());
     return;
   }
   if (!step.Written.Value)
     return;
   HKEY opened = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, step.Written.path().c_str(), 0, KEY_SET_VALUE, &opened) !=
-      ERROR_SUCCESS)
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, step.Written.Key.c_str(), 0, KEY_SET_VALUE, &opened) != ERROR_SUCCESS)
     return;
   const unique_hkey key(opened);
   if (step.Old)
@@ -127,7 +126,7 @@ class RowWriter {
     HKEY opened = nullptr;
     DWORD disposition = 0;
     const LSTATUS status =
-        RegCreateKeyExW(HKEY_LOCAL_MACHINE, row.path().c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, row.Key.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                         KEY_READ | KEY_WRITE, nullptr, &opened, &disposition);
     if (status != ERROR_SUCCESS)
       return status;
@@ -164,7 +163,7 @@ bool is_KeyEmpty(HKEY key) {
 LSTATUS remove_Row(const Row& row) {
   HKEY opened = nullptr;
   const LSTATUS status =
-      RegOpenKeyExW(HKEY_LOCAL_MACHINE, row.path().c_str(), 0, KEY_READ | KEY_SET_VALUE, &opened);
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, row.Key.c_str(), 0, KEY_READ | KEY_SET_VALUE, &opened);
   if (status != ERROR_SUCCESS)
     return status;
   unique_hkey key(opened);
@@ -173,7 +172,7 @@ LSTATUS remove_Row(const Row& row) {
     return removed;
   const bool empty = is_KeyEmpty(key.get());
   key.reset();
-  return empty ? RegDeleteKeyW(HKEY_LOCAL_MACHINE, row.path().c_str()) : ERROR_SUCCESS;
+  return empty ? RegDeleteKeyW(HKEY_LOCAL_MACHINE, row.Key.c_str()) : ERROR_SUCCESS;
 }
 
 // Whether the DLL of either bitness is registered. Each has a class of its own.

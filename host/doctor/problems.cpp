@@ -108,19 +108,20 @@ void add_Suite(std::span<const ComponentState> components, Problems& problems) {
       problems.push_back(describe_Component(state));
 }
 
+// What programs are taken from, and where the log may go.
+constexpr std::array program_folders{&second_page_keeper_folder,
+                                     &second_quill_sign_folder,
+                                     &second_quill_folder,
+                                     &install_folder,
+                                     &second_install_folder,
+                                     &page_keeper_folder,
+                                     &quill_sign_folder,
+                                     &quill_folder,
+                                     &csp_folder};
+constexpr std::array log_folders{&debug_path, &alternative_write_path};
+
 // A folder that a setting names and that is not there is found by nobody.
-void add_MissingFolders(Problems& problems) {
-  constexpr std::array folders{&second_page_keeper_folder,
-                               &second_quill_sign_folder,
-                               &second_quill_folder,
-                               &install_folder,
-                               &second_install_folder,
-                               &page_keeper_folder,
-                               &quill_sign_folder,
-                               &quill_folder,
-                               &csp_folder,
-                               &debug_path,
-                               &alternative_write_path};
+void add_MissingFolders(std::span<const Setting* const> folders, Problems& problems) {
   for (const Setting* setting : folders) {
     const auto found = find_Value(setting->Path);
     const auto folder = as_Text(copy_Of(found.Value));
@@ -141,14 +142,11 @@ void add_OpenFolder(const std::wstring& folder, Problems& problems) {
 // Whoever can change a folder chooses what is started from it. Of the folders that settings name,
 // administrators' own programs ask that alone.
 void add_OpenFolders(Problems& problems) {
-  constexpr std::array folders{&install_folder,      &second_install_folder,     &page_keeper_folder,
-                               &quill_sign_folder,   &second_page_keeper_folder, &quill_folder,
-                               &second_quill_folder, &second_quill_sign_folder,  &csp_folder};
   for (const auto* folder : fixed_folders)
     add_OpenFolder(folder, problems);
   if (!is_Elevated())
     return;
-  for (const Setting* setting : folders)
+  for (const Setting* setting : program_folders)
     add_OpenFolder(full_Folder(regread_Text(setting->Path)), problems);
 }
 
@@ -188,7 +186,8 @@ std::vector<Problem> find_Problems(const Registration& registration,
   add_MissingClass(registration, problems);
   add_WrongEntries(registration, problems);
   add_Suite(components, problems);
-  add_MissingFolders(problems);
+  add_MissingFolders(program_folders, problems);
+  add_MissingFolders(log_folders, problems);
   add_OpenFolders(problems);
   add_OverruledValues(problems);
   add_Log(log, problems);
