@@ -66,20 +66,23 @@ HRESULT Surrogate::make(ComPtr<IDispatch>& object) {
 HRESULT Surrogate::call(IDispatch* object, const std::wstring& name, WORD kind,
                         std::vector<_variant_t>& arguments, _variant_t& result) {
   DISPID member = m_known.with([&](Known& known) {
-    const auto found = known.Members.find(name);
+    const auto found = std::ranges::find(known.Members, name, &std::pair<std::wstring, DISPID>::first);
     return found == known.Members.end() ? DISPID_UNKNOWN : found->second;
   });
   HRESULT outcome = S_OK;
   if (member == DISPID_UNKNOWN) {  // a later call is one question to the other process
     outcome = find_Member(object, name.c_str(), member);
     if (SUCCEEDED(outcome))
-      m_known.with([&](Known& known) { known.Members.insert_or_assign(name, member); });
+      m_known.with([&](Known& known) {
+        known.forget_Member(name);  // another call may have asked meanwhile
+        known.Members.emplace_back(name, member);
+      });
   }
   if (SUCCEEDED(outcome))
     outcome = invoke_Member(object, member, kind, arguments, &result);
   m_known.with([&](Known& known) {
     if (outcome == DISP_E_MEMBERNOTFOUND)
-      known.Members.erase(name);
+      known.forget_Member(name);
     if (!has_Ended(outcome))
       known.end_Pause();
   });

@@ -22,9 +22,9 @@
 #include <wrl/client.h>
 
 #include <algorithm>
-#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/process_values.h"
@@ -70,10 +70,14 @@ class Surrogate {
       HoldsActions = holds_Actions;
     }
 
+    void forget_Member(const std::wstring& name) {
+      std::erase_if(Members, [&name](const auto& known) { return known.first == name; });
+    }
+
     void end_Pause() { Pause = 0, PauseEnd = 0; }
 
     bool IsServing = false;
-    std::map<std::wstring, DISPID> Members;
+    std::vector<std::pair<std::wstring, DISPID>> Members;
     HRESULT Making = S_OK;  // the last one
     DWORD Pause = 0;
     ULONGLONG PauseEnd = 0;

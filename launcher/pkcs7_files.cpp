@@ -1,6 +1,6 @@
 #include "launcher/pkcs7_files.h"
 
-#include <map>
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,10 +41,15 @@ struct Outcome {
   const wchar_t* Problem = nullptr;
 };
 
+struct Problem {
+  std::wstring_view Text;
+  std::vector<std::wstring> Files;
+};
+
 // A missing component leaves every file as it is. The person is told once for each kind of problem.
 template <typename Process>
 void process_Each(std::span<const FileEntry> files, Process&& process) {
-  std::map<std::wstring, std::vector<std::wstring>> problems;
+  std::vector<Problem> problems;
   const auto component = create_Maker();
   for (const auto& entry : files) {
     debug_Log(entry.LongName);
@@ -54,11 +59,15 @@ void process_Each(std::span<const FileEntry> files, Process&& process) {
     auto outcome = component ? process(component.Get(), file)
                              : Outcome{L"PKCS7 result: the component is missing: ", std::move(file)};
     debug_Log(outcome.Label, outcome.File);
-    if (outcome.Problem != nullptr)
-      problems[outcome.Problem].push_back(std::move(outcome.File));
+    if (outcome.Problem == nullptr)
+      continue;
+    auto problem = std::ranges::find(problems, outcome.Problem, &Problem::Text);
+    if (problem == problems.end())
+      problem = problems.insert(problem, Problem{outcome.Problem, {}});
+    problem->Files.push_back(std::move(outcome.File));
   }
-  for (const auto& [problem, names] : problems)
-    tell_Failure(problem.c_str(), names);
+  for (const auto& problem : problems)
+    tell_Failure(problem.Text.data(), problem.Files);
 }
 
 constexpr const wchar_t* not_created = L"The file could not be created.";

@@ -1,6 +1,7 @@
 #include "menu/insertion.h"
 
-#include <map>
+#include <algorithm>
+#include <vector>
 
 #include "base/apartment.h"
 #include "base/process_values.h"
@@ -19,16 +20,23 @@ constexpr long highest_mode = 3;
 constexpr UINT freed_positions = 100;
 
 struct Bitmaps {
+  UINT Position;
   unique_hbitmap Item;
   CheckBitmap Check;
 };
 
 struct MenuState {
   std::wstring MenuMode;
-  std::map<UINT, Bitmaps> Positions;
+  std::vector<Bitmaps> Positions;
 };
 
 constinit PerApartment<MenuState> menu_state;
+
+Bitmaps& bitmaps_At(UINT position) {
+  auto& all = menu_state->Positions;
+  const auto found = std::ranges::find(all, position, &Bitmaps::Position);
+  return found == all.end() ? all.emplace_back(position) : *found;
+}
 
 bool shows_Text() {
   return get_MenuMode() == 0 || get_MenuMode() == 1;
@@ -90,25 +98,23 @@ void insert_MenuItem(UINT position, UINT command, UINT check_bitmap_id, UINT ite
   if (hmenu == nullptr)
     return;
   assert_Unlocked();
-  auto& own = *menu_state;
   // The ids alone decide, so that the configured mode is never asked for during a right-click.
-  own.MenuMode = mode_Of(check_bitmap_id, item_bitmap_id);
+  menu_state->MenuMode = mode_Of(check_bitmap_id, item_bitmap_id);
   if (shows_Text())
     InsertMenuW(hmenu, position, text_item, command, caption.c_str());
   if (shows_Picture()) {
-    auto& bitmap = own.Positions[position].Item;
+    auto& bitmap = bitmaps_At(position).Item;
     bitmap.reset();  // it goes before the next is made
     bitmap = copy_Bitmap(item_bitmap_id != 0 ? load_Picture(item_bitmap_id) : nullptr);
     InsertMenuW(hmenu, position, picture_item, command, reinterpret_cast<LPCWSTR>(bitmap.get()));
   }
   if (shows_CheckBitmap()) {
-    const auto bitmap = own.Positions[position].Check.renew(check_bitmap_id);
+    const auto bitmap = bitmaps_At(position).Check.renew(check_bitmap_id);
     SetMenuItemBitmaps(hmenu, position, picture_item, bitmap, bitmap);
   }
 }
 
 void free_MenuBitmaps() {
-  std::erase_if(menu_state->Positions, [](const auto& entry) {
-    return entry.first < freed_positions && entry.second.Item != nullptr;
-  });
+  std::erase_if(menu_state->Positions,
+                [](const auto& entry) { return entry.Position < freed_positions && entry.Item != nullptr; });
 }

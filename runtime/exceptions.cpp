@@ -154,3 +154,20 @@ extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
 const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
 
 }  // extern "C"
+
+// The linker lists here what the runtime would mend at load: addresses that another DLL has. The DLL takes no
+// data from another, so the list is empty, and mending is left out. Both ends are read as memory, as the
+// compiler would take them for two objects that differ.
+extern "C" {
+
+extern const char first_Relocation[] asm("__RUNTIME_PSEUDO_RELOC_LIST__");
+extern const char end_OfRelocations[] asm("__RUNTIME_PSEUDO_RELOC_LIST_END__");
+
+void _pei386_runtime_relocator();
+void _pei386_runtime_relocator() {
+  const char* volatile first = first_Relocation;
+  if (first != end_OfRelocations)
+    fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
+}
+
+}  // extern "C"

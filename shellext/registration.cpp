@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/boundary.h"
@@ -11,59 +12,79 @@
 #include "base/guid.h"
 #include "base/handles.h"
 #include "base/module.h"
+#include "base/text.h"
 #include "shellext/class_identifiers.h"
 #include "shellext/interface_redirection.h"
 
 namespace {
 
-constexpr const wchar_t* progid = L"NorvakContextMenu.ShellExt";
+// A row as it is written here. What stands in angle brackets, which no file's name has, is filled in.
+struct Draft {
+  const wchar_t* Key;         // below the machine's classes
+  const wchar_t* Value;       // null: the key alone
+  const wchar_t* Name = L"";  // of the value; empty for the default one
+  bool IsShared = false;      // with the DLL of the other bitness
+};
+
+constexpr bool is_Shared = true;
 constexpr const wchar_t* description = L"Norvak - IContextMenu Shell Extension";
-constexpr const wchar_t* library_version = LIBRARY_VERSION;
-constexpr const wchar_t* library_description = L"Norvak - IContextMenu Shell Extension...";
-constexpr const wchar_t* library_flags = L"8";  // the file has it as a resource
-constexpr const wchar_t* library_platform = sizeof(void*) == 4 ? L"win32" : L"win64";
 constexpr const wchar_t* automation_marshaller = L"{00020424-0000-0000-C000-000000000046}";
+
+// Parents stand before their subkeys, so that no row makes more than one key, and what is shared before the
+// class, which tells whether somebody shares it. The platform's own registration of a type library goes
+// through the merged root.
+constexpr Draft drafts[] = {
+    {L"NorvakContextMenu.ShellExt", description, L"", is_Shared},
+    {LR"(NorvakContextMenu.ShellExt\CLSID)", L"<class>", L"", is_Shared},
+    {LR"(TypeLib\<library>)", nullptr, L"", is_Shared},
+    {LR"(TypeLib\<library>\)" LIBRARY_VERSION, L"Norvak - IContextMenu Shell Extension...", L"", is_Shared},
+    // 8: the file has the library as a resource.
+    {LR"(TypeLib\<library>\)" LIBRARY_VERSION LR"(\FLAGS)", L"8", L"", is_Shared},
+    {LR"(TypeLib\<library>\)" LIBRARY_VERSION LR"(\HELPDIR)", L"<folder>", L"", is_Shared},
+    {LR"(TypeLib\<library>\)" LIBRARY_VERSION LR"(\0)", nullptr, L"", is_Shared},
+    {sizeof(void*) == 4 ? LR"(TypeLib\<library>\)" LIBRARY_VERSION LR"(\0\win32)"
+                        : LR"(TypeLib\<library>\)" LIBRARY_VERSION LR"(\0\win64)",
+     L"<file>"},
+    {LR"(Interface\<interface>)", L"_ShellExt"},
+    {LR"(Interface\<interface>\ProxyStubClsid)", automation_marshaller},
+    {LR"(Interface\<interface>\ProxyStubClsid32)", automation_marshaller},
+    {LR"(Interface\<interface>\TypeLib)", L"<library>"},
+    {LR"(Interface\<interface>\TypeLib)", LIBRARY_VERSION, L"Version"},
+    {LR"(CLSID\<class>)", description},
+    {LR"(CLSID\<class>\InprocServer32)", L"<file>"},
+    {LR"(CLSID\<class>\InprocServer32)", L"Apartment", L"ThreadingModel"},
+    {LR"(CLSID\<class>\ProgID)", L"NorvakContextMenu.ShellExt"},
+    {LR"(CLSID\<class>\TypeLib)", L"<library>"},
+};
 
 struct Row {
   std::wstring Key;   // below HKEY_LOCAL_MACHINE
   std::wstring Name;  // empty for the default value
   std::optional<std::wstring> Value;
-  bool IsShared = false;  // with the DLL of the other bitness
+  bool IsShared = false;
 };
 
-// Parents stand before their subkeys, so that no row makes more than one key, and what is shared before the
-// class, which tells whether somebody shares it. The platform's own registration of a type library goes
-// through the merged root.
 std::vector<Row> registration_Rows() {
-  const auto clsid = guid_Text(clsid_ShellExt);
-  const auto libid = guid_Text(libid_ShellExt);
-  const std::wstring classes = machines_classes;
-  const auto progid_key = classes + progid;
-  const auto class_key = classes + LR"(CLSID\)" + clsid;
-  const auto library_key = classes + LR"(TypeLib\)" + libid;
-  const auto version_key = library_key + L'\\' + library_version;
-  const auto interface_key = classes + LR"(Interface\)" + guid_Text(iid_ShellExt);
   const auto file = get_ModulePath();
-  return {
-      {progid_key, L"", description, true},
-      {progid_key + LR"(\CLSID)", L"", clsid, true},
-      {library_key, L"", {}, true},
-      {version_key, L"", library_description, true},
-      {version_key + LR"(\FLAGS)", L"", library_flags, true},
-      {version_key + LR"(\HELPDIR)", L"", file.substr(0, file.rfind(L'\\')), true},
-      {version_key + LR"(\0)", L"", {}, true},
-      {version_key + LR"(\0\)" + library_platform, L"", file},
-      {interface_key, L"", L"_ShellExt"},
-      {interface_key + LR"(\ProxyStubClsid)", L"", automation_marshaller},
-      {interface_key + LR"(\ProxyStubClsid32)", L"", automation_marshaller},
-      {interface_key + LR"(\TypeLib)", L"", libid},
-      {interface_key + LR"(\TypeLib)", L"Version", library_version},
-      {class_key, L"", description},
-      {class_key + LR"(\InprocServer32)", L"", file},
-      {class_key + LR"(\InprocServer32)", L"ThreadingModel", L"Apartment"},
-      {class_key + LR"(\ProgID)", L"", progid},
-      {class_key + LR"(\TypeLib)", L"", libid},
+  const std::pair<const wchar_t*, std::wstring> meanings[] = {
+      {L"<class>", guid_Text(clsid_ShellExt)},
+      {L"<library>", guid_Text(libid_ShellExt)},
+      {L"<interface>", guid_Text(iid_ShellExt)},
+      {L"<file>", file},
+      {L"<folder>", file.substr(0, file.rfind(L'\\'))}};
+  const auto fill = [&meanings](std::wstring text) {
+    for (const auto& [mark, meaning] : meanings)
+      replace_All(text, mark, meaning);
+    return text;
   };
+  std::vector<Row> rows;
+  for (const auto& draft : drafts) {
+    auto& row = rows.emplace_back(fill(std::wstring(machines_classes) + draft.Key), draft.Name);
+    row.IsShared = draft.IsShared;
+    if (draft.Value != nullptr)
+      row.Value = fill(draft.Value);
+  }
+  return rows;
 }
 
 struct OldValue {
