@@ -27,6 +27,7 @@ using unique_hkey = unique_handle<HKEY, &RegCloseKey>;
 using unique_hmodule = unique_handle<HMODULE, &FreeLibrary>;
 using unique_local_memory = unique_handle<HLOCAL, &LocalFree>;
 using unique_search = unique_handle<HANDLE, &FindClose>;
+using unique_task_text = unique_handle<wchar_t*, &CoTaskMemFree>;
 using unique_kernel_handle = unique_handle<HANDLE, &CloseHandle>;
 
 // The owner of a file handle; empty where the platform reports its failure as -1.

@@ -39,6 +39,8 @@ constexpr OptionRow option_table[] = {
        constexpr UINT hour = 3600;
        arguments.SecondsBefore = parse_Number(value, L"--after", hour);
      }},
+    {L"--modern", L"", L"", L"list", TEXT_OPTION_MODERN,
+     [](Arguments& arguments, std::wstring_view) { arguments.IsModern = true; }},
     {L"--verbose", L"", L"", right_clicks, TEXT_OPTION_VERBOSE,
      [](Arguments& arguments, std::wstring_view) { arguments.IsVerbose = true; }},
     {L"--all", L"", L"", L"doctor", TEXT_OPTION_ALL,

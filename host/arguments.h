@@ -22,6 +22,7 @@ struct Arguments {
   bool IsJson = false;
   bool IsVerbose = false;
   bool IsAll = false;
+  bool IsModern = false;  // the first menu of Windows 11
   bool WantsHelp = false;
   bool WantsVersion = false;
 };

@@ -9,6 +9,7 @@
 #include "host/doctor/report.h"
 #include "host/explorer/context_menu.h"
 #include "host/explorer/failure.h"
+#include "host/explorer/first_menu.h"
 #include "host/explorer/handles.h"
 #include "host/explorer/popup.h"
 #include "host/explorer/selection.h"
@@ -19,6 +20,7 @@
 #include "host/new_files.h"
 #include "host/output.h"
 #include "host/patterns.h"
+#include "shellext/class_identifiers.h"
 
 namespace host {
 namespace {
@@ -61,7 +63,17 @@ Session open_Session(const Arguments& arguments, std::span<const std::wstring> p
   return session;
 }
 
+int list_FirstMenu(const Arguments& arguments) {
+  const auto selection = select_Paths(arguments, arguments.Operands);
+  const auto menu = query_Verb(create_Verb(clsid_ExplorerCommand).Get(), make_Items(selection.Paths).Get());
+  print_Text(arguments.IsJson ? describe_FirstMenuAsJson(selection, menu, arguments)
+                              : describe_FirstMenu(menu));
+  return exit_success;
+}
+
 int list_Items(const Arguments& arguments) {
+  if (arguments.IsModern)
+    return list_FirstMenu(arguments);
   Session session = open_Session(arguments, arguments.Operands, unique_hmenu(CreatePopupMenu()));
   fetch_Texts(session.Extension.Get(), session.Offered);
   if (arguments.IsJson)

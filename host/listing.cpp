@@ -63,6 +63,29 @@ std::wstring describe_OfferAsJson(const Selection& selection, const Offer& offer
                                          {L"entries", json_Array(offer.Entries, describe_Entry)}});
 }
 
+std::wstring describe_FirstMenu(const FirstMenu& menu) {
+  if (!menu.IsShown)
+    return say(TEXT_VERB_HIDDEN) + L"\n";
+  std::vector<Row> rows = {{say(TEXT_ITEM), say(TEXT_CAPTION), say(TEXT_BITMAP)}};
+  for (const FirstMenuItem& item : menu.Items)
+    rows.push_back({std::to_wstring(rows.size()), without_Mark(item.Title),
+                    item.Icon.empty() ? L"" : say(TEXT_PICTURE)});
+  return say(TEXT_VERB_SHOWN, {menu.Title}) + L"\n" + align_Rows(std::move(rows), true);
+}
+
+std::wstring describe_FirstMenuAsJson(const Selection& selection, const FirstMenu& menu,
+                                      const Arguments& arguments) {
+  const auto describe_Item = [](const FirstMenuItem& item) {
+    return json_Object(
+        {{L"caption", json_Text(without_Mark(item.Title))}, {L"icon", json_TextOrNull(item.Icon)}});
+  };
+  return json_Answer(arguments.Command, {{L"modern", json_Boolean(true)},
+                                         {L"paths", json_Array(selection.Paths, json_Text)},
+                                         {L"title", json_Text(menu.Title)},
+                                         {L"shown", json_Boolean(menu.IsShown)},
+                                         {L"items", json_Array(menu.Items, describe_Item)}});
+}
+
 std::wstring describe_Outcome(const Outcome& outcome) {
   auto text = say(TEXT_INVOKED, {std::to_wstring(outcome.Number), outcome.Item.Caption}) + L"\n";
   if (outcome.NewFiles.empty())

@@ -7,6 +7,7 @@
 
 #include "host/arguments.h"
 #include "host/explorer/context_menu.h"
+#include "host/explorer/first_menu.h"
 #include "host/explorer/selection.h"
 
 namespace host {
@@ -17,6 +18,11 @@ std::wstring describe_Offer(const Offer& offer);
 
 // The offer and what was asked for as one JSON object in one line.
 std::wstring describe_OfferAsJson(const Selection& selection, const Offer& offer, const Arguments& arguments);
+
+// The same of the first menu of Windows 11.
+std::wstring describe_FirstMenu(const FirstMenu& menu);
+std::wstring describe_FirstMenuAsJson(const Selection& selection, const FirstMenu& menu,
+                                      const Arguments& arguments);
 
 // An item that was carried out, and the files that came into being.
 struct Outcome {

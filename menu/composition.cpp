@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <utility>
-#include <vector>
 
 #include "base/account.h"
 #include "base/boundary.h"
@@ -35,71 +34,73 @@ bool is_MenuWanted(UINT flags) {
   return (flags & kinds) == CMF_NORMAL || (flags & CMF_VERBSONLY) != 0 || (flags & CMF_EXPLORE) != 0;
 }
 
+bool is_Offered(const MenuItem& item, const SelectionFlags& flags) noexcept {
+  return run_Guarded(false, [&] { return item.find_Missing(flags).Name == nullptr; });
+}
+
+OfferedItem make_Item(std::size_t index) {
+  OfferedItem item{&menu_items[index], {}};
+  const auto caption = caption_Of(menu_items[index], captions[index]);
+  item.Caption.reserve(caption.size() + 1);
+  item.Caption = caption;
+  return item;
+}
+
 // The part of the shell's menu that is being filled.
 struct Block {
   HMENU Menu;
   UINT Position;
   UINT Command;
-  UINT Record = 0;
 };
 
-struct OfferedItem {
-  UINT Position;
-  UINT Command;
-  UINT CheckBitmap;
-  std::wstring Caption;
-};
-
-OfferedItem offer(const MenuItem& item, Settled<std::wstring>& known_caption, const Block& block) {
-  auto caption = caption_Of(item, known_caption);
-  OfferedItem offered{block.Position, block.Command, item.CheckBitmap, {}};
-  offered.Caption.reserve(caption.size() + 1);  // with room for the mark of its access key
-  offered.Caption = caption;
-  action_table()[block.Record] = {std::move(caption), static_cast<long>(block.Command),
-                                  static_cast<long>(block.Record), true, item.Picked.Keyword};
-  return offered;
+void insert(OfferedItem& item, UINT number, std::wstring& taken, const Block& block) {
+  const auto command = block.Command + number;
+  action_table()[number] = {item.Caption, static_cast<long>(command), static_cast<long>(number), true,
+                            item.Row->Picked.Keyword};
+  mark_AccessKey(item.Caption, taken);
+  insert_MenuItem(block.Position + number, command, item.Row->CheckBitmap, 0, block.Menu, item.Caption);
 }
 
-// The letters that are access keys without our choice: a caption further down may bring one too.
-std::wstring access_Keys(const std::vector<OfferedItem>& items, HMENU menu) {
-  auto keys = access_Keys(menu);
-  for (const auto& item : items)
-    if (const auto key = access_Key(item.Caption); key != L'\0')
-      keys += key;
-  return keys;
-}
-
-void insert_Items(std::vector<OfferedItem>& items, HMENU menu) {
-  auto taken = run_Guarded(std::wstring(), [&] { return access_Keys(items, menu); });
-  for (auto& item : items)
-    run_Guarded([&] {
-      mark_AccessKey(item.Caption, taken);
-      insert_MenuItem(item.Position, item.Command, item.CheckBitmap, 0, menu, item.Caption);
-    });
-}
-
-void compose(const SelectionFlags& flags, Block& block) {
-  const RememberedReads reads(RememberedReads::For::Menu);
-  debug_Log(L"Query Context Menu FilesAreFolder: ", flags.FilesAreFolder ? L"True" : L"False");
-  std::vector<OfferedItem> items;
-  run_Guarded([&items] { items.reserve(menu_items.size()); });
-  for (std::size_t index = 0; index < menu_items.size(); ++index) {
-    const auto& item = menu_items[index];
-    if (!run_Guarded(false, [&] { return item.find_Missing(flags).Name == nullptr; }))
-      continue;
-    // An item that fails on its way still has its identifier.
-    run_Guarded([&] { items.push_back(offer(item, captions[index], block)); });
-    ++block.Position;
-    ++block.Command;
-    ++block.Record;
-  }
-  if (block.Record == 0)
+void compose(const SelectionFlags& flags, const Block& block, UINT& count) {
+  auto offer = offer_Items(flags);
+  count = static_cast<UINT>(offer.Count);
+  if (count == 0)
     return;
-  insert_Items(items, block.Menu);
-  InsertMenuW(block.Menu, block.Position, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
+  auto taken = access_Keys(offer.all(), block.Menu);
+  for (UINT number = 0; number < count; ++number)
+    if (offer.Items[number].Row != nullptr)
+      run_Guarded([&] { insert(offer.Items[number], number, taken, block); });
+  InsertMenuW(block.Menu, block.Position + count, MF_BYPOSITION | MF_SEPARATOR, 0, nullptr);
 }
 
 }  // namespace
+
+Offer offer_Items(const SelectionFlags& flags) {
+  const RememberedReads reads(RememberedReads::For::Menu);
+  debug_Log(L"Query Context Menu FilesAreFolder: ", flags.FilesAreFolder ? L"True" : L"False");
+  Offer offer;
+  for (std::size_t index = 0; index < menu_items.size(); ++index)
+    if (is_Offered(menu_items[index], flags)) {
+      run_Guarded([&] { offer.Items[offer.Count] = make_Item(index); });
+      ++offer.Count;
+    }
+  return offer;
+}
+
+bool has_Items(const SelectionFlags& flags) {
+  const RememberedReads reads(RememberedReads::For::Menu);
+  return std::ranges::any_of(menu_items, [&flags](const MenuItem& item) { return is_Offered(item, flags); });
+}
+
+std::wstring access_Keys(std::span<const OfferedItem> items, HMENU menu) noexcept {
+  return run_Guarded(std::wstring(), [&] {
+    auto keys = access_Keys(menu);
+    for (const auto& item : items)
+      if (const auto key = access_Key(item.Caption); key != L'\0')
+        keys += key;
+    return keys;
+  });
+}
 
 HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UINT indexMenu, UINT idCmdFirst,
                                            UINT, UINT uFlags) noexcept {
@@ -107,7 +108,7 @@ HRESULT STDMETHODCALLTYPE QueryContextMenu(IContextMenu* object, HMENU hmenu, UI
     return 0;
   const Microsoft::WRL::ComPtr<IContextMenu> own(
       object);  // a component may have the shell let it go meanwhile
-  Block block{hmenu, indexMenu, idCmdFirst};
-  run_Guarded([&block] { compose(current_Selection()->Flags, block); });
-  return static_cast<HRESULT>(block.Command - idCmdFirst);
+  UINT count = 0;
+  run_Guarded([&] { compose(current_Selection()->Flags, {hmenu, indexMenu, idCmdFirst}, count); });
+  return static_cast<HRESULT>(count);
 }

@@ -1,7 +1,9 @@
 #include "selection/selection_capture.h"
 
+#include <shlobj.h>
 #include <wrl/client.h>
 
+#include <cstring>
 #include <utility>
 
 #include "base/handles.h"
@@ -47,10 +49,32 @@ std::wstring join_Paths(std::span<const FileEntry> files) {
   return m_szFile;
 }
 
-}  // namespace
+// Nothing where the item is no file.
+unique_task_text path_Of(IShellItemArray& items, DWORD index) {
+  Microsoft::WRL::ComPtr<IShellItem> item;
+  wchar_t* path = nullptr;
+  if (SUCCEEDED(items.GetItemAt(index, &item)) && item &&
+      FAILED(item->GetDisplayName(SIGDN_FILESYSPATH, &path)))
+    path = nullptr;  // what a failed call left there is not ours to release
+  return unique_task_text(path);
+}
 
-Selection capture_Selection(IDataObject* lpdobj, std::wstring& m_szShortFile) {
-  auto dropped = dropped_Names(lpdobj);
+// As a drop list has them, so that the names are read by the same steps.
+DroppedNames names_Of(IShellItemArray* items) {
+  assert_Unlocked();
+  DWORD count = 0;
+  if (items == nullptr || FAILED(items->GetCount(&count)))
+    return {};
+  const DROPFILES header{sizeof header, {}, FALSE, TRUE};
+  std::wstring list(sizeof header / sizeof(wchar_t), L'\0');
+  std::memcpy(list.data(), &header, sizeof header);
+  for (DWORD index = 0; index < count; ++index)
+    if (const auto path = path_Of(*items, index); path && *path != L'\0')
+      list.append(path.get()).append(1, L'\0');
+  return read_DropNames({reinterpret_cast<const char*>(list.data()), list.size() * sizeof(wchar_t)});
+}
+
+Selection capture_Names(DroppedNames dropped, std::wstring& m_szShortFile) {
   const auto names = std::move(dropped.Names);
   if (names.empty())
     debug_Log(L"Subscript out of range");
@@ -83,4 +107,15 @@ Selection capture_Selection(IDataObject* lpdobj, std::wstring& m_szShortFile) {
   if (selection.Flags.HasEnvelope)
     repair_Pkcs7Icons();
   return selection;
+}
+
+}  // namespace
+
+Selection capture_Selection(IDataObject* lpdobj, std::wstring& m_szShortFile) {
+  return capture_Names(dropped_Names(lpdobj), m_szShortFile);
+}
+
+Selection capture_Selection(IShellItemArray* items) {
+  std::wstring short_paths;
+  return capture_Names(names_Of(items), short_paths);
 }

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <objidl.h>
+#include <shobjidl.h>
 
 #include <string>
 
@@ -14,3 +15,7 @@
 // they are appended to the list, which is trimmed of blanks. An envelope in the selection has the icons of
 // its kind repaired.
 Selection capture_Selection(IDataObject* lpdobj, std::wstring& m_szShortFile);
+
+// The same for items of the shell. Those that are no files, as a printer, are left out, as they are in a drop
+// list.
+Selection capture_Selection(IShellItemArray* items);

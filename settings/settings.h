@@ -19,6 +19,8 @@ struct Setting {
 // What the menu offers.
 inline constexpr Setting menu_mode{LR"(HKLM\Software\Norvak\MenuMode)", L"REG_DWORD", L"0",
                                    Usage::ReadAndWritten};
+inline constexpr Setting windows11_menu{LR"(HKLM\Software\Norvak\Windows11Menu)", L"REG_SZ", L"1",
+                                        Usage::Read};
 inline constexpr Setting card_connector{LR"(HKLM\Software\Norvak\CardConnector)", L"REG_SZ", L"off",
                                         Usage::Read};
 inline constexpr Setting csp_card_connector{LR"(HKLM\Software\Norvak\CSP\CardConnector)", L"REG_SZ", L"off",
@@ -106,6 +108,7 @@ inline constexpr Setting envelope_icon{LR"(HKCR\.p7m\DefaultIcon\)", L"REG_SZ", 
 inline constexpr Setting signature_icon{LR"(HKCR\.p7s\DefaultIcon\)", L"REG_SZ", L"", Usage::ReadAndWritten};
 
 inline constexpr std::array all_settings{&menu_mode,
+                                         &windows11_menu,
                                          &card_connector,
                                          &csp_card_connector,
                                          &credential_provider,

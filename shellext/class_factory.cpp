@@ -7,6 +7,8 @@
 
 #include "base/boundary.h"
 #include "base/unknown.h"
+#include "shellext/class_identifiers.h"
+#include "shellext/explorer_command.h"
 #include "shellext/interface_redirection.h"
 #include "shellext/module_locks.h"
 #include "shellext/shell_ext.h"
@@ -20,11 +22,16 @@ void run_MainOnce() {
     Main();
 }
 
+using Create = HRESULT (*)(REFIID, void**) noexcept;
+
+HRESULT create_ShellExt(REFIID iid, void** object) noexcept {
+  const Microsoft::WRL::ComPtr<ShellExt> created(ShellExt::create());
+  return created ? created->QueryInterface(iid, object) : E_OUTOFMEMORY;
+}
+
 class ClassFactory final : public Unknown<IClassFactory> {
  public:
-  ClassFactory() { lock_Module(); }
-  ClassFactory(const ClassFactory&) = delete;
-  ClassFactory& operator=(const ClassFactory&) = delete;
+  explicit ClassFactory(Create create) : m_create(create) {}
 
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
     if (object == nullptr)
@@ -33,8 +40,7 @@ class ClassFactory final : public Unknown<IClassFactory> {
     if (outer != nullptr)
       return CLASS_E_NOAGGREGATION;
     run_Guarded(run_MainOnce);
-    const Microsoft::WRL::ComPtr<ShellExt> created(ShellExt::create());
-    return created ? created->QueryInterface(iid, object) : E_OUTOFMEMORY;
+    return m_create(iid, object);
   }
 
   STDMETHODIMP LockServer(BOOL lock) override {
@@ -46,12 +52,20 @@ class ClassFactory final : public Unknown<IClassFactory> {
   }
 
  private:
-  ~ClassFactory() override { unlock_Module(); }
+  ~ClassFactory() override = default;
+
+  const Create m_create;
+  const ModuleLock m_lock;
 };
 
 }  // namespace
 
-HRESULT create_ClassFactory(REFIID iid, void** factory) noexcept {
-  const Microsoft::WRL::ComPtr<ClassFactory> created(new (std::nothrow) ClassFactory);
+HRESULT create_ClassFactory(REFCLSID clsid, REFIID iid, void** factory) noexcept {
+  const auto create = clsid == clsid_ShellExt          ? &create_ShellExt
+                      : clsid == clsid_ExplorerCommand ? &create_ExplorerCommand
+                                                       : nullptr;
+  if (create == nullptr)
+    return CLASS_E_CLASSNOTAVAILABLE;
+  const Microsoft::WRL::ComPtr<ClassFactory> created(new (std::nothrow) ClassFactory(create));
   return created ? created->QueryInterface(iid, factory) : E_OUTOFMEMORY;
 }

@@ -8,10 +8,8 @@
 #include "components/remote_component.h"
 #include "runtime/stack_guard.h"
 #include "shellext/class_factory.h"
-#include "shellext/class_identifiers.h"
 #include "shellext/module_locks.h"
 #include "shellext/registration.h"
-#include "shellext/shell_ext.h"
 
 // What the compiler's runtime does when the DLL comes and goes.
 extern "C" BOOL WINAPI DllMainCRTStartup(HINSTANCE module, DWORD reason, void* process_ends);
@@ -27,13 +25,13 @@ extern "C" BOOL WINAPI enter_Module(HINSTANCE module, DWORD reason, void* proces
   return comes || goes_alone ? DllMainCRTStartup(module, reason, process_ends) : TRUE;
 }
 
-// A class factory for `ShellExt`; CLASS_E_CLASSNOTAVAILABLE for every other class.
+// A class factory for either menu's class; CLASS_E_CLASSNOTAVAILABLE for every other class.
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** factory) {
   choose_StackGuard();
   if (factory == nullptr)
     return E_POINTER;
   *factory = nullptr;
-  return clsid == clsid_ShellExt ? create_ClassFactory(iid, factory) : CLASS_E_CLASSNOTAVAILABLE;
+  return create_ClassFactory(clsid, iid, factory);
 }
 
 // S_OK when no object, factory, server lock, call to a component or other thread needs the module; what this

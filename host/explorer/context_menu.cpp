@@ -15,21 +15,6 @@ using Microsoft::WRL::ComPtr;
 
 constexpr wchar_t extension_prog_id[] = L"NorvakContextMenu.ShellExt";
 
-void require_Success(HRESULT result, unsigned long what_failed, const std::wstring& part = {}) {
-  if (FAILED(result))
-    throw Failure{say(what_failed, {format_Result(result), part})};
-}
-
-ComPtr<IClassFactory> find_ClassFactory() {
-  CLSID clsid{};
-  if (FAILED(CLSIDFromProgID(extension_prog_id, &clsid)))
-    throw Failure{say(TEXT_NOT_REGISTERED, {extension_prog_id})};
-  ComPtr<IClassFactory> factory;
-  require_Success(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)),
-                  TEXT_DLL_NOT_LOADED);
-  return factory;
-}
-
 // One GetCommandString call; empty when the extension answers nothing, whatever result it gives.
 template <typename Character>
 std::basic_string<Character> ask_Text(IContextMenu* extension, UINT offset, UINT type) {
@@ -46,17 +31,6 @@ std::basic_string<Character> ask_Text(IContextMenu* extension, UINT offset, UINT
 std::wstring ask_WideThenAnsi(IContextMenu* extension, UINT offset, UINT wide_type, UINT ansi_type) {
   const auto text = ask_Text<wchar_t>(extension, offset, wide_type);
   return text.empty() ? from_Ansi(ask_Text<char>(extension, offset, ansi_type)) : text;
-}
-
-// The text that a person reads: the mark of an access key is none of it.
-std::wstring without_Mark(const std::wstring& caption) {
-  std::wstring shown;
-  for (std::size_t index = 0; index < caption.size(); ++index) {
-    if (caption[index] == L'&' && index + 1 < caption.size())
-      ++index;
-    shown += caption[index];
-  }
-  return shown;
 }
 
 std::wstring read_Caption(HMENU menu, int position) {
@@ -85,6 +59,31 @@ MenuEntry read_Entry(HMENU menu, int position, UINT first_id) {
 }
 
 }  // namespace
+
+void require_Success(HRESULT result, unsigned long what_failed, const std::wstring& part) {
+  if (FAILED(result))
+    throw Failure{say(what_failed, {format_Result(result), part})};
+}
+
+ComPtr<IClassFactory> find_ClassFactory() {
+  CLSID clsid{};
+  if (FAILED(CLSIDFromProgID(extension_prog_id, &clsid)))
+    throw Failure{say(TEXT_NOT_REGISTERED, {extension_prog_id})};
+  ComPtr<IClassFactory> factory;
+  require_Success(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)),
+                  TEXT_DLL_NOT_LOADED);
+  return factory;
+}
+
+std::wstring without_Mark(const std::wstring& caption) {
+  std::wstring shown;
+  for (std::size_t index = 0; index < caption.size(); ++index) {
+    if (caption[index] == L'&' && index + 1 < caption.size())
+      ++index;
+    shown += caption[index];
+  }
+  return shown;
+}
 
 ComPtr<IContextMenu> create_Extension(IDataObject* selection) {
   ComPtr<IShellExtInit> initializer;

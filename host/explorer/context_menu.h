@@ -32,6 +32,15 @@ struct Offer {
   std::vector<MenuEntry> Entries;  // what stands in the menu
 };
 
+// Throws a Failure with the sentence where the result tells one; the sentence has its number and the part.
+void require_Success(HRESULT result, unsigned long what_failed, const std::wstring& part = {});
+
+// The factory of the registered extension; throws a Failure when it is not registered or cannot be loaded.
+Microsoft::WRL::ComPtr<IClassFactory> find_ClassFactory();
+
+// The text that a person reads: the mark of an access key is none of it.
+std::wstring without_Mark(const std::wstring& caption);
+
 // Creates the extension's object through its class factory and hands it the selection; throws a Failure when
 // the extension is not registered, cannot be loaded or refuses the selection.
 Microsoft::WRL::ComPtr<IContextMenu> create_Extension(IDataObject* selection);

@@ -6,6 +6,7 @@
 #include "files/processes.h"
 #include "tests/accounts.h"
 #include "tests/components.h"
+#include "tests/first_menu.h"
 #include "tests/menu_host.h"
 
 namespace {
@@ -19,13 +20,18 @@ class Accounts : public Explorer {
     answer_Boxes(m_library.handle());
   }
 
-  // The captions that are offered for a PDF, and the programs that start when each is picked.
+  // The captions that are offered for a PDF in either menu, and the programs that start when each is picked.
   Lines pick_All() {
     const auto object = m_library.create();
     select(object, {make_File(test_folder + L"a.pdf")});
     auto lines = offered(object);
     for (auto offset = lines.size(); offset-- > 0;)
       invoke(object, offset);
+    const Lines paths{test_folder + L"a.pdf"};
+    for (const auto& item : first_Menu(m_library, paths).Items) {
+      lines.push_back(item.Title);
+      item.Command->Invoke(host::make_Items(paths).Get(), nullptr);
+    }
     for (auto& start : take_Starts())
       lines.push_back(start);
     return lines;

@@ -306,6 +306,7 @@ TEST_F(Doctor, PrintsTheJsonThatIsDocumented) {
   const auto file = ::quoted(pdf);
   const std::pair<std::string, Lines> cases[] = {
       {"### list", {L"list --json --first-id 0 " + file}},
+      {"### list --modern", {L"list --json --modern " + file}},
       {"### invoke, show", {L"invoke --json 4 " + file, L"show --json --flags 8 " + file}},
       {"### doctor", {L"doctor --json " + file}},
       {"### log", {L"log show --json", L"log off --json"}}};

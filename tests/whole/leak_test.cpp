@@ -8,6 +8,7 @@
 #include "components/object_creation.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
+#include "tests/first_menu.h"
 #include "tests/holdings.h"
 #include "tests/window.h"
 
@@ -48,6 +49,9 @@ void Leaks::right_Click(const Lines& paths, In windows) const {
   object->GetCommandString(0, GCS_HELPTEXTA, nullptr, text, 100);
   for (const ULONG_PTR offset : {3, 50, paths.size() == 1 ? 1 : 50})
     invoke(object, offset);
+  const auto menu = first_Menu(m_library, paths);
+  if (menu.Items.size() > 3)
+    menu.Items[3].Command->Invoke(host::make_Items(paths).Get(), nullptr);
 }
 
 Holdings Leaks::growth(In windows, int clicks, const Lines& paths, const std::function<void()>& leak) const {

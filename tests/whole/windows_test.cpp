@@ -13,6 +13,7 @@
 #include "shellext/interface_redirection.h"
 #include "tests/components.h"
 #include "tests/explorer.h"
+#include "tests/first_menu.h"
 #include "tests/window.h"
 
 namespace {
@@ -21,7 +22,8 @@ class Windows : public Machine, public testing::WithParamInterface<const char*> 
  protected:
   void SetUp() override;
 
-  // The menu of a right-click on the files, and then the help texts of its first two items.
+  // The menu of a right-click on the files, and then the help texts of its first two items and the first menu
+  // of Windows 11.
   Lines right_Click(const Lines& paths) const;
 
   const Library m_library;
@@ -52,6 +54,8 @@ Lines Windows::right_Click(const Lines& paths) const {
     object->GetCommandString(item, GCS_HELPTEXTW, nullptr, reinterpret_cast<char*>(text), 100);
     shown.emplace_back(text);
   }
+  for (const auto& item : first_Menu(m_library, paths).Items)
+    shown.push_back(item.Title);
   return shown;
 }
 
