@@ -13,16 +13,17 @@ namespace host {
 namespace {
 
 // What a program asks for its version by name is told what the program was made for.
-std::wstring find_WindowsVersion() {
+void find_WindowsVersion(Circumstances& found) {
   OSVERSIONINFOW version{};
   version.dwOSVersionInfoSize = sizeof version;
   using Ask = LONG(WINAPI*)(OSVERSIONINFOW*);
   const auto ask = reinterpret_cast<Ask>(
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll"), "RtlGetVersion")));
   if (ask == nullptr || ask(&version) != 0)
-    return {};
-  return std::to_wstring(version.dwMajorVersion) + L"." + std::to_wstring(version.dwMinorVersion) + L"." +
-         std::to_wstring(version.dwBuildNumber);
+    return;
+  found.WindowsBuild = version.dwBuildNumber;
+  found.Windows = std::to_wstring(version.dwMajorVersion) + L"." + std::to_wstring(version.dwMinorVersion) +
+                  L"." + std::to_wstring(version.dwBuildNumber);
 }
 
 std::wstring find_Account() {
@@ -35,7 +36,7 @@ std::wstring find_Account() {
 
 Circumstances find_Circumstances() {
   Circumstances found;
-  found.Windows = find_WindowsVersion();
+  find_WindowsVersion(found);
   found.WindowsBits = is_64BitWindows() ? 64 : 32;
   found.Account = find_Account();
   found.IsElevated = is_Elevated();

@@ -9,6 +9,7 @@ namespace host {
 
 struct Circumstances {
   std::wstring Windows;  // its version, "10.0.19045"
+  unsigned long WindowsBuild = 0;
   int WindowsBits = 0;
   std::wstring Account;  // with its domain or machine
   bool IsElevated = false;

@@ -129,7 +129,8 @@ Diagnosis diagnose(const Selection& selection) {
   std::ranges::transform(all_components, std::back_inserter(found.Components),
                          [](const auto* component) { return find_ComponentState(*component); });
   found.Log = find_LogState();
-  found.Problems = find_Problems(found.Registered, found.Components, found.Log);
+  found.FirstMenu = find_Package(selection, found.About);
+  found.Problems = find_Problems(found.Registered, found.Components, found.Log, found.FirstMenu);
   leave_Apartment();
   return found;
 }

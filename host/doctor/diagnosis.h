@@ -11,6 +11,7 @@
 #include "host/doctor/component_state.h"
 #include "host/doctor/log_state.h"
 #include "host/doctor/named_programs.h"
+#include "host/doctor/package_state.h"
 #include "host/doctor/problems.h"
 #include "host/doctor/registration_state.h"
 #include "host/explorer/selection.h"
@@ -62,6 +63,7 @@ struct Diagnosis {
   Registration Registered;
   std::vector<ComponentState> Components;
   LogState Log;
+  Package FirstMenu;
   std::vector<PhaseTime> Times;
 };
 

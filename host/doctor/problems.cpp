@@ -178,10 +178,17 @@ void add_Log(const LogState& log, Problems& problems) {
     problems.push_back({L"logNotWritable", log.File, fault, say(TEXT_MEND_LOG)});
 }
 
+void add_Package(const Package& package, Problems& problems) {
+  for (const Obstacle& obstacle : package.Obstacles)
+    if (obstacle.IsProblem)
+      problems.push_back({obstacle.Code, obstacle.Subject, obstacle.What, say(TEXT_RUN_SETUP_FOR_PACKAGE)});
+}
+
 }  // namespace
 
 std::vector<Problem> find_Problems(const Registration& registration,
-                                   std::span<const ComponentState> components, const LogState& log) {
+                                   std::span<const ComponentState> components, const LogState& log,
+                                   const Package& package) {
   Problems problems;
   add_MissingClass(registration, problems);
   add_WrongEntries(registration, problems);
@@ -191,6 +198,7 @@ std::vector<Problem> find_Problems(const Registration& registration,
   add_OpenFolders(problems);
   add_OverruledValues(problems);
   add_Log(log, problems);
+  add_Package(package, problems);
   return problems;
 }
 

@@ -8,6 +8,7 @@
 
 #include "host/doctor/component_state.h"
 #include "host/doctor/log_state.h"
+#include "host/doctor/package_state.h"
 #include "host/doctor/registration_state.h"
 
 namespace host {
@@ -19,9 +20,10 @@ struct Problem {
   std::wstring Remedy;
 };
 
-// The problems of the registration, the components and the log as they were found, and of the settings as
-// they are; empty on a machine that is well.
+// The problems of the registration, the components, the log and the package as they were found, and of the
+// settings as they are; empty on a machine that is well.
 std::vector<Problem> find_Problems(const Registration& registration,
-                                   std::span<const ComponentState> components, const LogState& log);
+                                   std::span<const ComponentState> components, const LogState& log,
+                                   const Package& package);
 
 }  // namespace host

@@ -1,5 +1,6 @@
 #include "host/doctor/registry_views.h"
 
+#include <array>
 #include <string>
 
 #include "base/module.h"
@@ -42,6 +43,17 @@ bool has_Value(const std::wstring& path, REGSAM view) {
   const auto key = open_InView(path, view);
   return key && RegQueryValueExW(key.get(), find_Place(path).Name.c_str(), nullptr, nullptr, nullptr,
                                  nullptr) == ERROR_SUCCESS;
+}
+
+std::vector<std::wstring> list_Subkeys(const std::wstring& path, REGSAM view) {
+  constexpr DWORD longest_name = 256;
+  std::vector<std::wstring> names;
+  const auto key = open_InView(path, view);
+  std::array<wchar_t, longest_name> name{};
+  for (DWORD index = 0; key && RegEnumKeyW(key.get(), index, name.data(), longest_name) == ERROR_SUCCESS;
+       ++index)
+    names.emplace_back(name.data());
+  return names;
 }
 
 bool has_Key(const std::wstring& path, REGSAM view) {

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 #include "settings/registry_api.h"
 
@@ -26,5 +27,8 @@ bool has_Value(const std::wstring& path, REGSAM view);
 
 // There is such a key; the path ends with a backslash.
 bool has_Key(const std::wstring& path, REGSAM view);
+
+// The names of the keys below one, whose path ends with a backslash; none when it cannot be read.
+std::vector<std::wstring> list_Subkeys(const std::wstring& path, REGSAM view);
 
 }  // namespace host

@@ -91,6 +91,21 @@ std::wstring json_Phase(const PhaseTime& time) {
                       {L"first", json_Number(time.First)}});
 }
 
+std::wstring json_Obstacle(const Obstacle& obstacle) {
+  return json_Object({{L"code", json_Text(obstacle.Code)}, {L"subject", json_TextOrNull(obstacle.Subject)}});
+}
+
+std::wstring json_Package(const Package& package) {
+  return json_Object({{L"packages", json_Array(package.Names, json_Text)},
+                      {L"forAllUsers", json_Boolean(package.IsForAllUsers)},
+                      {L"forThisUser", json_Boolean(package.IsForThisUser)},
+                      {L"folder", json_TextOrNull(package.Folder)},
+                      {L"refusal", json_TextOrNull(package.Refusal)},
+                      {L"shown", json_Boolean(package.IsShown)},
+                      {L"items", json_Array(package.Items, json_Text)},
+                      {L"obstacles", json_Array(package.Obstacles, json_Obstacle)}});
+}
+
 }  // namespace
 
 std::wstring describe_DiagnosisAsJson(const Diagnosis& diagnosis) {
@@ -116,6 +131,7 @@ std::wstring describe_DiagnosisAsJson(const Diagnosis& diagnosis) {
                              {L"file", json_TextOrNull(diagnosis.Log.File)},
                              {L"traced", json_Boolean(diagnosis.Log.IsTraced)},
                              {L"writable", json_Boolean(describe_LogFault(diagnosis.Log).empty())}})},
+       {L"firstMenu", json_Package(diagnosis.FirstMenu)},
        {L"times", json_Array(diagnosis.Times, json_Phase)}});
 }
 

@@ -18,6 +18,13 @@ std::wstring section(unsigned long title, Rows rows) {
   return L"\n" + say(title) + L"\n" + align_Rows(std::move(rows));
 }
 
+std::wstring join(const std::vector<std::wstring>& texts) {
+  std::wstring joined;
+  for (const std::wstring& text : texts)
+    joined.append(joined.empty() ? L"" : L", ").append(text);
+  return joined;
+}
+
 std::wstring describe_Bits(int bits) {
   return say(TEXT_BITS, {std::to_wstring(bits)});
 }
@@ -138,6 +145,25 @@ std::wstring describe_Log(const LogState& log) {
   return section(TEXT_LOG, {{L"  " + say(log.IsOn ? TEXT_ON : TEXT_OFF), log.File}});
 }
 
+std::wstring describe_Users(const Package& package) {
+  if (package.Names.empty())
+    return say(TEXT_MISSING);
+  const unsigned long who = package.IsForAllUsers ? TEXT_FOR_ALL_USERS : TEXT_FOR_THIS_USER;
+  return join(package.Names) + L", " + say(who);
+}
+
+std::wstring describe_Package(const Package& package) {
+  constexpr std::size_t indent = 2;
+  Rows rows{{L"  " + say(TEXT_PACKAGE), describe_Users(package)}};
+  if (!package.Folder.empty())
+    rows.push_back({L"  " + say(TEXT_FOLDER), package.Folder});
+  rows.push_back({L"  " + say(TEXT_OFFERED_THERE), package.IsShown ? join(package.Items) : say(TEXT_NONE)});
+  auto text = section(TEXT_FIRST_MENU, std::move(rows));
+  for (const Obstacle& obstacle : package.Obstacles)
+    text += pad_Right({}, indent) + wrap_Text(obstacle.What, indent, indent);
+  return text;
+}
+
 std::wstring describe_Times(const std::vector<PhaseTime>& times) {
   Rows rows;
   for (const PhaseTime& time : times)
@@ -152,10 +178,13 @@ std::wstring describe_Diagnosis(const Diagnosis& diagnosis, bool is_all) {
   auto text =
       describe_Header(diagnosis) + describe_Problems(diagnosis.Problems) + describe_Items(diagnosis.Items);
   if (is_all) {
-    text += describe_Settings(diagnosis.Settings) + describe_Programs(diagnosis) +
-            describe_Registration(diagnosis.Registered) + describe_Components(diagnosis.Components) +
-            describe_Log(diagnosis.Log) + describe_Times(diagnosis.Times);
+    text += describe_Package(diagnosis.FirstMenu) + describe_Settings(diagnosis.Settings) +
+            describe_Programs(diagnosis) + describe_Registration(diagnosis.Registered) +
+            describe_Components(diagnosis.Components) + describe_Log(diagnosis.Log) +
+            describe_Times(diagnosis.Times);
   } else {
+    if (has_FirstMenu(diagnosis.About) || !diagnosis.FirstMenu.Folder.empty())
+      text += describe_Package(diagnosis.FirstMenu);
     text += L"\n" + say(TEXT_SEE_ALL) + L"\n";
   }
   return text;

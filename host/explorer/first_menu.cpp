@@ -1,5 +1,7 @@
 #include "host/explorer/first_menu.h"
 
+#include <shlobj.h>
+
 #include "base/handles.h"
 #include "host/explorer/context_menu.h"
 #include "host/explorer/failure.h"

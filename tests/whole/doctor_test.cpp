@@ -64,7 +64,41 @@ class Doctor : public MenuHost {
     for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY})
       RegDeleteKeyExW(HKEY_CLASSES_ROOT, (extension_class + L"InprocServer32").c_str(), view, 0);
     RegDeleteTreeW(HKEY_CLASSES_ROOT, (LR"(CLSID\)" + m_translator_class).c_str());
+    remove_Package();
     MenuHost::TearDown();
+  }
+
+  // What Windows and the setup keep about the package for the first menu.
+  static inline const std::wstring setups_note =
+      LR"(HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Uninstall\Norvak Context Menu\Windows11)";
+  static inline const std::wstring verb = guid_Text(clsid_ExplorerCommand);
+  static inline const std::wstring policy = LR"(SOFTWARE\Policies\Microsoft\Windows\Appx)";
+  static inline const std::wstring classic_menu =
+      LR"(Software\Classes\CLSID\{86ca1aa0-34aa-4e8b-a509-50c905bae2a2})";
+  static inline const std::pair<HKEY, std::wstring> packages[] = {
+      {HKEY_LOCAL_MACHINE,
+       LR"(SOFTWARE\Microsoft\Windows\CurrentVersion\Appx\AppxAllUserStore\Applications\Norvak.ContextMenu_1_x64__a)"},
+      {HKEY_CURRENT_USER,
+       LR"(Software\Classes\Local Settings\Software\Microsoft\Windows\CurrentVersion\AppModel\Repository\Packages\Norvak.ContextMenu_1_x64__a)"}};
+
+  static void make_Key(HKEY root, const std::wstring& key) {
+    HKEY opened = nullptr;
+    RegCreateKeyExW(root, key.c_str(), 0, nullptr, 0, KEY_WRITE | explorers(), nullptr, &opened, nullptr);
+    unique_hkey{opened};
+  }
+  static REGSAM explorers() { return host::is_64BitWindows() ? KEY_WOW64_64KEY : 0; }
+
+  static void remove_Package() {
+    for (const auto& [root, key] : packages)
+      RegDeleteKeyExW(root, key.c_str(), explorers(), 0);
+    for (const auto& key : {classic_menu + LR"(\InprocServer32)", classic_menu})
+      RegDeleteKeyExW(HKEY_CURRENT_USER, key.c_str(), explorers(), 0);
+    for (const auto* note : {L"Folder", L"Package"})
+      set_InView(setups_note + note, nullptr, KEY_WOW64_32KEY);
+    set_InView(LR"(HKLM\)" + policy + LR"(\AllowAllTrustedApps)", nullptr, explorers());
+    for (const std::wstring root : {LR"(HKLM\)", LR"(HKCU\)"})
+      set_InView(root + std::wstring(extensions_key) + LR"(Blocked\)" + verb, nullptr, explorers());
+    set_Value(norvak + L"Windows11Menu", L"");
   }
 
   static std::wstring handler_Key(const std::wstring& kind) {
@@ -76,6 +110,7 @@ class Doctor : public MenuHost {
 
   // A machine without a fault, whatever was wrong with it.
   void mend() {
+    remove_Package();
     const auto dll = built_File(L"NorvakContextMenu.dll"), clsid = guid_Text(clsid_ShellExt);
     for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
       for (const auto& key : {users_class + L"InprocServer32", users_class})
@@ -101,14 +136,15 @@ class Doctor : public MenuHost {
     std::filesystem::remove_all(LR"(c:\srcbox)");
   }
 
-  // The codes of the problems that are found, and the exit status. Whether the log is on is settled once a
-  // process, so that takes a `menuhost` of its own.
-  static Lines examine(bool here) {
+  // The codes of the problems, or of what the list holds, that are found, and the exit status. Whether the
+  // log is on is settled once a process, so that takes a `menuhost` of its own.
+  static Lines examine(bool here, const std::wstring& list = L"problems") {
     const auto shown = run_MenuHost(L"doctor --json " + ::quoted(pdf), here);
+    auto text = shown.front().substr(shown.front().find(L"\"" + list + L"\":["));
+    text.resize(text.find(L']'));
     Lines codes;
     const std::wregex code(LR"x("code":"(\w+)")x");
-    for (std::wsregex_iterator found(shown.front().begin(), shown.front().end(), code), end; found != end;
-         ++found)
+    for (std::wsregex_iterator found(text.begin(), text.end(), code), end; found != end; ++found)
       codes.push_back((*found)[1]);
     codes.push_back(shown.back());
     return codes;
@@ -174,6 +210,19 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
       {{L"folderMissing"}, write(norvak + LR"(csp\INSTALLDIR)", LR"(c:\gone\)")},
       {{L"folderNotTrusted"},
        [] { open_ToAll(std::filesystem::path(make_File(LR"(c:\srcbox\worker\any.exe)")).parent_path()); }}};
+  // What Windows told the setup that was asked for the first menu.
+  for (const auto& [code, refusal] : {std::pair(L"policyRefused", L"0x80073CFF Not here."),
+                                      {L"signatureRefused", L"Signed? 0x800B0109"},
+                                      {L"packageRefused", L"No number."}})
+    faults.push_back({{code},
+                      [&, refusal] {
+                        make_File(m_suite + L"NorvakContextMenu.dll");
+                        set_InView(setups_note + L"Folder", m_suite.c_str(), KEY_WOW64_32KEY);
+                        set_InView(setups_note + L"Package", refusal, KEY_WOW64_32KEY);
+                      },
+                      true});
+  faults.push_back({{L"packageMissing", L"packageFileGone"},
+                    [&] { set_InView(setups_note + L"Folder", L"c:\\gone", KEY_WOW64_32KEY); }});
   if (host::is_64BitWindows()) {
     faults.push_back({{L"noDllForExplorer"}, write_InView(server, L"", KEY_WOW64_64KEY), true});
     faults.push_back({{L"noDllFor32BitPrograms"}, write_InView(server, L"", KEY_WOW64_32KEY), true});
@@ -203,6 +252,37 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
   std::ranges::sort(expected);
   std::ranges::sort(found);
   EXPECT_EQ(found, expected);
+}
+
+// What keeps the items out of the first menu and is no fault of the machine.
+TEST_F(Doctor, TellsWhyTheFirstMenuHasNoItems) {
+  mend();
+  Lines expected{L"windowsTooOld", L"packageMissing", L"[0]"};
+  EXPECT_EQ(examine(true, L"obstacles"), expected);
+  make_Key(packages[0].first, packages[0].second);
+  expected[1] = L"notForThisUser";
+  EXPECT_EQ(examine(true, L"obstacles"), expected);
+  make_Key(packages[1].first, packages[1].second);
+  expected.erase(expected.begin() + 1);
+  EXPECT_EQ(examine(true, L"obstacles"), expected);
+  const auto block = LR"(\)" + std::wstring(extensions_key) + LR"(Blocked\)" + verb;
+  const std::pair<const wchar_t*, std::function<void()>> deeds[] = {
+      {L"appsForbidden",
+       [] { set_InView(LR"(HKLM\)" + policy + LR"(\AllowAllTrustedApps)", L"0", explorers()); }},
+      {L"verbBlocked", [&] { set_InView(L"HKLM" + block, L"", explorers()); }},
+      {L"verbBlocked", [&] { set_InView(L"HKCU" + block, L"", explorers()); }},
+      {L"classicMenuForced", [] { make_Key(HKEY_CURRENT_USER, classic_menu + LR"(\InprocServer32)"); }},
+      {L"switchedOff", [] { set_Value(norvak + L"Windows11Menu", L"0"); }}};
+  const auto documented = read_Table("## The first menu");
+  for (const auto& [code, deed] : deeds) {
+    deed();
+    expected.insert(expected.end() - 1, code);
+    EXPECT_EQ(examine(true, L"obstacles"), expected);
+  }
+  for (const auto& code : expected)
+    EXPECT_TRUE(code.starts_with(L'[') || documented.contains(to_Ansi(code))) << to_Ansi(code);
+  const auto shown = run_MenuHost(L"doctor --all " + ::quoted(pdf), true);
+  EXPECT_EQ(std::ranges::count(shown, L"  package  Norvak.ContextMenu_1_x64__a, for all users"), 1);
 }
 
 // What a 64-bit program needs to reach a 32-bit DLL of the suite.
@@ -301,6 +381,9 @@ TEST_F(Doctor, PrintsTheJsonThatIsDocumented) {
     set_InView(LR"(HKCU\)" + std::wstring(extensions_key) + LR"(Blocked\)" + guid_Text(clsid_ShellExt), L"",
                view);
   const auto log = make_File(m_suite + L"pdf.log", L"a line");
+  make_Key(packages[0].first, packages[0].second);
+  set_InView(setups_note + L"Folder", L"c:\\gone", KEY_WOW64_32KEY);
+  set_InView(setups_note + L"Package", L"no", KEY_WOW64_32KEY);
   const Library signer(built_File(LR"(standins\norvakcsp.dll)"));
   ASSERT_EQ(signer.run("DllRegisterServer"), S_OK);
   const auto file = ::quoted(pdf);
