@@ -35,7 +35,10 @@ constinit PerApartment<MenuState> menu_state;
 Bitmaps& bitmaps_At(UINT position) {
   auto& all = menu_state->Positions;
   const auto found = std::ranges::find(all, position, &Bitmaps::Position);
-  return found == all.end() ? all.emplace_back(position) : *found;
+  if (found != all.end())
+    return *found;
+  all.push_back({position, {}, {}});
+  return all.back();
 }
 
 bool shows_Text() {

@@ -123,7 +123,7 @@ struct Children {
 
 class Enumeration final : public Unknown<IEnumExplorerCommand> {
  public:
-  explicit Enumeration(const Children& children) : m_children(children) {}
+  explicit Enumeration(Children children) : m_children(std::move(children)) {}
 
   STDMETHODIMP Next(ULONG count, IExplorerCommand** commands, ULONG* fetched) override {
     if (commands == nullptr || (fetched == nullptr && count != 1))

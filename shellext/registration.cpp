@@ -79,10 +79,10 @@ std::vector<Row> registration_Rows() {
   };
   std::vector<Row> rows;
   for (const auto& draft : drafts) {
-    auto& row = rows.emplace_back(fill(std::wstring(machines_classes) + draft.Key), draft.Name);
-    row.IsShared = draft.IsShared;
+    Row row{fill(std::wstring(machines_classes) + draft.Key), draft.Name, {}, draft.IsShared};
     if (draft.Value != nullptr)
       row.Value = fill(draft.Value);
+    rows.push_back(std::move(row));
   }
   return rows;
 }
