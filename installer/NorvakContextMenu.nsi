@@ -3,6 +3,7 @@
 ;
 ;   setup.exe                     asks for the folder and shows what happens
 ;   setup.exe /S [/D=C:\Program Files\Folder]   installs or upgrades without a question; /D comes last, without quotes
+;   setup.exe /WIN11              the first menu of Windows 11 has the items too; later setups keep that until /NOWIN11
 ;   setup.exe /remove             uninstalls without a question, and waits until it is done
 ;   Uninstall.exe [/S]            uninstalls; returns at once, while a copy of it goes on
 ;   Uninstall.exe /S _?=FOLDER    the same in its own process, which is waited for but cannot delete itself
@@ -61,6 +62,13 @@ SetCompressor /SOLID lzma
   !insertmacro Template ${STEP} NorvakContextMenu-64
 !macroend
 
+; What the package for the first menu of Windows 11 is registered with. Windows changes the rights of that folder.
+!macro Windows11Files STEP
+  !insertmacro For64Bit ${STEP} "win11\NorvakContextMenu.dll"
+  !insertmacro For64Bit ${STEP} "win11\menuhost.exe"
+  !insertmacro For64Bit ${STEP} "win11\NorvakContextMenu.msix"
+!macroend
+
 !macro Template STEP NAME
   !insertmacro ${STEP} "policies\${NAME}.admx"
   !insertmacro ${STEP} "policies\de-DE\${NAME}.adml"
@@ -113,6 +121,12 @@ SetCompressor /SOLID lzma
   !insertmacro ${STEP} 32 "${APPS}" "MadePath" REG_SZ "$MadePath"
   !insertmacro ${STEP} 32 "${APPS}" "MadeKeys" REG_SZ "$MadeKeys"
   !insertmacro For64Bit ${STEP} '32 "${APPS}" "MadeSurrogates" REG_SZ "$MadeSurrogates"'
+!macroend
+
+; The doctor reads them too.
+!macro Windows11Values STEP
+  !insertmacro ${STEP} 32 "${APPS}" "Windows11Folder" REG_SZ "$INSTDIR\win11"
+  !insertmacro ${STEP} 32 "${APPS}" "Windows11Package" REG_SZ "$Windows11Package"
 !macroend
 
 ; Of the class $R7. Its process is for the people at this machine, the administrators and the system: to be started by
@@ -189,6 +203,9 @@ VIAddVersionKey LegalCopyright "Norvak"
 !define MUI_UNCONFIRMPAGE_TEXT_TOP "$(Goodbye)"
 !insertmacro MUI_PAGE_WELCOME
 !insertmacro MUI_PAGE_DIRECTORY
+!ifdef WITH_64_BIT
+  Page custom AskFirstMenu ReadFirstMenu
+!endif
 !insertmacro MUI_PAGE_INSTFILES
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
@@ -251,6 +268,7 @@ VIAddVersionKey LegalCopyright "Norvak"
   StrCpy $R3 $OldFolder
   Call ${UN}JudgePath
   !insertmacro Subfolders JudgeOld
+  !insertmacro JudgeOld win11
   !insertmacro Servers JudgeOldServer
   StrCpy $Left ""
   ${If} $Distrust != ""
@@ -370,6 +388,7 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${Loop}
   Call ${UN}RemoveFromSearchPath
   !insertmacro Values Remove
+  !insertmacro Windows11Values Remove
   ${DoUntil} $OldMadeKeys == ""
     ${WordFind} $OldMadeKeys "|" "+1" $2
     StrLen $0 "$2|"
@@ -382,8 +401,10 @@ VIAddVersionKey LegalCopyright "Norvak"
     ${EndIf}
     Call ${UN}RemoveKey
   ${Loop}
+  Call ${UN}RemoveOldPackage
   ${If} $Left == ""
     !insertmacro Files MoveOldAside
+    !insertmacro Windows11Files MoveOldAside
   ${EndIf}
 !macroend
 
@@ -398,11 +419,15 @@ VIAddVersionKey LegalCopyright "Norvak"
   ${EndIf}
   ${If} $Left != ""
   ${AndIf} ${FileExists} $OldFolder
-    StrCpy $Failure $Left
+    StrCpy $R9 $Left
+    Call ${UN}AddNote
+  ${EndIf}
+  ${If} $Note != ""
+    StrCpy $Failure $Note
     ${If} ${Silent}
       Call ${UN}WriteFailure
     ${Else}
-      MessageBox MB_OK|MB_ICONINFORMATION $Left
+      MessageBox MB_OK|MB_ICONINFORMATION $Note
     ${EndIf}
   ${EndIf}
 !macroend
@@ -422,6 +447,8 @@ VIAddVersionKey LegalCopyright "Norvak"
   ReadRegStr $OldMadePath HKLM "${APPS}" "MadePath"
   ReadRegStr $OldMadeKeys HKLM "${APPS}" "MadeKeys"
   ReadRegStr $OldMadeSurrogates HKLM "${APPS}" "MadeSurrogates"
+  ReadRegStr $OldWindows11Folder HKLM "${APPS}" "Windows11Folder"
+  ReadRegStr $OldWindows11Package HKLM "${APPS}" "Windows11Package"
   StrCpy $Folder64 ""
   StrCpy $MadeSurrogates ""
   !ifdef WITH_64_BIT
@@ -437,6 +464,7 @@ VIAddVersionKey LegalCopyright "Norvak"
 !include steps.nsh
 !include trust.nsh
 !include search_path.nsh
+!include windows11.nsh
 !include words.nsh
 
 ; The folder that the command line names, as it stands there, in quotes or not. What arrives in $INSTDIR by itself may be
@@ -494,6 +522,11 @@ Function .onInit
     StrCpy $INSTDIR "$PROGRAMFILES32\${PRODUCT}"
   ${EndIf}
   Call ReadFolder
+  !ifdef WITH_64_BIT
+    Call SettleFirstMenu
+  !else
+    StrCpy $Windows11 ""
+  !endif
 FunctionEnd
 
 ; A folder that an earlier version made goes with this one.
@@ -520,6 +553,8 @@ Section
   SetOverwrite try
   !insertmacro Subfolders UnpackFolder
   !insertmacro BuiltFiles Unpack
+  !insertmacro For64Bit UnpackFolder win11
+  !insertmacro Windows11Files Unpack
   WriteUninstaller "$PLUGINSDIR\Uninstall.exe"
   ${If} ${Errors}
     !insertmacro Fail '$(CannotUnpack)' ''
@@ -529,6 +564,9 @@ Section
   ${If} $INSTDIR != ""
     Call MakeFolders
     !insertmacro Subfolders MakeSubfolder
+    ${If} $Windows11 != ""
+      !insertmacro MakeSubfolder win11
+    ${EndIf}
     StrCpy $R5 ""
   ${EndIf}
   ${If} $OldFolder != ""
@@ -540,6 +578,12 @@ Section
     !insertmacro For64Bit Components AddSurrogate
     Call InheritMadeFolder
     !insertmacro Files AddSize
+    ${If} $Windows11 != ""
+      !insertmacro Windows11Files Place
+      !insertmacro Windows11Files AddSize
+      Call AddNewPackage
+      !insertmacro Windows11Values Write
+    ${EndIf}
     IntOp $Size $Size / 1024
     Call AddToSearchPath
     !insertmacro Values Write
@@ -548,11 +592,14 @@ Section
   ; Nothing fails from here on.
   ${If} $INSTDIR != ""
     !insertmacro Files DeleteReplaced
+    !insertmacro Windows11Files DeleteReplaced
+    Call DropWindows11Folder
   ${EndIf}
   ${If} $OldFolder != ""
   ${AndIf} $OldFolder != $INSTDIR
   ${AndIf} $Left == ""
     !insertmacro Files DeleteOld
+    !insertmacro Windows11Files DeleteOld
     !insertmacro RemoveOldFolders
   ${EndIf}
   !insertmacro Finish
@@ -564,6 +611,7 @@ SectionEnd
 !include steps.nsh
 !include trust.nsh
 !include search_path.nsh
+!include windows11.nsh
 !include words.nsh
 
 Function un.onInit
@@ -590,6 +638,7 @@ Section Uninstall
   ; Nothing fails from here on.
   ${If} $Left == ""
     !insertmacro Files DeleteOld
+    !insertmacro Windows11Files DeleteOld
     !insertmacro RemoveOldFolders
   ${EndIf}
   !insertmacro Finish

@@ -62,18 +62,37 @@ das eilt nicht."
 !insertmacro Text Goodbye "${PRODUCT} is removed for all users of this computer. Nothing needs to be closed, and the \
 settings of the suite stay." "${PRODUCT} wird für alle Benutzer dieses Computers entfernt. Es muss nichts geschlossen \
 werden, und die Einstellungen der Suite bleiben."
+; The first menu of Windows 11.
+!insertmacro Text FirstMenu "First menu" "Erstes Menü"
+!insertmacro Text FirstMenuWhere "Where the items are on Windows 11" "Wo die Menüpunkte unter Windows 11 stehen"
+!insertmacro Text FirstMenuToo "Show the items in the &first menu of Windows 11 too" \
+  "Die Menüpunkte auch im &ersten Menü von Windows 11 zeigen"
+!insertmacro Text FirstMenuUnseen "Without this, they are under $\"Show more options$\". Nobody has seen it on a Windows 11 yet, \
+so try it on one computer first. It begins with the next sign-in of each user." \
+  "Sonst stehen sie unter „Weitere Optionen anzeigen“. Noch niemand hat es unter einem Windows 11 gesehen; versuchen Sie \
+es daher zuerst auf einem einzelnen Computer. Es beginnt mit der nächsten Anmeldung jedes Benutzers."
+!insertmacro Text NoFirstMenu "The items are in one menu alone: another one is there from Windows 11 for x64 processors on." \
+  "Die Menüpunkte stehen nur in einem Menü: ein weiteres gibt es erst ab Windows 11 für x64-Prozessoren."
+!insertmacro Text PackageRefused "The items are not in the first menu of Windows 11, as Windows has refused their package:" \
+  "Die Menüpunkte stehen nicht im ersten Menü von Windows 11, weil Windows ihr Paket abgelehnt hat:"
+!insertmacro Text PackageStays "Windows has not removed the package of its first menu:" \
+  "Windows hat das Paket seines ersten Menüs nicht entfernt:"
+!insertmacro Text PowerShellEnded "PowerShell has ended with status $0." "PowerShell endete mit Status $0."
+
 !insertmacro Text UnknownWord 'it does not know the option "$Subject"; the option "/?" lists those that it knows.' \
   'es die Option "$Subject" nicht kennt; die Option "/?" nennt die bekannten.'
 !insertmacro Text Usage "This installs ${PRODUCT} ${VERSION} for all users of a computer.${LINE}${LINE}\
-$EXEFILE [/S] [/D=FOLDER]${LINE}$EXEFILE /remove${LINE}${LINE}\
+$EXEFILE [/S] [/WIN11] [/D=FOLDER]${LINE}$EXEFILE /remove${LINE}${LINE}\
 /S  installs or upgrades without a question${LINE}\
+/WIN11  shows the items in the first menu of Windows 11 too; /NOWIN11 no longer${LINE}\
 /D=FOLDER  installs into this folder; comes last and takes no quotes${LINE}\
 /remove  uninstalls without a question, and waits until it is done${LINE}${LINE}\
 The exit code is 0 when this is done, 1 when it was cancelled, 2 when nothing was changed, and 3010 when a file in \
 use is removed by the next restart of the computer." \
   "Dies installiert ${PRODUCT} ${VERSION} für alle Benutzer eines Computers.${LINE}${LINE}\
-$EXEFILE [/S] [/D=ORDNER]${LINE}$EXEFILE /remove${LINE}${LINE}\
+$EXEFILE [/S] [/WIN11] [/D=ORDNER]${LINE}$EXEFILE /remove${LINE}${LINE}\
 /S  installiert oder aktualisiert ohne Rückfrage${LINE}\
+/WIN11  zeigt die Menüpunkte auch im ersten Menü von Windows 11; /NOWIN11 nicht mehr${LINE}\
 /D=ORDNER  installiert in diesen Ordner; steht am Ende und ohne Anführungszeichen${LINE}\
 /remove  deinstalliert ohne Rückfrage und wartet, bis das erledigt ist${LINE}${LINE}\
 Der Exitcode ist 0, wenn das erledigt ist, 1 nach einem Abbruch, 2, wenn nichts geändert wurde, und 3010, wenn \

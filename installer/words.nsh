@@ -36,6 +36,10 @@ Function ${UN}ReadWords
     !if "${UN}" == ""
     ${ElseIf} $5 == "/remove"
       StrCpy $Removes yes
+    ${ElseIf} $5 == "/WIN11"
+      StrCpy $Windows11 yes
+    ${ElseIf} $5 == "/NOWIN11"
+      StrCpy $Windows11 no
     !endif
     ${ElseIf} $5 == "/?"
     ${OrIf} $5 == "-?"
