@@ -24,8 +24,6 @@ CONTENT_TYPES = {
 }
 PICTURE_TYPE = 'image/png'
 FOUNDATION = 'http://schemas.microsoft.com/appx/manifest/foundation/windows10'
-# The class of the menu, as the DLL knows it.
-CLASS = '5c0b4b1e-6e7b-4f0c-9c54-2e0e3b1f4a77'
 APPX = 'http://schemas.microsoft.com/appx/manifest/'
 # The kinds of items, each with the version of the manifest's format that knows it first.
 KINDS = {'*': APPX + 'desktop/windows10/4', 'Directory': APPX + 'desktop/windows10/5', 'Drive': APPX + 'desktop/windows10/10'}
@@ -54,6 +52,15 @@ def hash_blocks(content):
 
 # ---- Making
 
+# The class of the menu, as the DLL knows it.
+def read_class(root):
+    with open(os.path.join(root, 'shellext/class_identifiers.h'), encoding='utf-8') as header:
+        found = re.search(r'clsid_ExplorerCommand\s*\{([^;]*)\}', header.read())
+    numbers = [int(number, 16) for number in re.findall('0x([0-9a-fA-F]+)', found.group(1))] if found else []
+    demand(len(numbers) == 11, 'shellext/class_identifiers.h names no class for it')
+    return '{:08x}-{:04x}-{:04x}-{:02x}{:02x}-'.format(*numbers) + ''.join(f'{number:02x}' for number in numbers[5:])
+
+
 def make_block_map(parts):
     lines = ['<?xml version="1.0" encoding="UTF-8" standalone="no"?>',
              f'<BlockMap xmlns="{MAP_SPACE}" HashMethod="{HASH_METHOD}">']
@@ -73,7 +80,7 @@ def make(root, version, file, architecture='x64'):
     folder = os.path.join(root, 'installer/windows11')
     with open(os.path.join(folder, MANIFEST), encoding='utf-8') as template:
         manifest = template.read()
-    filled = {'VERSION': '.'.join((version + '.0').split('.')[:4]), 'ARCHITECTURE': architecture, 'CLASS': CLASS}
+    filled = {'VERSION': '.'.join((version + '.0').split('.')[:4]), 'ARCHITECTURE': architecture, 'CLASS': read_class(root)}
     manifest = re.sub('@([A-Z]+)@', lambda gap: filled[gap.group(1)], manifest)
     parts = {}
     for name in sorted(os.listdir(folder)):
@@ -242,18 +249,17 @@ def check(signed, file, folder=None):
 
 
 def main(root, task, *words):
-    if task == 'make':
-        make(root, *words)
-        return
-    if task == 'settle':
-        settle(*words)
-        return
     signed = words[0] == '--signed'
-    file, *folder = words[signed:]
+    file, *folder = words[1 if task == 'make' else signed:]
     try:
-        check(signed, file, *folder)
+        if task == 'make':
+            make(root, *words)
+        elif task == 'settle':
+            settle(file)
+        else:
+            check(signed, file, *folder)
     except Refused as refusal:
-        sys.exit(f'msix: {os.path.basename(file)} is refused: {refusal}.')
+        sys.exit(f'msix: {os.path.basename(file)} {"cannot be made" if task == "make" else "is refused"}: {refusal}.')
 
 
 main(*sys.argv[1:])
