@@ -59,11 +59,18 @@ unique_task_text path_Of(IShellItemArray& items, DWORD index) {
   return unique_task_text(path);
 }
 
-// As a drop list has them, so that the names are read by the same steps.
+// The selection's own drop list is one question, each item two more; not every shell makes it of items. The
+// items' paths are put as a drop list has them, so that the names are read by the same steps.
 DroppedNames names_Of(IShellItemArray* items) {
   assert_Unlocked();
+  if (items == nullptr)
+    return {};
+  Microsoft::WRL::ComPtr<IDataObject> data;
+  if (SUCCEEDED(items->BindToHandler(nullptr, BHID_DataObject, IID_PPV_ARGS(&data))))
+    if (auto dropped = dropped_Names(data.Get()); !dropped.Names.empty())
+      return dropped;
   DWORD count = 0;
-  if (items == nullptr || FAILED(items->GetCount(&count)))
+  if (FAILED(items->GetCount(&count)))
     return {};
   const DROPFILES header{sizeof header, {}, FALSE, TRUE};
   std::wstring list(sizeof header / sizeof(wchar_t), L'\0');

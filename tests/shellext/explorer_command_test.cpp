@@ -8,6 +8,7 @@
 #include <array>
 #include <numeric>
 
+#include "base/unknown.h"
 #include "host/explorer/handles.h"
 #include "tests/components.h"
 #include "tests/first_menu.h"
@@ -84,6 +85,36 @@ TEST_P(FirstMenus, HaveTheItemsOfTheClassicMenu) {
   const std::array<std::size_t, 4> least{0, 8, 20, 20};
   EXPECT_GE(shown, least[static_cast<std::size_t>(GetParam())]);
   EXPECT_EQ(icons > 0, GetParam() > 1);
+}
+
+// A selection that hands out a data object, and nothing else of it.
+class DataItems final : public Unknown<IShellItemArray> {
+ public:
+  explicit DataItems(IDataObject* data) : m_data(data) {}
+  STDMETHODIMP BindToHandler(IBindCtx*, REFGUID handler, REFIID iid, void** object) override {
+    return handler == BHID_DataObject ? m_data->QueryInterface(iid, object) : E_NOTIMPL;
+  }
+  STDMETHODIMP GetPropertyStore(GETPROPERTYSTOREFLAGS, REFIID, void**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetPropertyDescriptionList(REFPROPERTYKEY, REFIID, void**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetAttributes(SIATTRIBFLAGS, SFGAOF, SFGAOF*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetCount(DWORD*) override { return E_NOTIMPL; }
+  STDMETHODIMP GetItemAt(DWORD, IShellItem**) override { return E_NOTIMPL; }
+  STDMETHODIMP EnumItems(IEnumShellItems**) override { return E_NOTIMPL; }
+
+ private:
+  IDataObject* m_data;
+};
+
+TEST_F(FirstMenu, TakesTheDropListOfTheSelectionWhereItHasOne) {
+  install_Suite();
+  const auto verb = create_Verb(m_library);
+  for (const auto& paths : m_selections) {
+    DataObject data(paths);
+    EXPECT_EQ(lines_Of(host::query_Verb(verb.Get(), ComPtr<DataItems>(new DataItems(&data)).Get())),
+              classic(paths));
+  }
+  DataObject refusing([](STGMEDIUM&) { return E_FAIL; });
+  EXPECT_FALSE(host::query_Verb(verb.Get(), ComPtr<DataItems>(new DataItems(&refusing)).Get()).IsShown);
 }
 
 TEST_F(FirstMenu, IsHiddenInTheClassicMenuAndWhereItIsSwitchedOff) {
