@@ -2,11 +2,13 @@
 // slows both. SUITE says in the results what is installed.
 //   bench SUITE FILE         writes one JSON object a line into FILE, and prints the same
 //   bench --windows SUITE    right-clicks in a window for each processor at once, and prints medians
-//   bench --load HANDLER     gets the handler's class in this new process; the exit code is the microseconds
-//   bench --cold HANDLER     the same with a whole right-click on one file
+//   bench --first-menu SUITE what the first menu of Windows 11 asks, beside whole right-clicks of the classic
+//   one bench --load HANDLER     gets the handler's class in this new process; the exit code is the
+//   microseconds bench --cold HANDLER     the same with a whole right-click on one file
 #include <windows.h>
 
 #include <ole2.h>
+#include <shlobj.h>
 #include <wrl/client.h>
 
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -216,6 +219,89 @@ int run_Windows(const char* suite) {
   return 0;
 }
 
+// A verb of the DLL that is registered for the classic menu, which alone is registered.
+Microsoft::WRL::ComPtr<IExplorerCommand> create_Verb() {
+  Microsoft::WRL::ComPtr<IClassFactory> classic, factory;
+  Microsoft::WRL::ComPtr<IExplorerCommand> verb;
+  CoGetClassObject(clsid_ShellExt, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&classic));
+  const auto entry = reinterpret_cast<LPFNGETCLASSOBJECT>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"NorvakContextMenu.dll"), "DllGetClassObject")));
+  if (entry != nullptr && SUCCEEDED(entry(clsid_ExplorerCommand, IID_PPV_ARGS(&factory))))
+    factory->CreateInstance(nullptr, IID_PPV_ARGS(&verb));
+  return verb;
+}
+
+Microsoft::WRL::ComPtr<IShellItemArray> make_Items(const std::vector<std::wstring>& paths) {
+  std::vector<PIDLIST_ABSOLUTE> lists;
+  for (const auto& path : paths)
+    if (PIDLIST_ABSOLUTE list = nullptr;
+        SUCCEEDED(SHParseDisplayName(path.c_str(), nullptr, &list, 0, nullptr)))
+      lists.push_back(list);
+  Microsoft::WRL::ComPtr<IShellItemArray> items;
+  SHCreateShellItemArrayFromIDLists(static_cast<UINT>(lists.size()),
+                                    const_cast<PCIDLIST_ABSOLUTE*>(lists.data()), &items);
+  std::ranges::for_each(lists, CoTaskMemFree);
+  return items;
+}
+
+// The microseconds of a verb's answers: for the classic menu, for the first one, its children, its end.
+std::optional<std::array<double, 4>> ask_Verb(IShellItemArray* items) {
+  auto verb = create_Verb();
+  if (!verb)
+    return {};
+  std::array<double, 4> times;
+  EXPCMDSTATE state = ECS_ENABLED;
+  Stopwatch watch;
+  verb->GetState(items, FALSE, &state);
+  times[0] = watch.lap();
+  verb->GetState(items, TRUE, &state);
+  times[1] = watch.lap();
+  Microsoft::WRL::ComPtr<IEnumExplorerCommand> children;
+  verb->EnumSubCommands(&children);
+  for (Microsoft::WRL::ComPtr<IExplorerCommand> child;
+       children && children->Next(1, child.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+    wchar_t* title = nullptr;
+    child->GetTitle(items, &title);
+    CoTaskMemFree(title);
+  }
+  times[2] = watch.lap();
+  children.Reset();
+  verb.Reset();
+  times[3] = watch.lap();
+  return times;
+}
+
+// Prints the medians, each with its share of a whole right-click of the classic menu in the same rounds.
+int run_FirstMenu(const char* suite) {
+  constexpr std::size_t rounds = 300, warm_up = 5;
+  constexpr std::array names{"state for the classic menu", "state", "children", "end"};
+  for (const auto& kind : {kinds[0], kinds[2]}) {
+    const auto paths = make_Paths(kind);
+    const auto selection = host::create_DropListObject(paths);
+    const auto items = make_Items(paths);
+    std::vector<double> classic;
+    std::array<std::vector<double>, names.size()> samples;
+    for (std::size_t round = 0; round < rounds + warm_up; ++round) {
+      const auto click = right_Click(clsid_ShellExt, selection.Get());
+      const auto times = ask_Verb(items.Get());
+      if (!click || !times)
+        return 1;
+      if (round < warm_up)
+        continue;
+      classic.push_back((*click)[static_cast<std::size_t>(Phase::Total)]);
+      for (std::size_t step = 0; step < names.size(); ++step)
+        samples[step].push_back((*times)[step]);
+    }
+    const double whole = quartiles_Of(std::move(classic))[1];
+    for (std::size_t step = 0; step < names.size(); ++step) {
+      const double median = quartiles_Of(std::move(samples[step]))[1];
+      printf("%-6s %-10s first menu, %3u files, %-26s %7.1f us, of a classic right-click %6.3f\n",
+             architecture, suite, static_cast<unsigned>(kind.Count), names[step], median, median / whole);
+    }
+  }
+  return 0;
+}
+
 // The floor handler's DLL is in the folder of this program.
 void register_Floor() {
   std::array<wchar_t, MAX_PATH> path;
@@ -244,6 +330,8 @@ int main(int count, char** arguments) {
   register_Floor();
   if (std::strcmp(arguments[1], "--windows") == 0)
     return run_Windows(arguments[2]);
+  if (std::strcmp(arguments[1], "--first-menu") == 0)
+    return run_FirstMenu(arguments[2]);
   Results results(arguments[1], arguments[2]);
   for (const auto& kind : kinds)
     if (!measure_Warm(kind, results)) {
