@@ -20,6 +20,7 @@ std::wstring ask_Text(IExplorerCommand* command, IShellItemArray* items, Ask que
   wchar_t* answer = nullptr;
   const HRESULT result = (command->*question)(items, &answer);
   const unique_task_text text(answer);
+  // cppcheck-suppress knownConditionTrueFalse ; the call writes it
   return SUCCEEDED(result) && text ? std::wstring(text.get()) : std::wstring();
 }
 
