@@ -17,9 +17,7 @@ function(read_headers_once target)
     target_precompile_headers(${target} REUSE_FROM ${ARGV1})
   endif()
   set_target_properties(${target} PROPERTIES CXX_COMPILER_LAUNCHER ${CMAKE_SOURCE_DIR}/cmake/compile-in-place)
-  # The compiler no longer sees that these headers are the platform's, and warns of code inlined from them that would
-  # be wrong but can never run.
-  target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
+  target_compile_options(${target} PRIVATE ${precompiled_headers_warnings})
   if(NOT CMAKE_BUILD_TYPE STREQUAL Release)
     compile_together(${target} 0)
   endif()
@@ -29,5 +27,5 @@ endfunction()
 # variable may have a name that another source has too.
 function(compile_together target count)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${count})
-  target_compile_options(${target} PRIVATE -Wno-shadow -Wshadow=local)
+  target_compile_options(${target} PRIVATE ${unity_warnings})
 endfunction()

@@ -1,11 +1,9 @@
 # How the product's own folders are compiled: as small as can be, since every Explorer carries the DLL, and with
-# guarded frames wherever an array or a variable whose address is taken is on the stack.
-add_compile_options(-fstack-protector-strong -fno-rtti)
+# guarded frames wherever an array or a variable whose address is taken is on the stack, and guarded calls through
+# pointers where the compiler has such.
+add_compile_options(-fstack-protector-strong ${guarded_calls} -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
-  # The DLL is compiled as one whole when it is linked; what else links these folders takes the plain code.
-  add_compile_options(-Oz -flto -ffat-lto-objects)
-  set(whole_program -Oz -flto -flto-partition=none -fexceptions -frandom-seed=${PROJECT_NAME}
-    -ffile-prefix-map=${CMAKE_SOURCE_DIR}=/${PROJECT_NAME})
+  add_compile_options(-Oz ${whole_program_code})
 endif()
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
   # Only calls throw exceptions, so these tables are not needed; other processors find their handlers by them.

@@ -2,21 +2,11 @@
 // or open a window. A delivered file ends the process at once instead.
 #include "runtime/fast_fail.h"
 
-namespace __gnu_cxx {
-
-// Where an exception leaves a function that promised none.
-void __verbose_terminate_handler() {
-  fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
-}
-
-}  // namespace __gnu_cxx
-
 // The names are the compiler's.
 extern "C" {
 
 [[noreturn]] void abort();
 [[noreturn]] void __cxa_pure_virtual();
-[[noreturn]] void _amsg_exit(int number);
 
 void abort() {
   fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
@@ -25,11 +15,6 @@ void abort() {
 // A method was called of an object that is not whole yet or no more.
 void __cxa_pure_virtual() {
   fail_Fast(FAST_FAIL_VTGUARD_CHECK_FAILURE);
-}
-
-// The module was loaded and cannot begin.
-void _amsg_exit(int) {
-  fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
 }
 
 }  // extern "C"

@@ -7,11 +7,14 @@
 #include "runtime/stack_guard.h"
 #include "tests/explorer.h"
 
-// Of a module that the compiler cannot see whole, so that it does not know which method is called.
+// Of an object that the compiler cannot look through, so that it does not know which method is called.
 struct Unfinished {
   Unfinished() { call(); }
   virtual ~Unfinished() = default;
-  __attribute__((noipa)) void call() { run(); }
+  void call() {
+    auto* volatile self = this;
+    self->run();
+  }
   virtual void run() = 0;
 };
 struct Finished : Unfinished {

@@ -2,72 +2,17 @@
 // 100 KiB that the DLL has no use for: it shows no message of an exception, but skips the step.
 #include <windows.h>
 
-#include <array>
 #include <cstring>
 #include <memory>
 #include <new>
 
+#include "runtime/exception_memory.h"
 #include "runtime/fast_fail.h"
 
 namespace {
 
 // Room for one exception: the runtime keeps its own record, at most this large, before the object.
 constexpr std::size_t record_size = 256;
-
-struct alignas(16) Reserve {
-  volatile LONG IsTaken = 0;
-  alignas(16) std::array<unsigned char, 2 * record_size> Bytes{};
-};
-
-// For exceptions that say that memory has run out; the library's own, a hundred times as large, is allocated
-// with every load. They are caught where they happen, so two threads with some exceptions inside each other
-// fit.
-std::array<Reserve, 8> reserves;
-
-void* take_Reserve(std::size_t size) {
-  for (auto& reserve : reserves)
-    if (size <= reserve.Bytes.size() && InterlockedExchange(&reserve.IsTaken, TRUE) == FALSE)
-      return reserve.Bytes.data();
-  fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
-}
-
-// What the compiler keeps for a thread that has exceptions; the first two members are its own.
-struct Exceptions {
-  void* Caught = nullptr;
-  unsigned int Uncaught = 0;
-  volatile LONG Thread = 0;
-};
-
-// The library's own has a thread-local index, which nobody gives back when the DLL goes, and memory for each
-// thread, without which it ends the process. A thread needs its place here for as long as it has an exception
-// under way, and each of them is caught by the function that asked for it.
-std::array<Exceptions, 64> exceptions;
-
-Exceptions* find_Exceptions() {
-  const auto thread = static_cast<LONG>(GetCurrentThreadId());
-  for (auto& place : exceptions)
-    if (place.Thread == thread)
-      return &place;
-  return nullptr;
-}
-
-Exceptions& enter_Exceptions() {
-  // cppcheck-suppress constVariable ; the caller changes it
-  if (auto* known = find_Exceptions())
-    return *known;
-  const auto thread = static_cast<LONG>(GetCurrentThreadId());
-  for (;; Sleep(1))
-    for (auto& place : exceptions)
-      if (InterlockedCompareExchange(&place.Thread, thread, 0) == 0)
-        return place;
-}
-
-// Lets the place go with the thread's last exception.
-void leave_Exceptions() {
-  auto* place = find_Exceptions();
-  if (place != nullptr && place->Caught == nullptr && place->Uncaught == 0)
-    InterlockedExchange(&place->Thread, 0);
-}
 
 // Every exception of the library means the same to the product, see base/boundary.h.
 [[noreturn]] void give_Up() {
@@ -122,31 +67,21 @@ void* __cxa_get_globals() noexcept;
 void* __cxa_get_globals_fast() noexcept;
 
 void* __cxa_get_globals() noexcept {
-  return &enter_Exceptions();
+  return enter_Exceptions();
 }
 
 void* __cxa_get_globals_fast() noexcept {
-  return &enter_Exceptions();
+  return enter_Exceptions();
 }
 
 void* __cxa_allocate_exception(std::size_t size) noexcept {
-  void* memory = HeapAlloc(GetProcessHeap(), 0, record_size + size);
-  if (memory == nullptr)
-    memory = take_Reserve(record_size + size);
+  void* memory = take_ExceptionMemory(record_size + size);
   std::memset(memory, 0, record_size);
   return static_cast<unsigned char*>(memory) + record_size;
 }
 
 void __cxa_free_exception(void* object) noexcept {
-  leave_Exceptions();
-  auto* memory = static_cast<unsigned char*>(object) - record_size;
-  for (auto& reserve : reserves) {
-    if (reserve.Bytes.data() == memory) {
-      InterlockedExchange(&reserve.IsTaken, FALSE);
-      return;
-    }
-  }
-  HeapFree(GetProcessHeap(), 0, memory);
+  give_ExceptionMemory(static_cast<unsigned char*>(object) - record_size);
 }
 
 // The DLL has no variables that each thread has for itself, so threads come and go without it.
