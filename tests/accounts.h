@@ -14,7 +14,7 @@ void pretend_Account(bool is_elevated, const std::wstring& sid = {},
                      HMODULE module = GetModuleHandleW(nullptr));
 
 // What a path without an entry has: only administrators and the system change it.
-inline const std::wstring closed_list = L"O:BAD:(A;;FA;;;BA)(A;;FA;;;SY)(A;;0x1200a9;;;BU)";
+const std::wstring closed_list = L"O:BAD:(A;;FA;;;BA)(A;;FA;;;SY)(A;;0x1200a9;;;BU)";
 
 // Tells the module these owners and access lists, in the notation of the system ("link" for a link), by paths
 // in small letters for the drive, without a backslash at the end.

@@ -91,7 +91,7 @@ struct Menu {
 
 // The lines that the extension puts into an empty menu; and those for a folder.
 Lines offered(const ComPtr<IContextMenu>& object, UINT first_id = 1, UINT flags = CMF_NORMAL);
-inline const Lines folder_menu{L"1 &Sign PDFs in Folder", L"-"};
+const Lines folder_menu{L"1 &Sign PDFs in Folder", L"-"};
 
 // Installs the suite's programs for files and drives with their settings, and returns their folder.
 std::wstring install_Suite();

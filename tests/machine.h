@@ -16,12 +16,13 @@
 
 using Lines = std::vector<std::wstring>;
 
-// Everything that a case makes for itself lives in here; the blank is there to find missing quotes.
-inline const std::wstring test_folder = LR"(c:\norvaks machine\)";
+// Everything that a case makes for itself lives in here; the blank is there to find missing quotes. None of
+// these is `inline`: such are made in any order, also after what is made of them.
+const std::wstring test_folder = LR"(c:\norvaks machine\)";
 
 // The suite's settings, of the machine and of the user, with a backslash at the end.
-inline const std::wstring norvak = LR"(HKLM\Software\Norvak\)";
-inline const std::wstring users = LR"(HKCU\Software\Norvak\)";
+const std::wstring norvak = LR"(HKLM\Software\Norvak\)";
+const std::wstring users = LR"(HKCU\Software\Norvak\)";
 
 // A machine without settings, components and files of the suite, and with the system's own script host. The
 // thread is in a single-threaded apartment.

@@ -6,10 +6,10 @@
 #include "tests/explorer.h"
 
 // A class identifier for components of a case.
-inline const std::wstring component_id = L"{5E0A9A5B-5C0D-4C0F-9A43-5B4E2A3C1D7F}";
+const std::wstring component_id = L"{5E0A9A5B-5C0D-4C0F-9A43-5B4E2A3C1D7F}";
 
 // A selected file, as the shell spells its drive.
-inline const std::wstring pdf = L"C" + test_folder.substr(1) + L"a \u5951\u7D04.pdf";
+const std::wstring pdf = L"C" + test_folder.substr(1) + L"a \u5951\u7D04.pdf";
 
 // What `menuhost` printed, with "! " before each line of the error output; at last the status in brackets,
 // with a word for each message box that was closed. It runs in this process or in one of its own.

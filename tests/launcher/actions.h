@@ -8,7 +8,7 @@
 #include "tests/components.h"
 #include "tests/explorer.h"
 
-inline const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
+const Lines box{L"Configuration Problem: No Signature Certificate Configured"};
 inline Lines run(std::wstring_view action, const std::vector<FileEntry>& files) {
   return boxes_During([&] { run_Action(*find_Action(action), files, current_Selection()->Flags); });
 }
