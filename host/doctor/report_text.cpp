@@ -18,7 +18,7 @@ std::wstring section(unsigned long title, Rows rows) {
   return L"\n" + say(title) + L"\n" + align_Rows(std::move(rows));
 }
 
-std::wstring join(const std::vector<std::wstring>& texts) {
+std::wstring join_Texts(const std::vector<std::wstring>& texts) {
   std::wstring joined;
   for (const std::wstring& text : texts)
     joined.append(joined.empty() ? L"" : L", ").append(text);
@@ -149,7 +149,7 @@ std::wstring describe_Users(const Package& package) {
   if (package.Names.empty())
     return say(TEXT_MISSING);
   const unsigned long who = package.IsForAllUsers ? TEXT_FOR_ALL_USERS : TEXT_FOR_THIS_USER;
-  return join(package.Names) + L", " + say(who);
+  return join_Texts(package.Names) + L", " + say(who);
 }
 
 std::wstring describe_Package(const Package& package) {
@@ -157,7 +157,8 @@ std::wstring describe_Package(const Package& package) {
   Rows rows{{L"  " + say(TEXT_PACKAGE), describe_Users(package)}};
   if (!package.Folder.empty())
     rows.push_back({L"  " + say(TEXT_FOLDER), package.Folder});
-  rows.push_back({L"  " + say(TEXT_OFFERED_THERE), package.IsShown ? join(package.Items) : say(TEXT_NONE)});
+  rows.push_back(
+      {L"  " + say(TEXT_OFFERED_THERE), package.IsShown ? join_Texts(package.Items) : say(TEXT_NONE)});
   auto text = section(TEXT_FIRST_MENU, std::move(rows));
   for (const Obstacle& obstacle : package.Obstacles)
     text += pad_Right({}, indent) + wrap_Text(obstacle.What, indent, indent);

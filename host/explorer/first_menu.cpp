@@ -16,7 +16,7 @@ using Microsoft::WRL::ComPtr;
 
 using Ask = HRESULT (STDMETHODCALLTYPE IExplorerCommand::*)(IShellItemArray*, wchar_t**);
 
-std::wstring ask_Text(IExplorerCommand* command, IShellItemArray* items, Ask question) {
+std::wstring ask_Answer(IExplorerCommand* command, IShellItemArray* items, Ask question) {
   wchar_t* answer = nullptr;
   const HRESULT result = (command->*question)(items, &answer);
   const unique_task_text text(answer);
@@ -25,7 +25,7 @@ std::wstring ask_Text(IExplorerCommand* command, IShellItemArray* items, Ask que
 }
 
 // The entry of the DLL that the object comes from.
-LPFNGETCLASSOBJECT find_Entry(IUnknown* object) {
+LPFNGETCLASSOBJECT find_ClassEntry(IUnknown* object) {
   HMODULE library = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                      **reinterpret_cast<wchar_t***>(object), &library);
@@ -54,7 +54,7 @@ ComPtr<IShellItemArray> make_Items(std::span<const std::wstring> paths) {
 ComPtr<IExplorerCommand> create_Verb(REFCLSID clsid) {
   const auto classic = find_ClassFactory();
   ComPtr<IClassFactory> factory;
-  const auto entry = find_Entry(classic.Get());
+  const auto entry = find_ClassEntry(classic.Get());
   require_Success(entry == nullptr ? E_NOINTERFACE : entry(clsid, IID_PPV_ARGS(&factory)), TEXT_NO_VERB);
   ComPtr<IExplorerCommand> verb;
   require_Success(factory->CreateInstance(nullptr, IID_PPV_ARGS(&verb)), TEXT_NO_VERB);
@@ -63,15 +63,15 @@ ComPtr<IExplorerCommand> create_Verb(REFCLSID clsid) {
 
 FirstMenu query_Verb(IExplorerCommand* verb, IShellItemArray* items) {
   FirstMenu menu;
-  menu.Title = ask_Text(verb, items, &IExplorerCommand::GetTitle);
+  menu.Title = ask_Answer(verb, items, &IExplorerCommand::GetTitle);
   EXPCMDSTATE state = ECS_HIDDEN;
   menu.IsShown = SUCCEEDED(verb->GetState(items, TRUE, &state)) && state == ECS_ENABLED;
   ComPtr<IEnumExplorerCommand> children;
   if (!menu.IsShown || FAILED(verb->EnumSubCommands(&children)))
     return menu;
   for (ComPtr<IExplorerCommand> child; children->Next(1, child.ReleaseAndGetAddressOf(), nullptr) == S_OK;)
-    menu.Items.push_back({child, ask_Text(child.Get(), items, &IExplorerCommand::GetTitle),
-                          ask_Text(child.Get(), items, &IExplorerCommand::GetIcon)});
+    menu.Items.push_back({child, ask_Answer(child.Get(), items, &IExplorerCommand::GetTitle),
+                          ask_Answer(child.Get(), items, &IExplorerCommand::GetIcon)});
   return menu;
 }
 
