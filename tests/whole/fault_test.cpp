@@ -75,7 +75,7 @@ struct Fault {
 template <auto function>
 Fault fault_Of(void* replacement) {
   std::string_view name = __PRETTY_FUNCTION__;
-  name.remove_prefix(name.find("function = ") + 11);
+  name.remove_prefix(name.find_first_not_of('&', name.find("function = ") + 11));
   return {name.substr(0, name.find_first_of(";]")), replacement, &calls_Of<function>};
 }
 
