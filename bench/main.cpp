@@ -2,9 +2,9 @@
 // slows both. SUITE says in the results what is installed.
 //   bench SUITE FILE         writes one JSON object a line into FILE, and prints the same
 //   bench --windows SUITE    right-clicks in a window for each processor at once, and prints medians
-//   bench --first-menu SUITE what the first menu of Windows 11 asks, beside whole right-clicks of the classic
-//   one bench --load HANDLER     gets the handler's class in this new process; the exit code is the
-//   microseconds bench --cold HANDLER     the same with a whole right-click on one file
+//   bench --first-menu SUITE what the first menu of Windows 11 asks, with its share of a classic right-click
+//   bench --load HANDLER     gets the handler's class in this new process; the exit code is the microseconds
+//   bench --cold HANDLER     the same with a whole right-click on one file
 #include <windows.h>
 
 #include <ole2.h>
