@@ -2,9 +2,6 @@
 set(compiler_folder gnu)
 # It names some symbols at random; by the object they are the same in each build.
 string(REPLACE "<FLAGS>" "<FLAGS> -frandom-seed=<OBJECT>" CMAKE_CXX_COMPILE_OBJECT "${CMAKE_CXX_COMPILE_OBJECT}")
-# In what order it lists the places of a variable for debuggers depends on where the sources lie, if it follows each of the
-# variable's values.
-add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fno-var-tracking-assignments>)
 # The DLL is compiled as one whole when it is linked; what else links the product's folders takes the plain code.
 set(whole_program_code -flto -ffat-lto-objects)
 set(whole_program -Oz -flto -flto-partition=none -fexceptions -frandom-seed=${PROJECT_NAME}
