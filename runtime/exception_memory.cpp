@@ -37,12 +37,23 @@ struct Exceptions {
 // under way, and each of them is caught by the function that asked for it.
 std::array<Exceptions, 64> exceptions;
 
-Exceptions* find_Exceptions() {
+Exceptions* find_Exceptions() noexcept {
   const auto thread = static_cast<LONG>(GetCurrentThreadId());
   for (auto& place : exceptions)
     if (place.Thread == thread)
       return &place;
   return nullptr;
+}
+
+Exceptions* enter_Exceptions() noexcept {
+  // cppcheck-suppress constVariablePointer ; the caller changes it
+  if (auto* known = find_Exceptions())
+    return known;
+  const auto thread = static_cast<LONG>(GetCurrentThreadId());
+  for (;; Sleep(1))
+    for (auto& place : exceptions)
+      if (InterlockedCompareExchange(&place.Thread, thread, 0) == 0)
+        return &place;
 }
 
 // Lets the place go with the thread's last exception.
@@ -71,13 +82,23 @@ void give_ExceptionMemory(void* memory) noexcept {
   HeapFree(GetProcessHeap(), 0, memory);
 }
 
-void* enter_Exceptions() noexcept {
-  // cppcheck-suppress constVariablePointer ; the caller changes it
-  if (auto* known = find_Exceptions())
-    return known;
-  const auto thread = static_cast<LONG>(GetCurrentThreadId());
-  for (;; Sleep(1))
-    for (auto& place : exceptions)
-      if (InterlockedCompareExchange(&place.Thread, thread, 0) == 0)
-        return &place;
+// The names are those of both compilers.
+extern "C" {
+
+// What the compiler keeps for this thread.
+void* __cxa_get_globals() noexcept;
+void* __cxa_get_globals_fast() noexcept;
+
+void* __cxa_get_globals() noexcept {
+  return enter_Exceptions();
 }
+
+void* __cxa_get_globals_fast() noexcept {
+  return enter_Exceptions();
+}
+
+// The DLL has no variables that each thread has for itself, so threads come and go without it.
+extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
+const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
+
+}  // extern "C"

@@ -10,6 +10,3 @@ void* take_ExceptionMemory(std::size_t size) noexcept;
 
 // Gives it back, and with the last exception of this thread the thread's place.
 void give_ExceptionMemory(void* memory) noexcept;
-
-// What the compiler keeps for this thread; all zero until it has changed it.
-void* enter_Exceptions() noexcept;

@@ -21,7 +21,6 @@
 #include "settings/settings.h"
 #include "shellext/command_strings.h"
 #include "shellext/interface_redirection.h"
-#include "shellext/module_locks.h"
 #include "shellext/type_library.h"
 
 using Microsoft::WRL::ComPtr;
@@ -55,7 +54,6 @@ ShellExt::ShellExt() {
 }
 
 void ShellExt::Class_Initialize() noexcept {
-  lock_Module();
   redirect_QueryContextMenu(this);
   set_QuietState(false);
   m_Cache.ensure_Cache();
@@ -71,7 +69,6 @@ void ShellExt::Class_Terminate() noexcept {
     run_Guarded(clear_ActionTable);
     run_Guarded(clean_up_Process);
   }
-  unlock_Module();
 }
 
 void ShellExt::set_WindowHandle(HWND hwnd) {

@@ -13,6 +13,7 @@
 
 #include "selection/selection.h"
 #include "shellext/certificate_cache.h"
+#include "shellext/module_locks.h"
 
 // The class's default interface, as the type library has it.
 struct DefaultInterface : IDispatch {
@@ -70,6 +71,7 @@ class ShellExt final : public IShellExtInit, public IContextMenu, public Default
 
   void run_Command(const CMINVOKECOMMANDINFO& command);
 
+  const ModuleLock m_lock;
   SharedSelection m_Files;     // null before there is one
   std::wstring m_szShortFile;  // the short paths joined by blanks; grows over the life of the object
   CertificateCache m_Cache;

@@ -1,7 +1,6 @@
-// The library's own versions of these few functions keep what belongs to a thread's exceptions under an index
-// of fibers, and have the system call the DLL for it when a thread ends, even where the DLL has gone by then.
-#include <windows.h>
-
+// Where clang's library takes the memory of its exceptions, see runtime/exception_memory.cpp. What it keeps
+// for a thread it would have under an index of fibers, and have the system call the DLL for it when the thread
+// ends, even where the DLL has gone by then.
 #include <cstddef>
 
 #include "runtime/exception_memory.h"
@@ -21,24 +20,3 @@ void __aligned_free_with_fallback(void* memory) {
 }
 
 }  // namespace __cxxabiv1
-
-// The names are the compiler's.
-extern "C" {
-
-// What the compiler keeps for this thread.
-void* __cxa_get_globals() noexcept;
-void* __cxa_get_globals_fast() noexcept;
-
-void* __cxa_get_globals() noexcept {
-  return enter_Exceptions();
-}
-
-void* __cxa_get_globals_fast() noexcept {
-  return enter_Exceptions();
-}
-
-// The DLL has no variables that each thread has for itself, so threads come and go without it.
-extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
-const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
-
-}  // extern "C"

@@ -1,7 +1,5 @@
 // The library's own versions of these few functions bring its text formatting and its name decoder with them,
 // 100 KiB that the DLL has no use for: it shows no message of an exception, but skips the step.
-#include <windows.h>
-
 #include <cstring>
 #include <memory>
 #include <new>
@@ -62,18 +60,6 @@ extern "C" {
 void* __cxa_allocate_exception(std::size_t size) noexcept;
 void __cxa_free_exception(void* object) noexcept;
 
-// What the compiler keeps for this thread.
-void* __cxa_get_globals() noexcept;
-void* __cxa_get_globals_fast() noexcept;
-
-void* __cxa_get_globals() noexcept {
-  return enter_Exceptions();
-}
-
-void* __cxa_get_globals_fast() noexcept {
-  return enter_Exceptions();
-}
-
 void* __cxa_allocate_exception(std::size_t size) noexcept {
   void* memory = take_ExceptionMemory(record_size + size);
   std::memset(memory, 0, record_size);
@@ -84,17 +70,9 @@ void __cxa_free_exception(void* object) noexcept {
   give_ExceptionMemory(static_cast<unsigned char*>(object) - record_size);
 }
 
-// The DLL has no variables that each thread has for itself, so threads come and go without it.
-extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
-const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
-
-}  // extern "C"
-
 // The linker lists here what the runtime would mend at load: addresses that another DLL has. The DLL takes no
 // data from another, so the list is empty, and mending is left out. Both ends are read as memory, as the
 // compiler would take them for two objects that differ.
-extern "C" {
-
 extern const char first_Relocation[] asm("__RUNTIME_PSEUDO_RELOC_LIST__");
 extern const char end_OfRelocations[] asm("__RUNTIME_PSEUDO_RELOC_LIST_END__");
 

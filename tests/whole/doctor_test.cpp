@@ -83,21 +83,22 @@ class Doctor : public MenuHost {
 
   static void make_Key(HKEY root, const std::wstring& key) {
     HKEY opened = nullptr;
-    RegCreateKeyExW(root, key.c_str(), 0, nullptr, 0, KEY_WRITE | explorers(), nullptr, &opened, nullptr);
+    RegCreateKeyExW(root, key.c_str(), 0, nullptr, 0, KEY_WRITE | host::explorers_View(), nullptr, &opened,
+                    nullptr);
     unique_hkey{opened};
   }
-  static REGSAM explorers() { return host::is_64BitWindows() ? KEY_WOW64_64KEY : 0; }
 
   static void remove_Package() {
     for (const auto& [root, key] : packages)
-      RegDeleteKeyExW(root, key.c_str(), explorers(), 0);
+      RegDeleteKeyExW(root, key.c_str(), host::explorers_View(), 0);
     for (const auto& key : {classic_menu + LR"(\InprocServer32)", classic_menu})
-      RegDeleteKeyExW(HKEY_CURRENT_USER, key.c_str(), explorers(), 0);
+      RegDeleteKeyExW(HKEY_CURRENT_USER, key.c_str(), host::explorers_View(), 0);
     for (const auto* note : {L"Folder", L"Package"})
       set_InView(setups_note + note, nullptr, KEY_WOW64_32KEY);
-    set_InView(LR"(HKLM\)" + policy + LR"(\AllowAllTrustedApps)", nullptr, explorers());
+    set_InView(LR"(HKLM\)" + policy + LR"(\AllowAllTrustedApps)", nullptr, host::explorers_View());
     for (const std::wstring root : {LR"(HKLM\)", LR"(HKCU\)"})
-      set_InView(root + std::wstring(extensions_key) + LR"(Blocked\)" + verb, nullptr, explorers());
+      set_InView(root + std::wstring(extensions_key) + LR"(Blocked\)" + verb, nullptr,
+                 host::explorers_View());
     set_Value(norvak + L"Windows11Menu", L"");
   }
 
@@ -162,7 +163,7 @@ class Doctor : public MenuHost {
 // Each fault alone has its problem and no other; all that do not hide another have theirs together.
 TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
   const auto clsid = guid_Text(clsid_ShellExt);
-  const REGSAM explorers = host::is_64BitWindows() ? KEY_WOW64_64KEY : 0;
+  const REGSAM explorers = host::explorers_View();
   const std::wstring own = LR"(HKCR\)" + extension_class, server = own + LR"(InprocServer32\)",
                      gone = LR"(c:\gone\file.dll)";
   const auto remove_Handler = [](const wchar_t* kind) {
@@ -268,9 +269,9 @@ TEST_F(Doctor, TellsWhyTheFirstMenuHasNoItems) {
   const auto block = LR"(\)" + std::wstring(extensions_key) + LR"(Blocked\)" + verb;
   const std::pair<const wchar_t*, std::function<void()>> deeds[] = {
       {L"appsForbidden",
-       [] { set_InView(LR"(HKLM\)" + policy + LR"(\AllowAllTrustedApps)", L"0", explorers()); }},
-      {L"verbBlocked", [&] { set_InView(L"HKLM" + block, L"", explorers()); }},
-      {L"verbBlocked", [&] { set_InView(L"HKCU" + block, L"", explorers()); }},
+       [] { set_InView(LR"(HKLM\)" + policy + LR"(\AllowAllTrustedApps)", L"0", host::explorers_View()); }},
+      {L"verbBlocked", [&] { set_InView(L"HKLM" + block, L"", host::explorers_View()); }},
+      {L"verbBlocked", [&] { set_InView(L"HKCU" + block, L"", host::explorers_View()); }},
       {L"classicMenuForced", [] { make_Key(HKEY_CURRENT_USER, classic_menu + LR"(\InprocServer32)"); }},
       {L"switchedOff", [] { set_Value(norvak + L"Windows11Menu", L"0"); }}};
   const auto documented = read_Table("## The first menu");
