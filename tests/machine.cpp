@@ -10,8 +10,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/apartment.h"
 #include "base/handles.h"
 #include "base/text.h"
+#include "components/remote_component.h"
 #include "settings/registry_view.h"
 #include "suite/component_list.h"
 #include "suite/diagnostic_log.h"
@@ -80,6 +82,22 @@ Machine::Machine() {
        split(test_folder + LR"(|c:\programme|c:\program files\bergstede|c:\srcbox|c:\norvak.log)", L'|'))
     std::filesystem::remove_all(path);
   std::filesystem::create_directories(test_folder);
+}
+
+Machine::~Machine() {
+  end_Work();
+}
+
+void Machine::end_Work() {
+  leave_Apartment();
+  EXPECT_TRUE(becomes_True(end_RemoteWork)) << "work in the background does not end";
+}
+
+bool becomes_True(const std::function<bool()>& condition) {
+  for (int tries = 0; tries < 1000; ++tries, Sleep(20))
+    if (condition())
+      return true;
+  return false;
 }
 
 void become_PlainUser() {

@@ -27,9 +27,19 @@ const std::wstring users = LR"(HKCU\Software\Norvak\)";
 // A machine without settings, components and files of the suite, and with the system's own script host. The
 // thread is in a single-threaded apartment.
 class Machine : public testing::Test {
+ public:
+  ~Machine() override;
+
  protected:
   Machine();
+
+  // Lets this thread's part of the product go, and waits for its work in the background. A process that ends
+  // in the middle of it would be left with half of a change to its heap, which the emulation then steps on.
+  static void end_Work();
 };
+
+// Waits until it is true, 20 seconds at most.
+bool becomes_True(const std::function<bool()>& condition);
 
 // Takes the rights of an administrator from the thread until the next case, and makes the suite's keys of the
 // machine read-only for others, which the emulation does not do by itself.

@@ -61,13 +61,6 @@ void kill(HANDLE process) {
   WaitForSingleObject(process, INFINITE);
 }
 
-bool becomes_True(const std::function<bool()>& condition) {
-  for (int tries = 0; tries < 1000; ++tries, Sleep(20))
-    if (condition())
-      return true;
-  return false;
-}
-
 // When the recorded waits began, and how long each was allowed to take.
 std::vector<std::pair<ULONGLONG, DWORD>> waits;
 
@@ -106,8 +99,7 @@ class Surrogate : public Machine {
   }
   void TearDown() override {
     surrogates(NtResumeProcess);
-    leave_Apartment();
-    EXPECT_TRUE(becomes_True([] { return end_RemoteWork(); })) << "work in the background does not end";
+    end_Work();
     with_Servers("/u");
     surrogates(kill);
     remove_Entry();
