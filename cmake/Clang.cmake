@@ -2,8 +2,7 @@
 set(compiler_folder clang)
 # Windows checks where calls through pointers go, in programs that have a table of the places.
 set(guarded_calls -mguard=cf)
-# Every program is compiled as one whole when it is linked: there is no plain code beside the other here.
-set(whole_program_code -flto)
+# The DLL is compiled as one whole when it is linked.
 set(whole_program -Oz -flto)
 set(precompiled_headers_warnings)
 set(unity_warnings -Wno-shadow)

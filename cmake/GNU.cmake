@@ -2,8 +2,7 @@
 set(compiler_folder gnu)
 # It names some symbols at random; by the object they are the same in each build.
 string(REPLACE "<FLAGS>" "<FLAGS> -frandom-seed=<OBJECT>" CMAKE_CXX_COMPILE_OBJECT "${CMAKE_CXX_COMPILE_OBJECT}")
-# The DLL is compiled as one whole when it is linked; what else links the product's folders takes the plain code.
-set(whole_program_code -flto -ffat-lto-objects)
+# The DLL is compiled as one whole when it is linked.
 set(whole_program -Oz -flto -flto-partition=none -fexceptions -frandom-seed=${PROJECT_NAME}
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}=/${PROJECT_NAME})
 # Once it reads precompiled headers, it no longer sees that they are the platform's, and warns of code inlined from them

@@ -3,7 +3,7 @@
 # pointers where the compiler has such.
 add_compile_options(-fstack-protector-strong ${guarded_calls} -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
-  add_compile_options(-Oz ${whole_program_code})
+  add_compile_options(-Oz)
 endif()
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
   # Only calls throw exceptions, so these tables are not needed; other processors find their handlers by them.
@@ -11,13 +11,11 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL i686)
 endif()
 
 # add_room(NAME BELOW SOURCE...): a room is a static library, linked with the one below it. The folder's
-# own CMakeLists.txt adds what it needs of the platform.
+# own CMakeLists.txt adds what it needs of the platform. The DLL that is delivered takes the sources of all rooms.
 function(add_room name below)
   add_library(${name} STATIC ${ARGN})
-  if(below)
-    target_link_libraries(${name} PUBLIC ${below})
-    read_headers_once(${name} base)
-  else()
-    read_headers_once(${name})
-  endif()
+  compile_together(${name} 0)
+  target_link_libraries(${name} PUBLIC ${below})
+  list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  set_property(GLOBAL APPEND PROPERTY rooms_sources ${ARGN})
 endfunction()
