@@ -1,5 +1,5 @@
 ; The setup of the Norvak Context Menu, for all users of a machine. scripts/package builds it. A 64-bit Windows gets
-; the 32-bit build and, in the folder x64, the 64-bit one; a 32-bit Windows the former alone.
+; the 32-bit build and, in the folder x64 or arm64, that for its processor; a 32-bit Windows the former alone.
 ;
 ;   setup.exe                     asks for the folder and shows what happens
 ;   setup.exe /S [/D=C:\Program Files\Folder]   installs or upgrades without a question; /D comes last, without quotes
@@ -43,7 +43,8 @@ SetCompressor /SOLID lzma
 
 ; A name that a release has had stays in the lists, so that later ones remove it.
 !macro Subfolders STEP
-  !insertmacro For64Bit ${STEP} x64
+  !insertmacro ForX64 ${STEP} x64
+  !insertmacro ForArm64 ${STEP} arm64
   !insertmacro ${STEP} docs
   !insertmacro ${STEP} policies
   !insertmacro ${STEP} "policies\de-DE"
@@ -53,8 +54,10 @@ SetCompressor /SOLID lzma
 !macro BuiltFiles STEP
   !insertmacro ${STEP} NorvakContextMenu.dll
   !insertmacro ${STEP} menuhost.exe
-  !insertmacro For64Bit ${STEP} "x64\NorvakContextMenu.dll"
-  !insertmacro For64Bit ${STEP} "x64\menuhost.exe"
+  !insertmacro ForX64 ${STEP} "x64\NorvakContextMenu.dll"
+  !insertmacro ForX64 ${STEP} "x64\menuhost.exe"
+  !insertmacro ForArm64 ${STEP} "arm64\NorvakContextMenu.dll"
+  !insertmacro ForArm64 ${STEP} "arm64\menuhost.exe"
   !insertmacro ${STEP} "docs\administrators.html"
   !insertmacro ${STEP} "docs\menuhost.html"
   !insertmacro ${STEP} "docs\settings.html"
@@ -80,9 +83,12 @@ SetCompressor /SOLID lzma
   !insertmacro ${STEP} Uninstall.exe
 !macroend
 
+; Programs for x64 that an ARM64 Windows emulates share the view of its own programs, and a class has one DLL there: its
+; Explorer's.
 !macro Servers STEP
   !insertmacro ${STEP} 32 NorvakContextMenu.dll
-  !insertmacro For64Bit ${STEP} '64 "x64\NorvakContextMenu.dll"'
+  !insertmacro ForX64 ${STEP} '64 "x64\NorvakContextMenu.dll"'
+  !insertmacro ForArm64 ${STEP} '64 "arm64\NorvakContextMenu.dll"'
 !macroend
 
 ; Each server writes the interface into both views; the other keys are those of its own view or stand in both.
@@ -139,9 +145,13 @@ SetCompressor /SOLID lzma
     "O:BAG:BAD:(A;;CCDC;;;SY)(A;;CCDC;;;BA)(A;;CCDC;;;IU)(A;;CCDC;;;PS)"
 !macroend
 
-; What only a 64-bit Windows gets. A folder of built files that has no 64-bit part makes a setup without one.
+; What only a 64-bit Windows gets, or one for such a processor. A folder of built files that has no part for it makes a
+; setup without one.
 !if /FileExists "${BUILD}/x64/NorvakContextMenu.dll"
   !define WITH_64_BIT
+!endif
+!if /FileExists "${BUILD}/arm64/NorvakContextMenu.dll"
+  !define WITH_ARM64
 !endif
 !macro For64Bit STEP ARGUMENTS
   !ifdef WITH_64_BIT
@@ -150,11 +160,25 @@ SetCompressor /SOLID lzma
     ${EndIf}
   !endif
 !macroend
+!macro ForX64 STEP ARGUMENTS
+  !ifdef WITH_64_BIT
+    ${If} $Folder64 == "\x64"
+      !insertmacro ${STEP} ${ARGUMENTS}
+    ${EndIf}
+  !endif
+!macroend
+!macro ForArm64 STEP ARGUMENTS
+  !ifdef WITH_ARM64
+    ${If} $Folder64 == "\arm64"
+      !insertmacro ${STEP} ${ARGUMENTS}
+    ${EndIf}
+  !endif
+!macroend
 
 Var Failure
 Var Subject
 Var SavedTrees
-Var Folder64      ; of the 64-bit build below the folder of the product, or empty
+Var Folder64      ; of the build for a 64-bit Windows below the folder of the product, or empty
 Var MadeKeys      ; each followed by "|", subkeys before their parents; those of the 64-bit view begin with "64 "
 Var MadeSurrogates  ; the classes that a surrogate process was named for, each followed by "|"
 Var MadeFolder    ; the topmost, down to that of the product
@@ -218,6 +242,19 @@ VIAddVersionKey LegalCopyright "Norvak"
 
 !macro Unpack FILE
   File "/oname=$PLUGINSDIR\${FILE}" "${BUILD}\${FILE}"
+!macroend
+
+; The package's files lie in the same folder on every Windows, and are those for its processor.
+!macro UnpackForFirstMenu FILE
+  !ifdef WITH_ARM64
+    ${If} $Folder64 == "\arm64"
+      File "/oname=$PLUGINSDIR\${FILE}" "${BUILD}\arm64\${FILE}"
+    ${Else}
+      !insertmacro Unpack ${FILE}
+    ${EndIf}
+  !else
+    !insertmacro Unpack ${FILE}
+  !endif
 !macroend
 
 !macro UnpackServer VIEW FILE
@@ -456,6 +493,13 @@ VIAddVersionKey LegalCopyright "Norvak"
       StrCpy $Folder64 "\x64"
     ${EndIf}
   !endif
+  !ifdef WITH_ARM64
+    ; Windows writes it down for all its programs, whatever they are emulated on.
+    ReadRegStr $0 HKLM "System\CurrentControlSet\Control\Session Manager\Environment" "PROCESSOR_ARCHITECTURE"
+    ${If} $0 == "ARM64"
+      StrCpy $Folder64 "\arm64"
+    ${EndIf}
+  !endif
 !macroend
 
 ; ---- The setup
@@ -554,7 +598,7 @@ Section
   !insertmacro Subfolders UnpackFolder
   !insertmacro BuiltFiles Unpack
   !insertmacro For64Bit UnpackFolder win11
-  !insertmacro Windows11Files Unpack
+  !insertmacro Windows11Files UnpackForFirstMenu
   WriteUninstaller "$PLUGINSDIR\Uninstall.exe"
   ${If} ${Errors}
     !insertmacro Fail '$(CannotUnpack)' ''

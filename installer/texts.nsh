@@ -71,8 +71,14 @@ werden, und die Einstellungen der Suite bleiben."
 so try it on one computer first. It begins with the next sign-in of each user." \
   "Sonst stehen sie unter „Weitere Optionen anzeigen“. Noch niemand hat es unter einem Windows 11 gesehen; versuchen Sie \
 es daher zuerst auf einem einzelnen Computer. Es beginnt mit der nächsten Anmeldung jedes Benutzers."
-!insertmacro Text NoFirstMenu "The items are in one menu alone: another one is there from Windows 11 for x64 processors on." \
-  "Die Menüpunkte stehen nur in einem Menü: ein weiteres gibt es erst ab Windows 11 für x64-Prozessoren."
+!ifdef WITH_ARM64
+  !insertmacro Text NoFirstMenu "The items are in one menu alone: another one is there from Windows 11 on." \
+    "Die Menüpunkte stehen nur in einem Menü: ein weiteres gibt es erst ab Windows 11."
+!else
+  !insertmacro Text NoFirstMenu \
+    "The items are in one menu alone: another one is there from Windows 11 for x64 processors on." \
+    "Die Menüpunkte stehen nur in einem Menü: ein weiteres gibt es erst ab Windows 11 für x64-Prozessoren."
+!endif
 !insertmacro Text PackageRefused "The items are not in the first menu of Windows 11, as Windows has refused their package:" \
   "Die Menüpunkte stehen nicht im ersten Menü von Windows 11, weil Windows ihr Paket abgelehnt hat:"
 !insertmacro Text PackageStays "Windows has not removed the package of its first menu:" \
