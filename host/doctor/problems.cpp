@@ -28,13 +28,16 @@ void add_MissingClass(const Registration& registration, Problems& problems) {
   if (registration.File.empty() && !registration.OtherFile.empty()) {
     problems.push_back({L"noDllForExplorer", registration.ClassPath,
                         say(TEXT_NO_DLL_FOR_EXPLORER, {registration.OtherFile}),
-                        say(TEXT_RUN_SETUP_NOT_ARM)});
+                        say(TEXT_RUN_SETUP_FOR_EXPLORER)});
   } else if (registration.File.empty()) {
     problems.push_back(
         {L"classMissing", registration.ClassPath, say(TEXT_CLASS_MISSING, {registration.ClassPath}), setup});
   } else if (!registration.IsFileThere) {
     problems.push_back(
         {L"classFileGone", registration.File, say(TEXT_CLASS_FILE_GONE, {registration.File}), setup});
+  } else if (!registration.IsForExplorer) {
+    problems.push_back({L"otherProcessor", registration.File, say(TEXT_OTHER_PROCESSOR, {registration.File}),
+                        say(TEXT_RUN_SETUP_FOR_EXPLORER)});
   } else if (registration.Version != program_version) {
     problems.push_back({L"otherVersion", registration.File,
                         say(TEXT_OTHER_VERSION, {registration.File, version, std::wstring(program_version)}),

@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "base/guid.h"
+#include "base/handles.h"
 #include "base/text.h"
+#include "files/file_names.h"
 #include "files/files.h"
 #include "host/doctor/registry_views.h"
 #include "settings/registry_keys.h"
@@ -72,6 +74,36 @@ std::vector<std::wstring> list_UsersKeys(const std::wstring& clsid) {
   return keys;
 }
 
+// The processor that the header of a program or DLL names; 0 where there is none.
+WORD read_Processor(const std::wstring& file) {
+  const auto opened = own_File(CreateFileW(exact_Path(file).c_str(), GENERIC_READ,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                           OPEN_EXISTING, 0, nullptr));
+  const auto read_At = [&](LONG offset, auto& header) {
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(offset);
+    DWORD length = 0;
+    return ReadFile(opened.get(), &header, sizeof header, &length, &place) != FALSE &&
+           length == sizeof header;
+  };
+  IMAGE_DOS_HEADER start{};
+  struct {
+    DWORD Signature;
+    IMAGE_FILE_HEADER Header;
+  } image{};
+  return opened && read_At(0, start) && start.e_magic == IMAGE_DOS_SIGNATURE &&
+                 read_At(start.e_lfanew, image) && image.Signature == IMAGE_NT_SIGNATURE
+             ? image.Header.Machine
+             : WORD{IMAGE_FILE_MACHINE_UNKNOWN};
+}
+
+// Nothing redirects it: programs of every bitness find the Windows' own one there.
+std::wstring find_Explorer() {
+  const auto windows =
+      fetch_Path([](wchar_t* buffer, DWORD size) { return GetSystemWindowsDirectoryW(buffer, size); });
+  return windows + LR"(\explorer.exe)";
+}
+
 bool needs_Approval() {
   const std::wstring value =
       LR"(\SOFTWARE\Microsoft\Windows\CurrentVersion\Policies\Explorer\EnforceShellExtensionSecurity)";
@@ -100,6 +132,7 @@ Registration find_Registration() {
   registration.ClassPath = LR"(HKCR\CLSID\)" + clsid + LR"(\InprocServer32\)";
   registration.File = read_Path(registration.ClassPath, explorers_View());
   registration.IsFileThere = file_Exists(registration.File);
+  registration.IsForExplorer = read_Processor(registration.File) == read_Processor(find_Explorer());
   registration.Version = read_Version(registration.File);
   if (is_64BitWindows())
     registration.OtherFile = read_Path(registration.ClassPath, KEY_WOW64_32KEY);

@@ -42,6 +42,7 @@ struct Registration {
   std::wstring File;       // the DLL that Explorer would load; empty when none is registered for it
   std::wstring Version;    // its product version; empty when the file has none or is not there
   bool IsFileThere = false;
+  bool IsForExplorer = false;  // for the same processor as Explorer
   std::wstring OtherFile;      // the DLL for 32-bit programs on a 64-bit Windows
   std::vector<Entry> Entries;  // ProgID, type library, the handlers of files, folders and drives, approval
   std::vector<std::wstring> Blocks;     // the values that have Windows block the class

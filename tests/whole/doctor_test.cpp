@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -109,11 +110,29 @@ class Doctor : public MenuHost {
   // A class of the user's own; the machine's registration of it stays as it is.
   static inline const std::wstring users_class = LR"(HKCU\Software\Classes\)" + extension_class;
 
+  // The DLL, or a copy whose header is for the processor that this machine's Explorer is for.
+  static std::wstring make_ExplorersDll() {
+    const auto built = built_File(L"NorvakContextMenu.dll"), copy = test_folder + L"explorers.dll";
+    auto bytes = read_Bytes(built);
+    const auto explorer = read_Bytes(LR"(c:\windows\explorer.exe)");
+    const auto find_Processor = [](const std::string& file) {
+      constexpr std::size_t header = 0x3C, signature = 4;
+      return signature + static_cast<unsigned char>(file.at(header)) +
+             0x100u * static_cast<unsigned char>(file.at(header + 1));
+    };
+    if (bytes.compare(find_Processor(bytes), 2, explorer, find_Processor(explorer), 2) == 0)
+      return built;
+    bytes.replace(find_Processor(bytes), 2, explorer, find_Processor(explorer), 2);
+    std::ofstream(std::filesystem::path(copy), std::ios::binary) << bytes;
+    return copy;
+  }
+
   // A machine without a fault, whatever was wrong with it.
   void mend() {
     remove_Package();
-    const auto dll = built_File(L"NorvakContextMenu.dll"), clsid = guid_Text(clsid_ShellExt);
-    for (const auto view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
+    const auto clsid = guid_Text(clsid_ShellExt);
+    for (const auto& [view, dll] : {std::pair(KEY_WOW64_32KEY, built_File(L"NorvakContextMenu.dll")),
+                                    {KEY_WOW64_64KEY, make_ExplorersDll()}}) {
       for (const auto& key : {users_class + L"InprocServer32", users_class})
         RegDeleteKeyExW(HKEY_CURRENT_USER, key.substr(5).c_str(), view, 0);
       set_InView(LR"(HKCR\)" + extension_class + LR"(InprocServer32\)", dll.c_str(), view);
@@ -189,7 +208,7 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
        },
        true},
       {{L"classFileGone"}, write_InView(server, gone, explorers), true},
-      {{L"otherVersion"}, write_InView(server, LR"(c:\windows\system32\kernel32.dll)", explorers)},
+      {{L"otherVersion"}, write_InView(server, LR"(c:\windows\explorer.exe)", explorers)},
       {{L"progIdMissing"}, write(LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", component_id)},
       {{L"typeLibraryMissing"}, write(own + LR"(TypeLib\)", L"")},
       {{L"handlerMissing"}, remove_Handler(L"*")},
@@ -225,6 +244,9 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
   faults.push_back({{L"packageMissing", L"packageFileGone"},
                     [&] { set_InView(setups_note + L"Folder", L"c:\\gone", KEY_WOW64_32KEY); }});
   if (host::is_64BitWindows()) {
+    faults.push_back({{L"otherProcessor"},
+                      write_InView(server, LR"(c:\windows\syswow64\kernel32.dll)", KEY_WOW64_64KEY),
+                      true});
     faults.push_back({{L"noDllForExplorer"}, write_InView(server, L"", KEY_WOW64_64KEY), true});
     faults.push_back({{L"noDllFor32BitPrograms"}, write_InView(server, L"", KEY_WOW64_32KEY), true});
     faults.push_back(
