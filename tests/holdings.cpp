@@ -24,17 +24,26 @@ long existing() {
   return count;
 }
 
-void count_Heaps(long& blocks, long& bytes) {
-  HANDLE heaps[64];
-  for (DWORD index = GetProcessHeaps(64, heaps); index-- > 0;) {
-    PROCESS_HEAP_ENTRY entry{};
-    while (HeapWalk(heaps[index], &entry)) {
-      if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) == 0)
-        continue;
-      ++blocks;
-      bytes += static_cast<long>(entry.cbData);
-    }
+void count_Heap(HANDLE heap, long& blocks, long& bytes) {
+  PROCESS_HEAP_ENTRY entry{};
+  while (HeapWalk(heap, &entry)) {
+    if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) == 0)
+      continue;
+    ++blocks;
+    bytes += static_cast<long>(entry.cbData);
   }
+}
+
+// Wine 10 takes the blocks of a size that is often asked for from a pool, which counts as one block.
+bool counts_EveryBlock() {
+  constexpr long count = 64;
+  const auto heap = HeapCreate(0, 0, 0);
+  for (int number = 0; number < count; ++number)
+    HeapAlloc(heap, 0, 1);
+  long blocks = 0, bytes = 0;
+  count_Heap(heap, blocks, bytes);
+  HeapDestroy(heap);
+  return blocks >= count;
 }
 
 }  // namespace
@@ -63,13 +72,16 @@ long kernel_Handles() {
   return count;
 }
 
-Holdings count_Holdings() {
+Holdings count_Holdings(Heaps which) {
+  const bool has_heaps = which == Heaps::WithPools || counts_EveryBlock();
   Holdings all;
   auto& counts = all.Counts;
   counts[Holdings::KernelHandles] = kernel_Handles();
   counts[Holdings::GdiObjects] = existing<HGDIOBJ, &GetObjectType, 1>();
   counts[Holdings::Menus] = existing<HMENU, &IsMenu, 2>();
-  count_Heaps(counts[Holdings::HeapBlocks], counts[Holdings::HeapBytes]);
+  HANDLE heaps[64];
+  for (DWORD index = has_heaps ? GetProcessHeaps(64, heaps) : 0; index-- > 0;)
+    count_Heap(heaps[index], counts[Holdings::HeapBlocks], counts[Holdings::HeapBytes]);
   counts[Holdings::Components] = living_Objects();
   return all;
 }

@@ -62,10 +62,16 @@ TEST_F(BuiltFiles, LoseNothingWhenTheyAreLoadedAndThrow) {
   };
   for (int times = 0; times < 10; ++times)
     load();
-  const auto before = count_Holdings();
-  for (int times = 0; times < TLS_MINIMUM_AVAILABLE + 1024 + 12; ++times)
-    load();
-  EXPECT_EQ(count_Holdings() - before, Holdings());
+  const auto left_ByMany = [&] {
+    const auto before = count_Holdings(Heaps::WithPools);
+    for (int times = 0; times < TLS_MINIMUM_AVAILABLE + 1024 + 12; ++times)
+      load();
+    return count_Holdings(Heaps::WithPools) - before;
+  };
+  auto left = left_ByMany();
+  if (left != Holdings())  // Wine 10 makes a pool for a size of blocks that was asked for 2,048 times
+    left = left_ByMany();
+  EXPECT_EQ(left, Holdings());
 }
 
 // Where nothing can be trusted any more, a process ends as the system's own do, and shows no box. A DLL that
