@@ -22,7 +22,10 @@ std::string whole(const Lines& lines) {
 }
 
 TEST_F(MenuHost, StartsTheProgramsOfPickedItemsAndLogsThem) {
-  const Library log_component(built_File(LR"(standins\logmod.dll)"));
+  // In a folder in which nobody else may replace it, wherever the build is.
+  const auto copy = m_suite + L"logmod.dll";
+  CopyFileW(built_File(LR"(standins\logmod.dll)").c_str(), copy.c_str(), FALSE);
+  const Library log_component(copy);
   ASSERT_EQ(log_component.run("DllRegisterServer"), S_OK);
   set_Value(LR"(HKLM\Software\Norvak\AlwaysDebug)", L"1");
   Lines expected;
