@@ -110,21 +110,28 @@ class Doctor : public MenuHost {
   // A class of the user's own; the machine's registration of it stays as it is.
   static inline const std::wstring users_class = LR"(HKCU\Software\Classes\)" + extension_class;
 
-  // The DLL, or a copy whose header is for the processor that this machine's Explorer is for.
-  static std::wstring make_ExplorersDll() {
-    const auto built = built_File(L"NorvakContextMenu.dll"), copy = test_folder + L"explorers.dll";
+  // Where the header of a program or DLL names its processor, in two bytes.
+  static std::size_t find_Processor(const std::string& file) {
+    constexpr std::size_t header = 0x3C, signature = 4;
+    return signature + static_cast<unsigned char>(file.at(header)) +
+           0x100u * static_cast<unsigned char>(file.at(header + 1));
+  }
+
+  // The DLL, or a copy that is for this processor by its header.
+  static std::wstring make_DllFor(const std::string& processor) {
+    const auto built = built_File(L"NorvakContextMenu.dll"), copy = test_folder + L"copy.dll";
     auto bytes = read_Bytes(built);
-    const auto explorer = read_Bytes(LR"(c:\windows\explorer.exe)");
-    const auto find_Processor = [](const std::string& file) {
-      constexpr std::size_t header = 0x3C, signature = 4;
-      return signature + static_cast<unsigned char>(file.at(header)) +
-             0x100u * static_cast<unsigned char>(file.at(header + 1));
-    };
-    if (bytes.compare(find_Processor(bytes), 2, explorer, find_Processor(explorer), 2) == 0)
+    const auto place = find_Processor(bytes);
+    if (bytes.compare(place, 2, processor) == 0)
       return built;
-    bytes.replace(find_Processor(bytes), 2, explorer, find_Processor(explorer), 2);
+    bytes.replace(place, 2, processor);
     std::ofstream(std::filesystem::path(copy), std::ios::binary) << bytes;
     return copy;
+  }
+
+  static std::wstring make_ExplorersDll() {
+    const auto explorer = read_Bytes(LR"(c:\windows\explorer.exe)");
+    return make_DllFor(explorer.substr(find_Processor(explorer), 2));
   }
 
   // A machine without a fault, whatever was wrong with it.
@@ -208,6 +215,9 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
        },
        true},
       {{L"classFileGone"}, write_InView(server, gone, explorers), true},
+      {{L"otherProcessor"},
+       [&] { set_InView(server, make_DllFor("\xF0\x01").c_str(), explorers); },  // a PowerPC
+       true},
       {{L"otherVersion"}, write_InView(server, LR"(c:\windows\explorer.exe)", explorers)},
       {{L"progIdMissing"}, write(LR"(HKCR\NorvakContextMenu.ShellExt\CLSID\)", component_id)},
       {{L"typeLibraryMissing"}, write(own + LR"(TypeLib\)", L"")},
@@ -244,9 +254,6 @@ TEST_F(Doctor, FindsEachFaultOfABrokenMachine) {
   faults.push_back({{L"packageMissing", L"packageFileGone"},
                     [&] { set_InView(setups_note + L"Folder", L"c:\\gone", KEY_WOW64_32KEY); }});
   if (host::is_64BitWindows()) {
-    faults.push_back({{L"otherProcessor"},
-                      write_InView(server, LR"(c:\windows\syswow64\kernel32.dll)", KEY_WOW64_64KEY),
-                      true});
     faults.push_back({{L"noDllForExplorer"}, write_InView(server, L"", KEY_WOW64_64KEY), true});
     faults.push_back({{L"noDllFor32BitPrograms"}, write_InView(server, L"", KEY_WOW64_32KEY), true});
     faults.push_back(
