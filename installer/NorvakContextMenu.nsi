@@ -43,8 +43,8 @@ SetCompressor /SOLID lzma
 
 ; A name that a release has had stays in the lists, so that later ones remove it.
 !macro Subfolders STEP
-  !insertmacro ForX64 ${STEP} x64
-  !insertmacro ForArm64 ${STEP} arm64
+  !insertmacro ForProcessor x64 ${STEP} x64
+  !insertmacro ForProcessor arm64 ${STEP} arm64
   !insertmacro ${STEP} docs
   !insertmacro ${STEP} policies
   !insertmacro ${STEP} "policies\de-DE"
@@ -54,10 +54,10 @@ SetCompressor /SOLID lzma
 !macro BuiltFiles STEP
   !insertmacro ${STEP} NorvakContextMenu.dll
   !insertmacro ${STEP} menuhost.exe
-  !insertmacro ForX64 ${STEP} "x64\NorvakContextMenu.dll"
-  !insertmacro ForX64 ${STEP} "x64\menuhost.exe"
-  !insertmacro ForArm64 ${STEP} "arm64\NorvakContextMenu.dll"
-  !insertmacro ForArm64 ${STEP} "arm64\menuhost.exe"
+  !insertmacro ForProcessor x64 ${STEP} "x64\NorvakContextMenu.dll"
+  !insertmacro ForProcessor x64 ${STEP} "x64\menuhost.exe"
+  !insertmacro ForProcessor arm64 ${STEP} "arm64\NorvakContextMenu.dll"
+  !insertmacro ForProcessor arm64 ${STEP} "arm64\menuhost.exe"
   !insertmacro ${STEP} "docs\administrators.html"
   !insertmacro ${STEP} "docs\menuhost.html"
   !insertmacro ${STEP} "docs\settings.html"
@@ -87,8 +87,8 @@ SetCompressor /SOLID lzma
 ; Explorer's.
 !macro Servers STEP
   !insertmacro ${STEP} 32 NorvakContextMenu.dll
-  !insertmacro ForX64 ${STEP} '64 "x64\NorvakContextMenu.dll"'
-  !insertmacro ForArm64 ${STEP} '64 "arm64\NorvakContextMenu.dll"'
+  !insertmacro ForProcessor x64 ${STEP} '64 "x64\NorvakContextMenu.dll"'
+  !insertmacro ForProcessor arm64 ${STEP} '64 "arm64\NorvakContextMenu.dll"'
 !macroend
 
 ; Each server writes the interface into both views; the other keys are those of its own view or stand in both.
@@ -160,16 +160,9 @@ SetCompressor /SOLID lzma
     ${EndIf}
   !endif
 !macroend
-!macro ForX64 STEP ARGUMENTS
-  !ifdef WITH_64_BIT
-    ${If} $Folder64 == "\x64"
-      !insertmacro ${STEP} ${ARGUMENTS}
-    ${EndIf}
-  !endif
-!macroend
-!macro ForArm64 STEP ARGUMENTS
-  !ifdef WITH_ARM64
-    ${If} $Folder64 == "\arm64"
+!macro ForProcessor FOLDER STEP ARGUMENTS
+  !if /FileExists "${BUILD}/${FOLDER}/NorvakContextMenu.dll"
+    ${If} $Folder64 == "\${FOLDER}"
       !insertmacro ${STEP} ${ARGUMENTS}
     ${EndIf}
   !endif
@@ -244,17 +237,14 @@ VIAddVersionKey LegalCopyright "Norvak"
   File "/oname=$PLUGINSDIR\${FILE}" "${BUILD}\${FILE}"
 !macroend
 
+!macro UnpackArm64 FILE
+  File "/oname=$PLUGINSDIR\${FILE}" "${BUILD}\arm64\${FILE}"
+!macroend
+
 ; The package's files lie in the same folder on every Windows, and are those for its processor.
 !macro UnpackForFirstMenu FILE
-  !ifdef WITH_ARM64
-    ${If} $Folder64 == "\arm64"
-      File "/oname=$PLUGINSDIR\${FILE}" "${BUILD}\arm64\${FILE}"
-    ${Else}
-      !insertmacro Unpack ${FILE}
-    ${EndIf}
-  !else
-    !insertmacro Unpack ${FILE}
-  !endif
+  !insertmacro ForProcessor x64 Unpack ${FILE}
+  !insertmacro ForProcessor arm64 UnpackArm64 ${FILE}
 !macroend
 
 !macro UnpackServer VIEW FILE
