@@ -176,6 +176,11 @@ TEST_F(Pkcs7Files, GiveTheirContentBackOnlyAfterAClearYesAndWithItsOrigin) {
   }
 }
 
+DWORD WINAPI deny_Owner(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*,
+                        PSECURITY_DESCRIPTOR*) {
+  return ERROR_ACCESS_DENIED;
+}
+
 TEST_F(Pkcs7Files, LeaveNoDecryptedContentOnceNobodyHasItOpen) {
   const auto envelope = make_File(test_folder + L"b.txt.p7m");
   unique_kernel_handle scanner;
@@ -203,8 +208,6 @@ TEST_F(Pkcs7Files, LeaveNoDecryptedContentOnceNobodyHasItOpen) {
   };
   EXPECT_TRUE(stays_After(1));
   EXPECT_FALSE(stays_After(25));
-  const auto deny_Owner = +[](HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*,
-                              PSECURITY_DESCRIPTOR*) -> DWORD { return ERROR_ACCESS_DENIED; };
   patch_Import("GetSecurityInfo", reinterpret_cast<void*>(deny_Owner));
   EXPECT_TRUE(stays_After(25));
 }
