@@ -14,12 +14,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -28,6 +28,7 @@
 #include "bench/stopwatch.h"
 #include "host/explorer/drop_list.h"
 #include "shellext/class_identifiers.h"
+#include "tests/thread.h"
 
 namespace {
 
@@ -185,7 +186,7 @@ double measure_Windows(const Handler& handler, std::size_t windows) {
   constexpr std::size_t rounds = 400, warm_up = 20;
   const auto paths = make_Paths(kinds.front());
   std::vector<std::vector<double>> samples(windows);
-  std::vector<std::thread> threads;
+  std::deque<Thread> threads;
   for (auto& sample : samples)
     threads.emplace_back([&] {
       OleInitialize(nullptr);
@@ -197,8 +198,7 @@ double measure_Windows(const Handler& handler, std::size_t windows) {
       }
       OleUninitialize();
     });
-  for (auto& thread : threads)
-    thread.join();
+  threads.clear();
   std::vector<double> all;
   for (const auto& sample : samples)
     all.insert(all.end(), sample.begin(), sample.end());
@@ -206,7 +206,7 @@ double measure_Windows(const Handler& handler, std::size_t windows) {
 }
 
 int run_Windows(const char* suite) {
-  const std::size_t many = std::max(2u, std::thread::hardware_concurrency());
+  const std::size_t many = std::max(2ul, GetActiveProcessorCount(ALL_PROCESSOR_GROUPS));
   for (const auto& handler : handlers) {
     // One window alone is timed before and after, so that a machine that gets slower is not taken for what
     // the windows cost.

@@ -9,6 +9,5 @@ set(unity_warnings -Wno-shadow)
 # The product is held to it. Of GCC nobody asks it, and tests are full of numbers that have no sign in one call of the
 # platform and one in the next.
 set(test_warnings -Wno-sign-conversion)
-set(dll_linker "<CMAKE_CXX_COMPILER>")
 # The linker takes resources as they come from their compiler, which knows no objects of this processor.
 set(CMAKE_RC_COMPILE_OBJECT "<CMAKE_RC_COMPILER> -O res <DEFINES> <INCLUDES> <FLAGS> <SOURCE> <OBJECT>")

@@ -10,5 +10,3 @@ set(whole_program -Oz -flto -flto-partition=none -fexceptions -frandom-seed=${PR
 set(precompiled_headers_warnings -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
 # A local variable may have a name that another source of the unit has too.
 set(unity_warnings -Wno-shadow -Wshadow=local)
-# The DLL's linker, see mingw.cmake.
-set(dll_linker ${NATIVE_THREADS_LINKER})

@@ -1,13 +1,11 @@
-# Cross compiles Windows programs with Debian's mingw-w64 (POSIX threads) for the processor that the toolchain
-# file has set as `triplet_processor`.
+# Cross compiles Windows programs with Debian's mingw-w64 for the processor that the toolchain file has set as
+# `triplet_processor`. Of its two kinds it is the one whose runtime uses the system's own threads: the other brings a
+# thread library, which would do work when the DLL is loaded.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR ${triplet_processor})
 set(triplet ${triplet_processor}-w64-mingw32)
-set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
-set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
-# The runtime of this compiler uses the system's own threads; that of the other one brings a thread library, which
-# would do work when the DLL is loaded. The tests need the other one's headers.
-set(NATIVE_THREADS_LINKER ${triplet}-g++-win32)
+set(CMAKE_C_COMPILER ${triplet}-gcc-win32)
+set(CMAKE_CXX_COMPILER ${triplet}-g++-win32)
 set(CMAKE_RC_COMPILER ${triplet}-windres)
 set(WIDL ${triplet}-widl)
 set(WINDMC ${triplet}-windmc)

@@ -14,7 +14,6 @@
 #include <iterator>
 #include <map>
 #include <random>
-#include <thread>
 
 #include "fuzz/target.h"
 
@@ -62,7 +61,7 @@ LONG CALLBACK fail_ByException(EXCEPTION_POINTERS* pointers) {
   fail(text);
 }
 
-void watch() {
+DWORD WINAPI watch(void*) {
   constexpr ULONGLONG longest_run = 20000;
   for (;; Sleep(1000))
     if (GetTickCount64() - state.Since > longest_run)
@@ -190,7 +189,7 @@ int main(int count, char** arguments) {
   }
   state.Running = &*target;
   state.Since = GetTickCount64();
-  std::thread(watch).detach();
+  CloseHandle(CreateThread(nullptr, 0, watch, nullptr, 0, nullptr));
   SetUnhandledExceptionFilter(fail_ByException);
   std::signal(SIGABRT, [](int) { fail("abort"); });
   if (const auto& file = options["--input"]; !file.empty())

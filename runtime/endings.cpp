@@ -1,11 +1,12 @@
 // Where the compiler's runtime ends a process, it would write to a console and run handlers of the process,
 // or open a window. A delivered file ends the process at once instead.
+#include <cstdlib>
+
 #include "runtime/fast_fail.h"
 
 // The names are the compiler's.
 extern "C" {
 
-[[noreturn]] void abort();
 [[noreturn]] void __cxa_pure_virtual();
 
 void abort() {

@@ -5,22 +5,22 @@
 #include <combaseapi.h>
 
 #include <atomic>
-#include <mutex>
 
 #include "base/boundary.h"
+#include "base/process_values.h"
 #include "base/text.h"
 #include "base/unknown.h"
 
 namespace {
 
-std::mutex record_lock;
+SRWLOCK record_lock = SRWLOCK_INIT;
 Lines recorded;
 bool is_Recording = true;
 std::atomic<long> living = 0;
 std::atomic<long> strangers = 0;
 
 void record(const std::wstring& line) {
-  const std::lock_guard lock(record_lock);
+  const Locked lock(record_lock);
   if (is_Recording)
     recorded.push_back(line);
 }
@@ -28,7 +28,7 @@ void record(const std::wstring& line) {
 // Every object of a ProgID is of one class, whichever thread serves it.
 CLSID class_Of(const std::wstring& progid) {
   static std::map<std::wstring, CLSID> classes;
-  const std::lock_guard lock(record_lock);
+  const Locked lock(record_lock);
   const auto [known, is_new] = classes.try_emplace(progid);
   if (is_new)
     CoCreateGuid(&known->second);
@@ -142,14 +142,14 @@ Component::Component(const std::wstring& progid, Members members, bool is_creata
 }
 
 Lines calls(std::wstring_view part) {
-  const std::lock_guard lock(record_lock);
+  const Locked lock(record_lock);
   Lines lines(recorded);
   std::erase_if(lines, [part](const std::wstring& line) { return !contains(line, part); });
   return lines;
 }
 
 void forget_Calls(bool goes_on) {
-  const std::lock_guard lock(record_lock);
+  const Locked lock(record_lock);
   Lines().swap(recorded);
   is_Recording = goes_on;
 }

@@ -5,57 +5,53 @@
 
 #include <ole2.h>
 
-#include <condition_variable>
 #include <functional>
-#include <mutex>
-#include <thread>
 #include <utility>
+
+#include "base/process_values.h"
+#include "tests/thread.h"
 
 class Window {
  public:
   Window() = default;
   Window(const Window&) = delete;
   Window& operator=(const Window&) = delete;
-  ~Window() {
-    start(nullptr);
-    m_thread.join();
-  }
+  ~Window() { start(nullptr); }
   // `start` returns at once, `run` when the routine is done.
   void start(std::function<void()> routine) {
     wait();
-    const std::lock_guard lock(m_lock);
     m_routine = std::move(routine);
-    m_is_busy = true;
-    m_changed.notify_all();
+    become(true);
   }
-  void wait() {
-    std::unique_lock lock(m_lock);
-    m_changed.wait(lock, [this] { return !m_is_busy; });
-  }
+  void wait() { await(false); }
   void run(std::function<void()> routine) {
     start(std::move(routine));
     wait();
   }
 
  private:
+  void await(bool is_busy) {
+    const Locked lock(m_lock);
+    while (m_is_busy != is_busy)
+      SleepConditionVariableSRW(&m_changed, &m_lock, INFINITE, 0);
+  }
+  void become(bool is_busy) {
+    const Locked lock(m_lock);
+    m_is_busy = is_busy;
+    WakeAllConditionVariable(&m_changed);
+  }
   void work() {
     CoInitialize(nullptr);
-    for (std::unique_lock lock(m_lock);;) {
-      m_changed.wait(lock, [this] { return m_is_busy; });
-      if (!m_routine)
-        break;
-      lock.unlock();
+    for (await(true); m_routine; await(true)) {
       std::exchange(m_routine, nullptr)();
-      lock.lock();
-      m_is_busy = false;
-      m_changed.notify_all();
+      become(false);
     }
     CoUninitialize();
   }
 
-  std::mutex m_lock;
-  std::condition_variable m_changed;
-  std::function<void()> m_routine;
+  SRWLOCK m_lock = SRWLOCK_INIT;
+  CONDITION_VARIABLE m_changed = CONDITION_VARIABLE_INIT;
+  std::function<void()> m_routine;  // whose it is, tells the next
   bool m_is_busy = false;
-  std::thread m_thread{[this] { work(); }};
+  const Thread m_thread{[this] { work(); }};
 };

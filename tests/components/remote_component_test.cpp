@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <thread>
 
 #include "base/apartment.h"
 #include "base/handles.h"
@@ -22,6 +21,7 @@
 #include "suite/value_cache.h"
 #include "tests/explorer.h"
 #include "tests/holdings.h"
+#include "tests/thread.h"
 
 extern "C" NTSTATUS NTAPI NtSuspendProcess(HANDLE);
 extern "C" NTSTATUS NTAPI NtResumeProcess(HANDLE);
@@ -127,7 +127,7 @@ TEST_F(Surrogate, AnswersAndFailsLikeAComponentInTheProcess) {
     for (int line = 0; line < 100; ++line)
       send_Member(object.Get(), L"logge", {L"a line", file.c_str()});
   };
-  std::thread other(write);
+  Thread other(write);
   write();
   other.join();
   EXPECT_TRUE(call_Member(object.Get(), L"logge", {L"the last line", file.c_str()}));
@@ -205,7 +205,7 @@ TEST_F(Surrogate, MakesFilesAndLeavesNoHalfFileWhenItDies) {
 
   const auto earlier = std::filesystem::last_write_time(signature);
   set_Value(users + LR"(pdf\UniqueContainerName)", std::to_wstring(GetTickCount64()));  // its key takes time
-  std::thread killer([&] {
+  Thread killer([&] {
     while (exists(signature))
       Sleep(1);
     EXPECT_GT(surrogates(kill), 0);
@@ -227,7 +227,7 @@ TEST_F(Surrogate, ServesTheNextMenuWhenItStartsLate) {
   set_Value(norvak + L"AlwaysDebug", L"1");
   std::atomic<bool> is_over = false;
   std::map<DWORD, NTSTATUS> hung;
-  std::thread hanging([&] {
+  Thread hanging([&] {
     while (!is_over)
       surrogates([&](HANDLE process) {
         if (const auto id = GetProcessId(process); !hung.contains(id))
@@ -272,7 +272,7 @@ TEST_F(Surrogate, IsWaitedForAsLongAsItsWorkMayTake) {
   PostMessageW(window, WM_APP, 0, 0);
   const auto other = create_Object(translator);
   bool is_served = false;
-  std::thread meanwhile([&] {
+  Thread meanwhile([&] {
     const ActionPatience action;
     is_served = call_Member(other.Get(), L"translateit", {L"a text"}).has_value();
   });

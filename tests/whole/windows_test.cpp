@@ -14,6 +14,7 @@
 #include "tests/components.h"
 #include "tests/explorer.h"
 #include "tests/first_menu.h"
+#include "tests/thread.h"
 #include "tests/window.h"
 
 namespace {
@@ -200,7 +201,7 @@ TEST(MethodTable, LeadsToTheMenuWhileAnObjectLives) {
       restore_QueryContextMenu(object);
     }
   };
-  std::thread late(make_AndRelease, true);
+  const Thread late([&] { make_AndRelease(true); });
   make_AndRelease(false);
   late.join();
   EXPECT_EQ(wrong, 0);
@@ -278,7 +279,7 @@ TEST_F(Windows, OutliveWhatAComponentDoesToThem) {
 
 TEST_F(Windows, ReleaseComponentsBeforeTheirApartmentEnds) {
   Lines last;
-  std::thread([&] {
+  Thread([&] {
     CoInitialize(nullptr);
     const Components components;
     const auto object = m_library.create();
