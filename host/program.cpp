@@ -26,8 +26,14 @@ class ComApartment {
       throw Failure{say(TEXT_NO_COM)};
   }
   ~ComApartment() {
-    // The extension's DLL leaves while COM still stands: its own last steps may need COM.
-    CoFreeUnusedLibraries();
+    // The extension's DLL leaves while COM still stands: its own last steps may need COM. What it does in the
+    // background has a little time, since a process had better not end in the middle of it.
+    constexpr int looks = 100;
+    for (int look = 0; look < looks; ++look, Sleep(20)) {
+      CoFreeUnusedLibraries();
+      if (GetModuleHandleW(L"NorvakContextMenu.dll") == nullptr)
+        break;
+    }
     OleUninitialize();
   }
   ComApartment(const ComApartment&) = delete;
