@@ -1,7 +1,7 @@
 # How the product's own folders are compiled: as small as can be, since every Explorer carries the DLL, and with
 # guarded frames wherever an array or a variable whose address is taken is on the stack, and guarded calls through
-# pointers where the compiler has such.
-add_compile_options(-fstack-protector-strong ${guarded_calls} -fno-rtti)
+# pointers.
+add_compile_options(-fstack-protector-strong -mguard=cf -fno-rtti)
 if(CMAKE_BUILD_TYPE STREQUAL Release)
   add_compile_options(-Oz)
 endif()

@@ -1,2 +1,2 @@
-set(triplet_processor i686)
+set(processor i686)
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)

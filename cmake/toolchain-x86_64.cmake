@@ -1,2 +1,2 @@
-set(triplet_processor x86_64)
+set(processor x86_64)
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)

@@ -10,7 +10,7 @@ namespace {
 
 struct alignas(16) Reserve {
   volatile LONG IsTaken = 0;
-  alignas(16) std::array<unsigned char, 512> Bytes{};  // the compilers' own record takes up to half of it
+  alignas(16) std::array<unsigned char, 512> Bytes{};  // the libraries' own record takes up to half of it
 };
 
 // For exceptions that say that memory has run out; the library's own, a hundred times as large, is allocated
@@ -25,7 +25,7 @@ void* take_Reserve(std::size_t size) noexcept {
   fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
 }
 
-// What the compiler keeps for a thread that has exceptions; the first two members are its own.
+// What the library keeps for a thread that has exceptions; the first two members are its own.
 struct Exceptions {
   void* Caught = nullptr;
   unsigned int Uncaught = 0;
@@ -82,10 +82,10 @@ void give_ExceptionMemory(void* memory) noexcept {
   HeapFree(GetProcessHeap(), 0, memory);
 }
 
-// The names are those of both compilers.
+// The names are those of both libraries.
 extern "C" {
 
-// What the compiler keeps for this thread.
+// What the library keeps for this thread.
 void* __cxa_get_globals() noexcept;
 void* __cxa_get_globals_fast() noexcept;
 

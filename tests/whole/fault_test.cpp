@@ -100,7 +100,7 @@ constexpr LONG_PTR no_file = -1;
 // The other imports are in imports_without_fault.txt.
 const std::vector<Fault> groups[] = {
     {memory_Fault<std::malloc, std::size_t>()},
-#ifndef __clang__  // its runtime calls neither
+#ifdef __GLIBCXX__  // the other library calls neither
     {memory_Fault<std::calloc, std::size_t, std::size_t>(), memory_Fault<std::realloc, void*, std::size_t>()},
 #endif
     failing<0, true, HeapAlloc, SysAllocString, SysAllocStringLen>(),
@@ -338,10 +338,10 @@ TEST_F(RightClick, AsksTheMachineNoMoreThanItNeeds) {
 }
 
 #ifdef NDEBUG  // the flavours that are delivered
-#ifdef __clang__
-constexpr std::wstring_view this_compiler = L"clang:";
+#ifdef __GLIBCXX__
+constexpr std::wstring_view this_library = L"libstdc++:";
 #else
-constexpr std::wstring_view this_compiler = L"gcc:";
+constexpr std::wstring_view this_library = L"libc++:";
 #endif
 
 class FaultLists : public Faults {};
@@ -357,7 +357,7 @@ TEST_F(FaultLists, HaveEveryImport) {
       imports.emplace(name);
   }
   for (const auto& line : read_Lines(L"Z:" SOURCE_FOLDER L"/tests/whole/imports_without_fault.txt"))
-    if (line.starts_with(L"all:") || line.starts_with(this_compiler) ||
+    if (line.starts_with(L"all:") || line.starts_with(this_library) ||
         (sizeof(void*) == 8 && line.starts_with(L"64-bit:")))
       for (const auto& name : split(line.substr(line.find(L' ') + 1), L' '))
         others.insert(to_Ansi(name));

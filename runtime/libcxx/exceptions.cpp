@@ -1,4 +1,4 @@
-// Where clang's library takes the memory of its exceptions, see runtime/exception_memory.cpp. What it keeps
+// Where libc++ takes the memory of its exceptions, see runtime/exception_memory.cpp. What it keeps
 // for a thread it would have under an index of fibers, and have the system call the DLL for it when the
 // thread ends, even where the DLL has gone by then.
 #include <cstddef>

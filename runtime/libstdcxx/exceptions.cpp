@@ -5,7 +5,6 @@
 #include <new>
 
 #include "runtime/exception_memory.h"
-#include "runtime/fast_fail.h"
 
 namespace {
 
@@ -70,17 +69,9 @@ void __cxa_free_exception(void* object) noexcept {
   give_ExceptionMemory(static_cast<unsigned char*>(object) - record_size);
 }
 
-// The linker lists here what the runtime would mend at load: addresses that another DLL has. The DLL takes no
-// data from another, so the list is empty, and mending is left out. Both ends are read as memory, as the
-// compiler would take them for two objects that differ.
-extern const char first_Relocation[] asm("__RUNTIME_PSEUDO_RELOC_LIST__");
-extern const char end_OfRelocations[] asm("__RUNTIME_PSEUDO_RELOC_LIST_END__");
-
+// At load the runtime would mend addresses that another DLL has. The DLL takes no data from another, and the
+// linker sees to that, so mending is left out.
 void _pei386_runtime_relocator();
-void _pei386_runtime_relocator() {
-  const char* volatile first = first_Relocation;
-  if (first != end_OfRelocations)
-    fail_Fast(FAST_FAIL_FATAL_APP_EXIT);
-}
+void _pei386_runtime_relocator() {}
 
 }  // extern "C"

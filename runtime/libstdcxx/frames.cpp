@@ -3,18 +3,32 @@
 // when the DLL goes.
 #include <windows.h>
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace {
 
-// What the compiler has noted of a function; places are told by their distance.
+// What the compiler has noted of a function.
 struct Note {
   std::uint32_t Length;    // of what follows it
   std::uint32_t ToCommon;  // none where it is itself what others have in common
   std::int32_t Begin;      // of the function
   std::uint32_t Size;
 };
+
+// Whether functions that have this in common tell their places by the distance, as those of the library do,
+// or by the address, as those of the product. It begins like a note; a text says what follows: for each
+// letter something.
+bool are_Distances(const std::byte* common) {
+  const auto* letters = reinterpret_cast<const char*>(common + 2 * sizeof(std::uint32_t) + 1);
+  const auto* told =
+      letters + std::strlen(letters) + 1 + 4;  // a byte each: two factors, a register, a length
+  for (; *letters != 'R' && *letters != '\0'; ++letters)
+    told += *letters == 'P' ? 1 + sizeof(std::uint32_t) : *letters == 'L' ? 1 : 0;
+  return *letters == 'R' && (*told & 0x70) == 0x10;
+}
 
 // What the function's notes are relative to.
 struct Bases {
@@ -60,11 +74,15 @@ const void* _Unwind_Find_FDE(void* instruction, Bases* bases) {
     const auto& note = *reinterpret_cast<const Note*>(place);
     if (note.Length == 0)
       return nullptr;
-    auto* const function = const_cast<std::byte*>(place) + offsetof(Note, Begin) + note.Begin;
-    if (note.ToCommon != 0 && static_cast<std::byte*>(instruction) >= function &&
-        static_cast<std::byte*>(instruction) < function + note.Size) {
-      *bases = {nullptr, nullptr, function};
-      return place;
+    if (note.ToCommon != 0) {
+      const auto* const common = place + offsetof(Note, ToCommon) - note.ToCommon;
+      auto* const function = are_Distances(common)
+                                 ? const_cast<std::byte*>(place) + offsetof(Note, Begin) + note.Begin
+                                 : std::bit_cast<std::byte*>(note.Begin);
+      if (static_cast<std::size_t>(static_cast<std::byte*>(instruction) - function) < note.Size) {
+        *bases = {nullptr, nullptr, function};
+        return place;
+      }
     }
     place += sizeof note.Length + note.Length;
   }

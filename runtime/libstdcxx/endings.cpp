@@ -1,4 +1,4 @@
-// How GCC's runtime would end a process, see runtime/endings.cpp.
+// How libstdc++ and the start-up code beside it would end a process, see runtime/endings.cpp.
 #include "runtime/fast_fail.h"
 
 namespace __gnu_cxx {

@@ -1,4 +1,4 @@
-// How clang's runtime would end a process, see runtime/endings.cpp.
+// How libc++ would end a process, see runtime/endings.cpp.
 #include <__verbose_abort>
 
 #include "runtime/fast_fail.h"
