@@ -21,7 +21,5 @@ void PrintTo(const Holdings& all, std::ostream* stream);
 
 long kernel_Handles();
 
-// Where the heaps count a pool of blocks as one, a lost block is not seen and a pool that is made looks like
-// one, so their blocks and bytes are left at 0 unless the pools are asked for.
-enum class Heaps { WithoutPools, WithPools };
-Holdings count_Holdings(Heaps which = Heaps::WithoutPools);
+// Of the heaps' blocks those that were allocated since the first count.
+Holdings count_Holdings();

@@ -199,6 +199,8 @@ Imports imports_Of(HMODULE module) {
   const auto* header =
       reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
   const auto table = header->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+  if (table == 0)
+    return imports;
   for (auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + table); dll->Name != 0; ++dll) {
     auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
     auto* entry = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
@@ -211,15 +213,18 @@ Imports imports_Of(HMODULE module) {
   return imports;
 }
 
+void set_Import(IMAGE_THUNK_DATA& import, void* replacement) {
+  auto& address = import.u1.Function;
+  DWORD protection = 0;
+  VirtualProtect(&address, sizeof address, PAGE_READWRITE, &protection);
+  address = reinterpret_cast<ULONG_PTR>(replacement);
+}
+
 bool patch_Import(std::string_view function, void* replacement, HMODULE module) {
   const auto imports = imports_Of(module);
   const auto [first, last] = imports.equal_range(function);
-  for (auto import = first; import != last; ++import) {
-    auto& address = import->second->u1.Function;
-    DWORD protection = 0;
-    VirtualProtect(&address, sizeof address, PAGE_READWRITE, &protection);
-    address = reinterpret_cast<ULONG_PTR>(replacement);
-  }
+  for (auto import = first; import != last; ++import)
+    set_Import(*import->second, replacement);
   return first != last;
 }
 

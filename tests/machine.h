@@ -68,6 +68,7 @@ Lines read_Lines(const std::wstring& path);
 // The functions that a module imports, with the places of their addresses.
 using Imports = std::multimap<std::string_view, IMAGE_THUNK_DATA*>;
 Imports imports_Of(HMODULE module);
+void set_Import(IMAGE_THUNK_DATA& import, void* replacement);
 // Redirects a module's calls of a platform function to the replacement; the module is this program unless
 // another is named. False when the module does not import the function.
 bool patch_Import(std::string_view function, void* replacement, HMODULE module = GetModuleHandleW(nullptr));
