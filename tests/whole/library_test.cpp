@@ -1,6 +1,8 @@
 // What the built files hold beside their code, and what loading them costs for good.
 #include <process.h>
 
+#include <fstream>
+
 #include "base/text.h"
 #include "tests/explorer.h"
 #include "tests/holdings.h"
@@ -43,6 +45,13 @@ TEST_F(BuiltFiles, IncludeTheTypeLibraryInTheDll) {
   _bstr_t name;
   ASSERT_EQ(library->GetDocumentation(-1, name.GetAddress(), nullptr, nullptr, nullptr), S_OK);
   EXPECT_STREQ(name, L"NorvakContextMenu");
+}
+
+// The linker would leave out how such a function is unwound, see cmake/unwind_tables.cmake.
+TEST_F(BuiltFiles, CatchWhatPassesAFunctionOfTheLibrary) {
+  std::ifstream file;
+  file.exceptions(std::ios::failbit);
+  EXPECT_THROW(file.open(R"(C:\missing)"), std::ios::failure);
 }
 
 void* __cdecl have_NoMemory(std::size_t) {
