@@ -1,5 +1,6 @@
 # Cross compiles Windows programs with Debian's clang and lld for the processor that the toolchain file has set as
-# `processor`.
+# `processor`. Of the C++ libraries that Debian has for Intel's processors, clang takes the one with the last name: that
+# with the system's own threads. The other brings a thread library, which would do work when the DLL is loaded.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR ${processor})
 set(triplet ${processor}-w64-mingw32)
