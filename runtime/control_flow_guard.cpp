@@ -8,11 +8,8 @@
 extern "C" {
 
 void check_NoCall();
-void pass_Call();
-// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): the system sets them.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the system sets it.
 __attribute__((section(".00cfg"))) extern void (*const __guard_check_icall_fptr)();
-__attribute__((section(".00cfg"))) extern void (*const __guard_dispatch_icall_fptr)();
-// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 // Tables, and numbers in the form of addresses.
 extern char __guard_fids_table[], __guard_fids_count[], __guard_flags[], __guard_iat_table[],
@@ -27,6 +24,10 @@ void (*const __guard_check_icall_fptr)() = check_NoCall;
 
 // On x86_64 the compiler has the call itself made there, by the address in rax.
 #ifdef __x86_64__
+void pass_Call();
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the system sets it.
+__attribute__((section(".00cfg"))) extern void (*const __guard_dispatch_icall_fptr)();
+
 __attribute__((naked)) void pass_Call() {
   asm("jmp *%rax");
 }

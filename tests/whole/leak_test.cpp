@@ -56,7 +56,7 @@ void Leaks::right_Click(const Lines& paths, In windows) const {
 
 Holdings Leaks::growth(In windows, int clicks, const Lines& paths, const std::function<void()>& leak) const {
   constexpr int until_warm = 5;
-  auto before = count_Holdings();
+  auto before = count_Holdings();  // the heaps' blocks from here on
   for (int click = -until_warm; click < clicks; ++click) {
     if (click == 0) {
       forget_Calls();

@@ -69,7 +69,7 @@ TEST_F(BuiltFiles, LoseNothingWhenTheyAreLoadedAndThrow) {
     EXPECT_TRUE(patch_Import("malloc", reinterpret_cast<void*>(have_NoMemory), library.handle()));
     EXPECT_EQ(library.run("DllRegisterServer"), E_OUTOFMEMORY);
   };
-  count_Holdings();
+  count_Holdings();  // the heaps' blocks from here on
   for (int times = 0; times < 10; ++times)
     load();
   constexpr int loads = TLS_MINIMUM_AVAILABLE + 1024 + 12;
