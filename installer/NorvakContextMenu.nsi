@@ -208,6 +208,8 @@ VIAddVersionKey FileVersion "${VERSION}"
 VIAddVersionKey CompanyName "Norvak"
 VIAddVersionKey LegalCopyright "Norvak"
 
+; The framework packs the picture, whose time is that of the checkout.
+SetDateSave off
 !define MUI_ICON setup.ico
 !define MUI_UNICON setup.ico
 !define MUI_WELCOMEFINISHPAGE_BITMAP setup.bmp
@@ -230,6 +232,7 @@ VIAddVersionKey LegalCopyright "Norvak"
 !insertmacro MUI_LANGUAGE English
 !insertmacro MUI_LANGUAGE German
 !include texts.nsh
+SetDateSave on
 
 ; ---- The lists' entries as steps
 
